@@ -1,0 +1,32 @@
+// The parts of every connection that do not depend on the driver: error-list discipline and the statement rule.
+#include "connection.h"
+
+#include "runtime_error.h"
+#include "statement_guard.h"
+#include "statement_trace.h"
+
+namespace tabvet {
+
+bool Connection::Open(const std::string& connectionString) {
+    errors_.Clear();
+    return DoOpen(connectionString);
+}
+
+bool Connection::Query(const std::string& sql, ResultTable& out) {
+    errors_.Clear();
+    out = ResultTable{};
+    if (State() != kStateOpen) {
+        errors_.Add({errnum::kConnectionNotUsable,
+                     "The connection cannot be used to perform this operation. It is either closed or invalid "
+                     "in this context."});
+        return false;
+    }
+    if (!IsSingleStatement(sql)) {
+        errors_.Add({kStatementRefusedNumber, kStatementRefusedText});
+        return false;
+    }
+    StatementTrace::Record(sql);
+    return DoQuery(sql, out);
+}
+
+}  // namespace tabvet

@@ -1,0 +1,18 @@
+// UTF-8 <-> SQLWCHAR text: we talk to drivers through the wide ODBC calls so that names and messages arrive
+// intact whatever the process locale.
+#pragma once
+
+#include <sql.h>
+#include <sqlext.h>
+
+#include <string>
+#include <string_view>
+
+namespace tabvet {
+
+using OdbcWideString = std::basic_string<SQLWCHAR>;
+
+OdbcWideString ToOdbcWide(std::string_view utf8);
+std::string FromOdbcWide(const SQLWCHAR* text, std::size_t length);
+
+}  // namespace tabvet
