@@ -1,0 +1,44 @@
+// The log only grows during a run; when it is replaced (cleared), printing starts afresh.
+#include "console_interaction.h"
+
+namespace tabvet {
+
+std::string ConsoleText(const std::string& text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
+            continue;
+        }
+        out.push_back(text[i]);
+    }
+    return out;
+}
+
+MsgAnswer ConsoleInteraction::ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,
+                                          MsgIcon /*icon*/) {
+    err_ << (title.empty() ? std::string("tabvet") : title) << ": " << ConsoleText(text) << std::endl;
+    return buttons == MsgButtons::YesNo ? MsgAnswer::Yes : MsgAnswer::Ok;
+}
+
+void ConsoleView::StatusLogChanged() {
+    const std::string& log = state_.rtbStatus;
+    if (log.compare(0, printed_.size(), printed_) == 0) {
+        out_ << ConsoleText(log.substr(printed_.size()));
+    } else {
+        out_ << ConsoleText(log);
+    }
+    out_.flush();
+    printed_ = log;
+}
+
+void ConsoleView::StatusBarChanged() { err_ << ConsoleText(state_.stsRunFeedback) << std::endl; }
+
+void ConsoleView::FinishLog() {
+    if (!printed_.empty() && printed_.back() != '\n') {
+        out_ << '\n';
+        out_.flush();
+    }
+}
+
+}  // namespace tabvet

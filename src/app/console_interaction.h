@@ -1,0 +1,46 @@
+// The headless mode's user interaction and view: boxes and progress on standard error, the log on
+// standard output.
+#pragma once
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+
+#include "db/user_interaction.h"
+#include "framework/main_state.h"
+
+namespace tabvet {
+
+/// Text with CR LF line breaks as a console wants it (LF only).
+std::string ConsoleText(const std::string& text);
+
+/// Prints every message box as "title: text" on the error stream and answers OK or Yes.
+class ConsoleInteraction final : public IUserInteraction {
+public:
+    explicit ConsoleInteraction(std::ostream& err) : err_(err) {}
+    MsgAnswer ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,
+                          MsgIcon icon) override;
+
+private:
+    std::ostream& err_;
+};
+
+/// Mirrors the model on the console: what the status log gains goes to `out` as it is written; each
+/// progress text goes to `err` on a line of its own.
+class ConsoleView final : public MainView {
+public:
+    ConsoleView(const MainState& state, std::ostream& out, std::ostream& err)
+        : state_(state), out_(out), err_(err) {}
+    void StatusLogChanged() override;
+    void StatusBarChanged() override;
+    /// Ends the printed log with a line break if it does not end with one.
+    void FinishLog();
+
+private:
+    const MainState& state_;
+    std::ostream& out_;
+    std::ostream& err_;
+    std::string printed_;  // the log as printed so far
+};
+
+}  // namespace tabvet

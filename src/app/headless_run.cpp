@@ -1,0 +1,89 @@
+// Start-up, connect, choose the server type, run: exactly the window's steps, reported on the console.
+#include "headless_run.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "console_interaction.h"
+#include "db/connection_handling.h"
+#include "db/runtime_error.h"
+#include "db/server_type_selection.h"
+#include "framework/test_run.h"
+#include "headless_options.h"
+#include "startup.h"
+
+namespace tabvet {
+namespace {
+
+std::string UpperCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return text;
+}
+
+bool AnyRunTestFailed(const MainState& state) {
+    const clsAdoTestCollection& catalogue = *state.g_pTestCollection;
+    for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
+        const IAdoTest& test = *catalogue.Item(i);
+        if (test.WasRun() && !test.Pass()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
+    ConsoleInteraction ui(err);
+    MainState state(ui);
+    ConsoleView view(state, out, err);
+    state.AttachView(view);
+    if (!StartUp(state)) {
+        return exit_code::kCannotStart;
+    }
+    if (options.database) {
+        state.g_sTslSystemTableDatabase = UpperCase(*options.database);
+    }
+    ConnectionStringChanged(state, options.connect);
+    ConnectToDbms(state);
+    if (state.g_pAdoConn == nullptr) {
+        return exit_code::kCannotStart;
+    }
+    OptionClick(state, *options.dbms);
+    state.txtMajorVersion = (*options.tesselVersion)[0];
+    state.txtMinorVersion = (*options.tesselVersion)[1];
+    state.txtBugfix = (*options.tesselVersion)[2];
+    if (!IsReadyToRun(state)) {
+        ProcessRunTests(state);  // shows why it cannot run
+        return exit_code::kCannotStart;
+    }
+    try {
+        ProcessRunTests(state);
+    } catch (const RuntimeError& e) {
+        view.FinishLog();
+        err << "tabvet: a test ended the run with an unexpected error: " << DescribeRuntimeError(e) << std::endl;
+        return exit_code::kEscapedError;
+    }
+    view.FinishLog();
+    return AnyRunTestFailed(state) ? exit_code::kTestFailed : exit_code::kAllPassed;
+}
+
+}  // namespace
+
+int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+    const ParsedArguments parsed = ParseHeadlessArguments(args);
+    if (!parsed.options) {
+        err << "tabvet: " << parsed.error << "\n" << HeadlessUsage();
+        return exit_code::kCannotStart;
+    }
+    if (parsed.options->help) {
+        out << HeadlessUsage();
+        return exit_code::kAllPassed;
+    }
+    if (parsed.options->version) {
+        out << "tabvet " << TABVET_VERSION << "\n";
+        return exit_code::kAllPassed;
+    }
+    return Run(*parsed.options, out, err);
+}
+
+}  // namespace tabvet

@@ -1,0 +1,96 @@
+// The one connection lives in the model; a failed open never leaves a half-open object behind.
+#include "connection_handling.h"
+
+#include "db/conn_error_string.h"
+#include "framework/test_run.h"
+
+namespace tabvet {
+namespace {
+
+constexpr const char* kDisconnectQuestion =
+    "Tests have been run.  Disconnecting will discard results held in memory.\r\n"
+    "If you have not written your results to a text file, you should do so before disconnecting.\r\n"
+    "\r\n"
+    "Disconnect? ";
+
+}  // namespace
+
+void ConnectButtonClick(MainState& state) {
+    if (state.g_pAdoConn == nullptr) {
+        ConnectToDbms(state);
+    } else {
+        (void)DisconnectFromDbms(state);
+    }
+}
+
+void ConnectToDbms(MainState& state) {
+    state.g_pAdoConn = state.newConnection();
+    state.View().SetBusyPointer(true);
+    const bool opened = state.g_pAdoConn->Open(state.txtConnString);
+    state.View().SetBusyPointer(false);
+    if (!opened) {
+        DisplayAdoErrors(state.g_pAdoConn.get(), "Error connecting to DBMS", state.Ui());
+        if (state.g_pAdoConn->State() != Connection::kStateClosed) {
+            state.g_pAdoConn->Close();
+        }
+        state.g_pAdoConn.reset();
+        return;
+    }
+    state.cmdConnectCaption = "Disconnect";
+    state.cmdBuildStringEnabled = false;
+    state.cmdCannedEnabled = false;
+    state.txtConnStringEnabled = false;
+    state.cmdQueryTypeEnabled = true;
+    state.cmdRunEnabled = true;
+    state.View().ControlsChanged();
+}
+
+bool DisconnectFromDbms(MainState& state) {
+    if (state.g_pAdoConn == nullptr) {
+        return true;
+    }
+    if (state.g_bTestsWereRun) {
+        const MsgAnswer answer =
+            state.Ui().ShowMessage(kDisconnectQuestion, "Disconnecting...", MsgButtons::OkCancel, MsgIcon::None);
+        if (answer != MsgAnswer::Ok) {
+            return false;
+        }
+    }
+    try {
+        state.g_pAdoConn->Close();
+    } catch (...) {
+        // A failing close still ends the connection.
+    }
+    state.g_pAdoConn.reset();
+    state.cmdConnectCaption = "Connect";
+    state.cmdBuildStringEnabled = true;
+    state.cmdCannedEnabled = true;
+    state.txtConnStringEnabled = true;
+    ResetTestResults(state);
+    state.cmdQueryTypeEnabled = false;
+    state.cmdRunEnabled = false;
+    state.selectedDbms = DbmsOption::None;
+    state.txtMajorVersion.clear();
+    state.txtMinorVersion.clear();
+    state.txtBugfix.clear();
+    state.View().ControlsChanged();
+    return true;
+}
+
+void ResetTestResults(MainState& state) {
+    state.g_bTestsWereRun = false;
+    if (state.g_pTestCollection != nullptr) {
+        for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
+            state.g_pTestCollection->Item(i)->WasRun(false);
+        }
+    }
+    SetStatusWindow(state, "");
+}
+
+void ConnectionStringChanged(MainState& state, const std::string& text) {
+    state.txtConnString = text;
+    state.cmdConnectEnabled = !text.empty();
+    state.View().ControlsChanged();
+}
+
+}  // namespace tabvet

@@ -1,0 +1,21 @@
+// The "Connect to Server" step: one connection per process, opened from the connection-string box and
+// closed again, with the results of a run discarded on disconnect.
+#pragma once
+
+#include "framework/main_state.h"
+
+namespace tabvet {
+
+/// The connect button: connects when there is no connection, otherwise disconnects.
+void ConnectButtonClick(MainState& state);
+/// Opens a new connection from the connection-string box; a failure shows the error list.
+void ConnectToDbms(MainState& state);
+/// Closes the connection, asking first when a run's results would be lost. True when no connection
+/// remains afterwards; false when the user declined.
+bool DisconnectFromDbms(MainState& state);
+/// Forgets which tests ran and empties the status log; verdicts and texts stay in the test objects.
+void ResetTestResults(MainState& state);
+/// Every edit of the connection-string box: Connect is enabled exactly when the text is not empty.
+void ConnectionStringChanged(MainState& state, const std::string& text);
+
+}  // namespace tabvet
