@@ -19,7 +19,7 @@ constexpr const char* kHealthyText =
     "Tessel Version: 9.0.0, Release: 90000, Description: Tessel for Oracle 9.0.0 Build 1 Fri Mar 14 2008";
 
 class EnvironmentChecksTest : public ::testing::TestWithParam<Layout> {
-protected:
+  protected:
     EnvironmentChecksTest() : state(ui) { state.g_QDON = std::make_unique<clsQualDbObjName>(ui); }
 
     // A database of this test's own, in the parameter's layout, holding `situation`.
@@ -63,9 +63,12 @@ TEST_P(EnvironmentChecksTest, MissingTablesCarryTheDriverMessage) {
     // Only the VERSION check puts "Errors: " before the list.
     const std::string versionExpected = "Errors: \r\n>>>> Err#1: ERROR: relation \"tsl." + prefix +
                                         "version\" does not exist;\nError while executing the query";
-    EXPECT_EQ(version.ResultDetails().substr(0, versionExpected.size()), versionExpected) << version.ResultDetails();
-    const std::string layersExpected = "\r\n>>>> Err#1: ERROR: relation \"tsl." + prefix + "layers\" does not exist;";
-    EXPECT_EQ(layers.ResultDetails().substr(0, layersExpected.size()), layersExpected) << layers.ResultDetails();
+    EXPECT_EQ(version.ResultDetails().substr(0, versionExpected.size()), versionExpected)
+        << version.ResultDetails();
+    const std::string layersExpected =
+        "\r\n>>>> Err#1: ERROR: relation \"tsl." + prefix + "layers\" does not exist;";
+    EXPECT_EQ(layers.ResultDetails().substr(0, layersExpected.size()), layersExpected)
+        << layers.ResultDetails();
 }
 
 TEST_P(EnvironmentChecksTest, EmptyVersionPassesWithRunningAndOnlyTheFirstRowCounts) {
@@ -111,8 +114,9 @@ TEST(EnvironmentChecksWithoutSetupTest, NoConnectionAndNoNamerNeverReachTheDatab
         EXPECT_FALSE(test->Pass());
         EXPECT_EQ(test->ResultDetails(), "Cannot translate system table name");
     }
-    EXPECT_EQ(ui.Lines(), (std::vector<std::string>{"Call Out Of Sequence: Must call clsQualDbObjName.Setup first",
-                                                    "Call Out Of Sequence: Must call clsQualDbObjName.Setup first"}));
+    EXPECT_EQ(ui.Lines(),
+              (std::vector<std::string>{"Call Out Of Sequence: Must call clsQualDbObjName.Setup first",
+                                        "Call Out Of Sequence: Must call clsQualDbObjName.Setup first"}));
 }
 
 }  // namespace

@@ -19,7 +19,7 @@ struct Outcome {
     std::string err;
 };
 
-Outcome Run(const std::vector<std::string>& args) {
+Outcome RunTabvet(const std::vector<std::string>& args) {
     std::ostringstream out;
     std::ostringstream err;
     const int code = RunHeadless(args, out, err);
@@ -33,7 +33,7 @@ std::string MaskTimes(const std::string& log) {
 }
 
 class HeadlessTest : public ::testing::Test {
-protected:
+  protected:
     static void SetUpTestSuite() {
         PgCluster::Shared().CreateDatabase("headless_ok", {"tessel_schema.sql", "healthy_version.sql"});
         PgCluster::Shared().CreateDatabase("headless_noversion", {"tessel_schema.sql"});
@@ -45,7 +45,8 @@ protected:
 };
 
 TEST_F(HeadlessTest, HealthyDatabasePassesWithStartAndFinishLinesOnly) {
-    const Outcome o = Run({"--connect", Connect("headless_ok"), "--dbms", "oracle", "--tessel-version", "9.0.0"});
+    const Outcome o =
+        RunTabvet({"--connect", Connect("headless_ok"), "--dbms", "oracle", "--tessel-version", "9.0.0"});
     EXPECT_EQ(o.exitCode, 0) << o.err;
     EXPECT_EQ(MaskTimes(o.out), "\nNew Test Run started at <time>\n\nTest run finished at <time>\n");
     EXPECT_NE(o.err.find("Running test 1 of "), std::string::npos);
@@ -53,7 +54,8 @@ TEST_F(HeadlessTest, HealthyDatabasePassesWithStartAndFinishLinesOnly) {
 }
 
 TEST_F(HeadlessTest, MissingVersionTablePrintsTheFailureBlockAndExitsOne) {
-    const Outcome o = Run({"--connect=" + Connect("headless_noversion"), "--dbms=oracle", "--tessel-version=9.0.0"});
+    const Outcome o =
+        RunTabvet({"--connect=" + Connect("headless_noversion"), "--dbms=oracle", "--tessel-version=9.0.0"});
     EXPECT_EQ(o.exitCode, 1);
     EXPECT_EQ(MaskTimes(o.out),
               "\nNew Test Run started at <time>\n"
@@ -70,7 +72,8 @@ TEST_F(HeadlessTest, RunsThatCannotStartExitTwoWithAClearMessage) {
         std::vector<std::string> args;
         const char* errContains;
     };
-    const std::string wrongPort = "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=1;Database=x;UID=tabvet;";
+    const std::string wrongPort =
+        "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=1;Database=x;UID=tabvet;";
     const Case cases[] = {
         {{}, "--connect is required"},
         {{"--dbms", "oracle"}, "--connect is required"},
@@ -82,12 +85,13 @@ TEST_F(HeadlessTest, RunsThatCannotStartExitTwoWithAClearMessage) {
         {{"--connect", "x", "--dbms", "oracle", "--tessel-version", "99999.0.0"}, "--tessel-version must be"},
         {{"--connect", wrongPort, "--dbms", "oracle", "--tessel-version", "9.0.0"},
          "Error connecting to DBMS: Errors:\n\n>>>> Err#101: "},
-        {{"--connect", "Driver=NoSuchDriver;", "--dbms", "oracle", "--tessel-version", "9.0.0"}, "Can't open lib"},
+        {{"--connect", "Driver=NoSuchDriver;", "--dbms", "oracle", "--tessel-version", "9.0.0"},
+         "Can't open lib"},
         {{"--connect", Connect("headless_ok"), "--dbms", "oracle", "--tessel-version", "0.1.0"},
          "Need Server Type: Please Select Server Type (DBMS type and Tessel version)"},
     };
     for (const Case& c : cases) {
-        const Outcome o = Run(c.args);
+        const Outcome o = RunTabvet(c.args);
         EXPECT_EQ(o.exitCode, 2) << c.errContains;
         EXPECT_NE(o.err.find(c.errContains), std::string::npos) << o.err;
         EXPECT_EQ(o.out.find("New Test Run"), std::string::npos);
@@ -95,10 +99,10 @@ TEST_F(HeadlessTest, RunsThatCannotStartExitTwoWithAClearMessage) {
 }
 
 TEST_F(HeadlessTest, HelpAndVersionExitZero) {
-    const Outcome help = Run({"--help"});
+    const Outcome help = RunTabvet({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("usage: tabvet --connect STRING"), std::string::npos);
-    const Outcome version = Run({"--version"});
+    const Outcome version = RunTabvet({"--version"});
     EXPECT_EQ(version.exitCode, 0);
     EXPECT_EQ(version.out.rfind("tabvet ", 0), 0u);
 }
