@@ -62,22 +62,6 @@ TEST(CompressedBinaryStatementsTest, EachQueryFormIsSpeltExactly) {
          "'A12_IX1' "
          "AND TABLE_NAME = 'ROADS' AND UNIQUENESS = 'UNIQUE') * 10000 ) FROM DUAL",
          10101},
-        // Spaced with the 1000 weight.
-        {"D40_PK",
-         "SELECT (SELECT COUNT(*) FROM ALL_IND_COLUMNS WHERE TABLE_OWNER = 'GIS' AND INDEX_NAME = 'D40_PK' "
-         "AND "
-         "TABLE_NAME = 'D40' AND  ((COLUMN_NAME = 'DELETED_AT' AND COLUMN_POSITION = 1 AND DESCEND = 'ASC') "
-         "OR  "
-         "(COLUMN_NAME = 'TSL_DELETES_ROW_ID' AND COLUMN_POSITION = 2 AND DESCEND = 'ASC') OR  (COLUMN_NAME "
-         "= "
-         "'TSL_STATE_ID' AND COLUMN_POSITION = 3 AND DESCEND = 'ASC')))+ ((SELECT COUNT(*) FROM "
-         "ALL_IND_COLUMNS "
-         "WHERE TABLE_OWNER = 'GIS' AND INDEX_NAME = 'D40_PK' AND TABLE_NAME = 'D40') * 100) + ((SELECT "
-         "COUNT(*) "
-         "FROM ALL_INDEXES  WHERE OWNER = 'GIS' AND INDEX_NAME = 'D40_PK' AND TABLE_NAME = 'D40' AND "
-         "UNIQUENESS "
-         "= 'UNIQUE') * 1000 ) FROM DUAL",
-         1303},
         // Spaced without uniqueness term: two blanks before FROM DUAL.
         {"F12_AREA_IX2",
          "SELECT (SELECT COUNT(*) FROM ALL_IND_COLUMNS WHERE TABLE_OWNER = 'GIS' AND INDEX_NAME = "
