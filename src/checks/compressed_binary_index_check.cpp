@@ -8,7 +8,7 @@
 namespace tabvet {
 
 /// The constant part of the index analysis: identity, system tables, statement fragments and result texts.
-struct CompressedBinaryCheckSpec {
+struct IndexAnalysisConstants {
     TestDefinition definition;
     const char* layersTable;
     const char* tableRegistryTable;
@@ -31,7 +31,7 @@ struct CompressedBinaryCheckSpec {
 
 namespace {
 
-const CompressedBinaryCheckSpec kIdxLyrBinOra{
+const IndexAnalysisConstants kIdxLyrBinOra{
     .definition = {.className = "clsTst_IdxLyrBinOra",
                    .name = "Tessel for Oracle Compressed Binary format complete",
                    .category = category::kIndexAnalysis,
@@ -87,10 +87,10 @@ bool IsVersioned(std::int32_t objectFlags) {
 
 std::string CompressedBinaryWalkStatement(const std::string& layersTable,
                                           const std::string& tableRegistryTable) {
-    const CompressedBinaryCheckSpec& spec = kIdxLyrBinOra;
-    return spec.walkSelectList + std::string("FROM ") + layersTable + " l, " + tableRegistryTable +
-           " t where " + spec.walkJoin + spec.walkFilterHead +
-           std::to_string(layer_flags::kCompressedBinary) + spec.walkFilterTail;
+    const IndexAnalysisConstants& constants = kIdxLyrBinOra;
+    return constants.walkSelectList + std::string("FROM ") + layersTable + " l, " + tableRegistryTable +
+           " t where " + constants.walkJoin + constants.walkFilterHead +
+           std::to_string(layer_flags::kCompressedBinary) + constants.walkFilterTail;
 }
 
 std::string LayerLabel(const LayerValues& layer) {
@@ -102,7 +102,7 @@ clsTst_IdxLyrBinOra::clsTst_IdxLyrBinOra(const TestEnvironment& environment)
     : AdoTestBase(kIdxLyrBinOra.definition, environment) {}
 
 void clsTst_IdxLyrBinOra::Run(Connection* conn) {
-    const CompressedBinaryCheckSpec& spec = kIdxLyrBinOra;
+    const IndexAnalysisConstants& constants = kIdxLyrBinOra;
     if (conn == nullptr) {
         // Deliberately before WasRun: a missing connection does not count as a run of this test.
         pass_ = false;
@@ -113,16 +113,16 @@ void clsTst_IdxLyrBinOra::Run(Connection* conn) {
     resultDetails_.clear();
     pass_ = true;
 
-    const std::string layers = Environment().Namer().TslSystemTable(spec.layersTable);
+    const std::string layers = Environment().Namer().TslSystemTable(constants.layersTable);
     if (layers.empty()) {
         pass_ = false;
-        resultDetails_ = spec.cannotTranslateLayers;
+        resultDetails_ = constants.cannotTranslateLayers;
         return;
     }
-    const std::string tableRegistry = Environment().Namer().TslSystemTable(spec.tableRegistryTable);
+    const std::string tableRegistry = Environment().Namer().TslSystemTable(constants.tableRegistryTable);
     if (tableRegistry.empty()) {
         pass_ = false;
-        resultDetails_ = spec.cannotTranslateTableRegistry;
+        resultDetails_ = constants.cannotTranslateTableRegistry;
         return;
     }
 
@@ -130,13 +130,13 @@ void clsTst_IdxLyrBinOra::Run(Connection* conn) {
     rs.OpenSuppressed(CompressedBinaryWalkStatement(layers, tableRegistry), *conn);
     if (conn->Errors().Count() > 0) {
         clsConnErrorString formatter(Environment().Ui());
-        resultDetails_ = spec.walkErrorPrefix + std::string(kCrLf) + formatter.Build(conn);
+        resultDetails_ = constants.walkErrorPrefix + std::string(kCrLf) + formatter.Build(conn);
         pass_ = false;
         // The one place this test clears the list: a failed walk leaves nothing for later readers.
         conn->Errors().Clear();
     } else if (rs.Bof() || rs.Eof()) {
         // A schema without compressed-binary layers passes.
-        resultDetails_ = spec.noLayers;
+        resultDetails_ = constants.noLayers;
     } else {
         WalkLayers(rs, *conn);
     }
@@ -146,7 +146,7 @@ void clsTst_IdxLyrBinOra::Run(Connection* conn) {
 }
 
 void clsTst_IdxLyrBinOra::WalkLayers(Recordset& rs, Connection& conn) {
-    const CompressedBinaryCheckSpec& spec = kIdxLyrBinOra;
+    const IndexAnalysisConstants& constants = kIdxLyrBinOra;
     std::int16_t layersWalked = 0;
     rs.MoveFirst();
     while (!rs.Eof()) {
@@ -163,13 +163,14 @@ void clsTst_IdxLyrBinOra::WalkLayers(Recordset& rs, Connection& conn) {
 
         if (!CheckLayer(layer, IsLoadOnlyIo(eflags), IsVersioned(objectFlags), conn)) {
             pass_ = false;
-            resultDetails_ += kCrLf + (spec.layerFooterHead + LayerLabel(layer)) + spec.layerFooterTail;
+            resultDetails_ +=
+                kCrLf + (constants.layerFooterHead + LayerLabel(layer)) + constants.layerFooterTail;
         }
         rs.MoveNext();
     }
     rs.Close();
     if (pass_) {
-        resultDetails_ += kLineAfterEmptyLine + spec.passText;
+        resultDetails_ += kLineAfterEmptyLine + constants.passText;
     }
 }
 
