@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "checks/catalogue.h"
 #include "checks/cross_table_checks.h"
 #include "checks/keyword_checks.h"
 #include "checks/orphaned_entry_checks.h"
@@ -56,56 +55,6 @@ std::string RegistryEntries(int count) {
         text += ">>>> GISDB:GIS.T" + std::to_string(i) + "\r\n";
     }
     return text;
-}
-
-// ---------------------------------------------------------------------------------------------------------
-// Catalogue positions and identity
-
-// Names, flags and version rules are compared for the whole catalogue elsewhere; here each class is pinned
-// to its position together with the description users read in the report.
-struct CataloguePlace {
-    std::size_t position;
-    const char* className;
-    const char* description;
-};
-
-TEST(ReferentialCatalogue, ThirteenChecksStandAtTheirPositionsWithTheirDescriptions) {
-    const std::vector<CataloguePlace> expected = {
-        {3, "clsTst_TblRegInDbtune",
-         "Check whether all CONFIG_KEYWORD's in TABLE_REGISTRY are in DBTUNE.KEYWORD"},
-        {4, "clsTst_OrphTblReg",
-         "Check whether entries in TABLE_REGISTRY table really exist as tables or views, and with any "
-         "specified "
-         "ROWID_COLUMN"},
-        {5, "clsTst_LyrInTblReg", "Check whether entries in LAYERS exist in TABLE_REGISTRY"},
-        {6, "clsTst_LyrInGeomCol", "Check whether entries in LAYERS are also in GEOMETRY_COLUMNS"},
-        {7, "clsTst_LyrInSpatRef", "Check whether all SRIDs in LAYERS are in SPATIAL_REFERENCES"},
-        {8, "clsTst_LyrInDbtune", "Check whether all LAYER_CONFIG's in LAYERS are in DBTUNE.KEYWORD"},
-        {9, "clsTst_OrphLyr",
-         "Check whether entries in LAYERS table really exist as tables or views with specified columns"},
-        {10, "clsTst_GeomColInLyr", "Check whether entries in GEOMETRY_COLUMNS are also in LAYERS"},
-        {11, "clsTst_RasColInTblReg", "Check whether entries in RASTER_COLUMNS exist in TABLE_REGISTRY"},
-        {12, "clsTst_RasColInSpatRef", "Check whether all SRIDs in RASTER_COLUMNS are in SPATIAL_REFERENCES"},
-        {13, "clsTst_RasColInDbtune",
-         "Check whether all CONFIG_KEYWORD's in RASTER_COLUMNS are in DBTUNE.KEYWORD"},
-        {14, "clsTst_OrphRasCol",
-         "Check whether entries in RASTER_COLUMNS table really exist as tables or views and has the "
-         "specified "
-         "RASTER_COLUMN"},
-        {15, "clsTst_OrphGeomCol",
-         "Check whether entries in GEOMETRY_COLUMNS table really exist as tables or views, and with any "
-         "specified ROWID_COLUMN"},
-    };
-    const CheckEnvironment environment;
-    const auto tests = CreateCatalogueTests(environment);
-    ASSERT_GE(tests.size(), 15u);
-    for (const CataloguePlace& place : expected) {
-        SCOPED_TRACE(place.position);
-        const auto* test = dynamic_cast<const AdoTestBase*>(tests[place.position - 1].get());
-        ASSERT_NE(test, nullptr);
-        EXPECT_STREQ(test->Definition().className, place.className);
-        EXPECT_EQ(test->Description(), place.description);
-    }
 }
 
 // ---------------------------------------------------------------------------------------------------------
