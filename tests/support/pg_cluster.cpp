@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <utility>
 
 #include "support/pg_subprocess.h"
 
@@ -59,8 +60,7 @@ PgCluster& PgCluster::Shared() {
 PgCluster::PgCluster(std::string stateFile, bool ownsCluster)
     : stateFile_(std::move(stateFile)), ownsCluster_(ownsCluster) {
     if (ownsCluster_) {
-        // The watchdog waits for this process to end and then stops the cluster, should the destructor never
-        // run.
+        // Should the destructor never run, the watchdog stops the cluster once this process has ended.
         StartWatchdog({"bash", "-c", "cat >/dev/null; exec bash \"$0\" stop \"$1\"", TABVET_PG_CLUSTER_SCRIPT,
                        stateFile_});
         RunScript({"start", stateFile_});
