@@ -6,7 +6,6 @@
 #include <cctype>
 #include <functional>
 #include <memory>
-#include <ostream>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -18,6 +17,7 @@
 #include "checks/orphaned_entry_checks.h"
 #include "db/runtime_error.h"
 #include "support/check_environment.h"
+#include "support/layouts.h"
 #include "support/pg_cluster.h"
 #include "support/recording_odbc_connection.h"
 
@@ -25,6 +25,7 @@ namespace tabvet {
 namespace {
 
 using testsupport::CheckEnvironment;
+using testsupport::Layout;
 using testsupport::PgCluster;
 using testsupport::RecordingOdbcConnection;
 
@@ -41,24 +42,14 @@ constexpr const char* kNoRowidColumn =
 constexpr const char* kNoRasterColumn =
     "ERROR: column a.raster does not exist;\nError while executing the query";
 
-struct Layout {
-    const char* label;
-    std::int32_t dbms;
-    const char* dbmsOption;  // as given to --dbms
-    const char* suffix;      // ends the names of this layout's databases
-    bool usesDatabaseName;
-    bool prefixesSystemTables;
-};
-
-void PrintTo(const Layout& layout, std::ostream* os) {
-    *os << layout.label << " layout";
+bool UsesDatabaseName(Layout layout) {
+    return layout != Layout::Oracle;
+}
+bool PrefixesSystemTables(Layout layout) {
+    return layout == Layout::SqlServer;
 }
 
-const Layout kLayouts[] = {
-    {"Oracle", dbtype::kOracle, "oracle", "ora", false, false},
-    {"DB2", dbtype::kDb2, "db2", "db2", true, false},
-    {"SQL Server", dbtype::kSqlServer, "sqlserver", "mss", true, true},
-};
+const Layout kLayouts[] = {Layout::Oracle, Layout::Db2, Layout::SqlServer};
 
 // Situations, one database each per layout. "scratch" is refilled by the tests that need generated rows.
 const std::vector<std::pair<std::string, std::vector<std::string>>> kSituations = {
@@ -74,21 +65,18 @@ std::string Upper(std::string text) {
     return text;
 }
 
-std::string Database(const Layout& layout, const std::string& situation) {
-    return "refchk_" + situation + "_" + layout.suffix;
+std::string Database(Layout layout, const std::string& situation) {
+    return "refchk_" + situation + "_" + testsupport::LayoutName(layout);
 }
 
 const PgCluster& Cluster() {
     static const bool built = [] {
         const PgCluster& pg = PgCluster::Shared();
-        for (const Layout& layout : kLayouts) {
+        for (const Layout layout : kLayouts) {
             for (const auto& [situation, files] : kSituations) {
-                std::vector<std::string> fixtures = {"tessel_schema.sql", "referential/user_tables.sql"};
+                std::vector<std::string> fixtures = {"referential/user_tables.sql"};
                 fixtures.insert(fixtures.end(), files.begin(), files.end());
-                if (layout.prefixesSystemTables) {
-                    fixtures.push_back("layout_sqlserver.sql");
-                }
-                pg.CreateDatabase(Database(layout, situation), fixtures);
+                pg.CreateDatabase(Database(layout, situation), testsupport::LayoutFixtures(layout, fixtures));
             }
         }
         return true;
@@ -98,42 +86,42 @@ const PgCluster& Cluster() {
 }
 
 // A system table as psql reaches it in this layout, for refilling the scratch database.
-std::string PlainSystemTable(const Layout& layout, const std::string& table) {
-    return std::string("tsl.") + (layout.prefixesSystemTables ? "tsl_" : "") + table;
+std::string PlainSystemTable(Layout layout, const std::string& table) {
+    return std::string("tsl.") + (PrefixesSystemTables(layout) ? "tsl_" : "") + table;
 }
 
 // The namer as the window sets it up for this layout: DB2 and SQL Server with the database typed in.
-std::unique_ptr<CheckEnvironment> EnvironmentFor(const Layout& layout, const std::string& database) {
-    return layout.usesDatabaseName ? std::make_unique<CheckEnvironment>(layout.dbms, Upper(database))
-                                   : std::make_unique<CheckEnvironment>(layout.dbms);
+std::unique_ptr<CheckEnvironment> EnvironmentFor(Layout layout, const std::string& database) {
+    return std::make_unique<CheckEnvironment>(testsupport::LayoutTypeCode(layout),
+                                              UsesDatabaseName(layout) ? Upper(database) : kNoDatabaseName);
 }
 
 // How an entry names a user table of schema GIS in this layout.
-std::string UserTable(const Layout& layout, const std::string& database, const std::string& table) {
-    return (layout.usesDatabaseName ? Upper(database) + "." : std::string()) + "GIS." + table;
+std::string UserTable(Layout layout, const std::string& database, const std::string& table) {
+    return (UsesDatabaseName(layout) ? Upper(database) + "." : std::string()) + "GIS." + table;
 }
 
-std::string Entry(const Layout& layout, const std::string& database, const std::string& table,
+std::string Entry(Layout layout, const std::string& database, const std::string& table,
                   const std::string& message) {
     return "\r\n\r\nError looking for " + UserTable(layout, database, table) + ": \r\n>>>> Err#1: " + message;
 }
 
-std::string ColumnProbe(const Layout& layout, const std::string& database, const std::string& column,
+std::string ColumnProbe(Layout layout, const std::string& database, const std::string& column,
                         const std::string& table) {
     const std::string name = UserTable(layout, database, table);
-    return layout.usesDatabaseName ? "SELECT A." + column + " FROM " + name + " A WHERE 1 = 2"
-                                   : "SELECT COUNT(A." + column + ") FROM " + name + " A WHERE 1 = 2";
+    return UsesDatabaseName(layout) ? "SELECT A." + column + " FROM " + name + " A WHERE 1 = 2"
+                                    : "SELECT COUNT(A." + column + ") FROM " + name + " A WHERE 1 = 2";
 }
 
-std::string TableProbe(const Layout& layout, const std::string& database, const std::string& table) {
+std::string TableProbe(Layout layout, const std::string& database, const std::string& table) {
     const std::string name = UserTable(layout, database, table);
-    return layout.usesDatabaseName ? "SELECT * FROM " + name + " WHERE 1 = 2"
-                                   : "SELECT COUNT(*) FROM " + name + " WHERE 1 = 2";
+    return UsesDatabaseName(layout) ? "SELECT * FROM " + name + " WHERE 1 = 2"
+                                    : "SELECT COUNT(*) FROM " + name + " WHERE 1 = 2";
 }
 
-std::string SystemTable(const Layout& layout, const std::string& database, const std::string& table) {
-    return (layout.usesDatabaseName ? Upper(database) + ".TSL." : std::string("TSL.")) +
-           (layout.prefixesSystemTables ? "tsl_" : "") + table;
+std::string SystemTable(Layout layout, const std::string& database, const std::string& table) {
+    return (UsesDatabaseName(layout) ? Upper(database) + ".TSL." : std::string("TSL.")) +
+           (PrefixesSystemTables(layout) ? "tsl_" : "") + table;
 }
 
 using Factory = std::function<std::unique_ptr<IAdoTest>(const TestEnvironment&)>;
@@ -145,7 +133,7 @@ Factory Make() {
 
 class ReferentialChecks : public ::testing::TestWithParam<Layout> {
   protected:
-    const Layout& layout() const { return GetParam(); }
+    Layout layout() const { return GetParam(); }
 
     // Runs one check on a fresh connection to the layout's database of `situation`.
     std::unique_ptr<IAdoTest> RunCheck(const Factory& make, const std::string& situation) {
@@ -166,26 +154,26 @@ class ReferentialChecks : public ::testing::TestWithParam<Layout> {
 struct OrphanCase {
     const char* label;
     Factory make;
-    std::function<std::string(const Layout&, const std::string&)> details;
+    std::function<std::string(Layout, const std::string&)> details;
 };
 
 std::vector<OrphanCase> OrphanCases() {
     return {
         {"LAYERS: a missing table, then a missing spatial column", Make<clsTst_OrphLyr>(),
-         [](const Layout& l, const std::string& db) {
+         [](Layout l, const std::string& db) {
              return Entry(l, db, "WELLS", kMissingWells) + Entry(l, db, "RIVERS", kNoShapeColumn);
          }},
         {"TABLE_REGISTRY: NULL and blank rowid_column probe the table, a padded one its column",
          Make<clsTst_OrphTblReg>(),
-         [](const Layout& l, const std::string& db) {
+         [](Layout l, const std::string& db) {
              return Entry(l, db, "WELLS", kMissingWells) +
                     Entry(l, db, "STREETLIGHTS", kMissingStreetlights) +
                     Entry(l, db, "RIVERS", kNoRowidColumn);
          }},
         {"RASTER_COLUMNS: a missing raster column", Make<clsTst_OrphRasCol>(),
-         [](const Layout& l, const std::string& db) { return Entry(l, db, "ELEVATION", kNoRasterColumn); }},
+         [](Layout l, const std::string& db) { return Entry(l, db, "ELEVATION", kNoRasterColumn); }},
         {"GEOMETRY_COLUMNS: a dropped table", Make<clsTst_OrphGeomCol>(),
-         [](const Layout& l, const std::string& db) { return Entry(l, db, "PIPES", kMissingPipes); }},
+         [](Layout l, const std::string& db) { return Entry(l, db, "PIPES", kMissingPipes); }},
     };
 }
 
@@ -212,7 +200,7 @@ TEST_P(ReferentialChecks, RowidColumnIsTrimmedAndATableProbeStandsInWhenItIsNull
     const std::string db = Database(layout(), "healthy");
     const auto test = RunCheck(Make<clsTst_OrphTblReg>(), "healthy");
     ASSERT_TRUE(test->Pass()) << test->ResultDetails();
-    const std::string select = layout().usesDatabaseName
+    const std::string select = UsesDatabaseName(layout())
                                    ? "SELECT a.rowid_column, a.table_name, a.owner, a.database_name FROM "
                                    : "SELECT a.rowid_column, a.table_name, a.owner  FROM ";
     const std::vector<std::string> expected = {
@@ -260,10 +248,10 @@ TEST_P(ReferentialChecks, AMissingSystemTableIsReportedAsAFailedSelect) {
                       "ALTER TABLE " + PlainSystemTable(layout(), "geometry_columns") + " RENAME TO gone");
     const auto test = RunCheck(Make<clsTst_OrphGeomCol>(), "scratch");
     Cluster().Execute(db, "ALTER TABLE tsl.gone RENAME TO " +
-                              std::string(layout().prefixesSystemTables ? "tsl_" : "") + "geometry_columns");
+                              std::string(PrefixesSystemTables(layout()) ? "tsl_" : "") + "geometry_columns");
     EXPECT_FALSE(test->Pass());
     const std::string relation =
-        std::string("tsl.") + (layout().prefixesSystemTables ? "tsl_" : "") + "geometry_columns";
+        std::string("tsl.") + (PrefixesSystemTables(layout()) ? "tsl_" : "") + "geometry_columns";
     EXPECT_EQ(test->ResultDetails(),
               "Errors selecting rows from GEOMETRY_COLUMNS table: \r\n\r\n>>>> Err#1: "
               "ERROR: relation \"" +
@@ -397,9 +385,9 @@ std::string FailureBlock(const std::string& name, const std::string& details) {
 TEST_P(ReferentialChecks, HeadlessRunPrintsTheFailureBlocksOfTheOrphanedEntries) {
     const std::string db = Database(layout(), "orphans");
     std::vector<std::string> args = {"--connect",        Cluster().ConnectionString(db),
-                                     "--dbms",           layout().dbmsOption,
+                                     "--dbms",           testsupport::LayoutName(layout()),
                                      "--tessel-version", "9.0.0"};
-    if (layout().usesDatabaseName) {
+    if (UsesDatabaseName(layout())) {
         args.insert(args.end(), {"--database", db});
     }
     std::ostringstream out;
@@ -414,7 +402,7 @@ TEST_P(ReferentialChecks, HeadlessRunPrintsTheFailureBlocksOfTheOrphanedEntries)
     expected += FailureBlock("LAYERS entries exist as tables or views", cases[0].details(layout(), db));
     expected +=
         FailureBlock("RASTER_COLUMNS entries exist as tables or views", cases[2].details(layout(), db));
-    if (layout().dbms != dbtype::kDb2) {
+    if (layout() != Layout::Db2) {  // the GEOMETRY_COLUMNS check does not run on DB2
         expected +=
             FailureBlock("GEOMETRY_COLUMNS entries exist as tables or views", cases[3].details(layout(), db));
     }
@@ -428,9 +416,7 @@ TEST_P(ReferentialChecks, HeadlessRunPrintsTheFailureBlocksOfTheOrphanedEntries)
 
 INSTANTIATE_TEST_SUITE_P(Layouts, ReferentialChecks, ::testing::ValuesIn(kLayouts),
                          [](const ::testing::TestParamInfo<Layout>& info) {
-                             std::string name = info.param.label;
-                             name.erase(std::remove(name.begin(), name.end(), ' '), name.end());
-                             return name;
+                             return std::string(testsupport::LayoutName(info.param));
                          });
 
 }  // namespace
