@@ -74,7 +74,11 @@ const PgCluster& Cluster() {
         const PgCluster& pg = PgCluster::Shared();
         for (const Layout layout : kLayouts) {
             for (const auto& [situation, files] : kSituations) {
+                // An Oracle database always has its dictionary; the index analysis that runs on 9.0 reads it.
                 std::vector<std::string> fixtures = {"referential/user_tables.sql"};
+                if (layout == Layout::Oracle) {
+                    fixtures.insert(fixtures.begin(), "oracle_dictionary.sql");
+                }
                 fixtures.insert(fixtures.end(), files.begin(), files.end());
                 pg.CreateDatabase(Database(layout, situation), testsupport::LayoutFixtures(layout, fixtures));
             }
