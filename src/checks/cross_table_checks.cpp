@@ -179,7 +179,7 @@ const MembershipCheckSpec kRasColInTblReg{
     .open = MembershipOpen::kTrapped,
 };
 
-// Opens the statement as the spec says; true when it failed (raised, or left errors in the list).
+// Opens the statement in the member's way; true when it failed (raised, or left errors in the list).
 bool OpenFailed(Recordset& rs, const std::string& sql, Connection& conn, MembershipOpen open) {
     if (open == MembershipOpen::kErrorsSuppressed) {
         rs.OpenSuppressed(sql, conn);
