@@ -71,7 +71,8 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
         ProcessRunTests(state);
     } catch (const RuntimeError& e) {
         view.FinishLog();
-        err << "tabvet: a test ended the run with an unexpected error: " << DescribeRuntimeError(e) << std::endl;
+        err << "tabvet: a test ended the run with an unexpected error: " << DescribeRuntimeError(e)
+            << std::endl;
         return exit_code::kEscapedError;
     }
     view.FinishLog();

@@ -26,7 +26,7 @@ std::int32_t DbmsTypeCodeOf(DbmsOption option);
 
 /// Everything the main window owns, one instance per process.
 class MainState final : public TestEnvironment {
-public:
+  public:
     explicit MainState(IUserInteraction& ui);
     ~MainState() override;
 
@@ -76,7 +76,7 @@ public:
     bool chkOnlyReportFailures = false;
     std::string reportFileName;  // the file dialog's file name, kept between uses
 
-private:
+  private:
     IUserInteraction& ui_;
     MainView* view_;
 };
