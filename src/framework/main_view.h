@@ -21,13 +21,13 @@ class MainView {
 
 /// Shows the hourglass for as long as it lives, so that an error cannot leave it showing.
 class BusyPointer {
-public:
+  public:
     explicit BusyPointer(MainView& view) : view_(view) { view_.SetBusyPointer(true); }
     ~BusyPointer() { view_.SetBusyPointer(false); }
     BusyPointer(const BusyPointer&) = delete;
     BusyPointer& operator=(const BusyPointer&) = delete;
 
-private:
+  private:
     MainView& view_;
 };
 
