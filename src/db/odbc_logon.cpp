@@ -1,5 +1,5 @@
-// The driver list behaves as a sorted list box: names go in at their sorted place with letter case
-// ignored, and repeats are then removed by comparing neighbours exactly.
+// The driver list behaves as a sorted list box: names go in at their sorted place, and repeats are then
+// removed by comparing neighbours exactly.
 #include "odbc_logon.h"
 
 #include <algorithm>
@@ -12,10 +12,19 @@ bool IsBlank(const std::string& text) {
     return text.find_first_not_of(' ') == std::string::npos;
 }
 
+// Letter case ignored first, as a sorted list box orders names; names that differ only in case then
+// follow each other in a fixed order, so equal names always end up next to each other.
 bool SortsBefore(const std::string& a, const std::string& b) {
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) < std::tolower(static_cast<unsigned char>(y));
-    });
+    const auto folded = [](const std::string& text) {
+        std::string lower = text;
+        for (char& c : lower) {
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        }
+        return lower;
+    };
+    const std::string foldedA = folded(a);
+    const std::string foldedB = folded(b);
+    return foldedA != foldedB ? foldedA < foldedB : a < b;
 }
 
 }  // namespace
@@ -56,7 +65,6 @@ void frmODBCLogon::GetDSNsAndDrivers() {
 }
 
 void frmODBCLogon::AddDriver(const std::string& name) {
-    // After every entry that sorts equal, as a sorted list box inserts.
     cboDrivers.insert(std::upper_bound(cboDrivers.begin(), cboDrivers.end(), name, SortsBefore), name);
 }
 
