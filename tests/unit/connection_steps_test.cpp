@@ -1,5 +1,4 @@
-// The "Connect to Server" step without a database: the string box, the canned string and the logon
-// dialog's hand-over to the main window.
+// The first step without a database: the string box, the canned string and the logon dialog's hand-over.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -11,122 +10,52 @@
 namespace tabvet {
 namespace {
 
-using testsupport::RecordingInteraction;
-
-// Stands in for the window: while the dialog is "shown" it lets the test act as the user.
-class ScriptedPresenter final : public LogonDialogPresenter {
-  public:
-    explicit ScriptedPresenter(std::function<void(frmODBCLogon&)> user) : user_(std::move(user)) {}
-    void ShowModal(frmODBCLogon& dialog) override {
-        ++shown;
-        EXPECT_TRUE(dialog.Visible());
-        user_(dialog);
-        EXPECT_FALSE(dialog.Visible()) << "the dialog must be hidden before control returns";
-    }
-    int shown = 0;
-
-  private:
-    std::function<void(frmODBCLogon&)> user_;
+// Stands in for the window: while the dialog is shown, the test acts as the user.
+struct ScriptedPresenter final : LogonDialogPresenter {
+    std::function<void(frmODBCLogon&)> user;
+    void ShowModal(frmODBCLogon& dialog) override { user(dialog); }
 };
 
-class ConnectionSteps : public ::testing::Test {
-  protected:
-    ConnectionSteps() : state(ui) {
-        state.odbcLogon = frmODBCLogon([] {
-            return DriverManagerLists{.environmentAllocated = true,
-                                      .dataSources = {{.name = "Roads", .driver = "PostgreSQL Unicode"}},
-                                      .drivers = {"PostgreSQL Unicode"}};
-        });
+TEST(ConnectionSteps, ConnectFollowsTheStringAndTheCannedStringReachesTheDriverTranslated) {
+    testsupport::RecordingInteraction ui;
+    MainState state(ui);
+    for (const auto& [text, enabled] : {std::pair{"DSN=x", true}, {"", false}, {" ", true}}) {
+        ConnectionStringChanged(state, text);
+        EXPECT_EQ(state.cmdConnectEnabled, enabled) << "'" << text << "'";
     }
-
-    RecordingInteraction ui;
-    MainState state;
-};
-
-TEST_F(ConnectionSteps, ConnectIsEnabledExactlyWhileTheStringIsNotEmpty) {
-    const struct {
-        const char* text;
-        bool enabled;
-    } cases[] = {{"DSN=x", true}, {"", false}, {" ", true}, {"\t", true}, {"", false}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string("'") + c.text + "'");
-        ConnectionStringChanged(state, c.text);
-        EXPECT_EQ(state.txtConnString, c.text);
-        EXPECT_EQ(state.cmdConnectEnabled, c.enabled);
-    }
-}
-
-TEST_F(ConnectionSteps, CannedStringIsTheOracleExampleAndEnablesConnect) {
     CannedStringClick(state);
-    EXPECT_EQ(state.txtConnString, std::string("Provider=MSDASQL;") + "Driver=Oracle in OraHome90;" +
-                                       "Server=TSLGIS;" + "User Id=tsl;" + "Password=kqv");
     EXPECT_TRUE(state.cmdConnectEnabled);
-    // The last pair has no semicolon and still reaches the driver, with the layer's keywords translated.
+    EXPECT_EQ(state.txtConnString,
+              "Provider=MSDASQL;Driver=Oracle in OraHome90;Server=TSLGIS;User Id=tsl;Password=kqv");
     EXPECT_EQ(TranslateConnectionString(state.txtConnString),
               "Driver=Oracle in OraHome90;Server=TSLGIS;UID=tsl;PWD=kqv");
 }
 
-TEST_F(ConnectionSteps, BuiltStringAndUpperCasedDatabaseGoToTheWindow) {
-    state.g_sTslSystemTableDatabase = "OLD";
-    ScriptedPresenter presenter([](frmODBCLogon& dialog) {
-        EXPECT_EQ(dialog.txtDatabase, "OLD");  // loaded with the window's database
+TEST(ConnectionSteps, OkHandsStringAndUpperCasedDatabaseOverAndCancelChangesNothing) {
+    testsupport::RecordingInteraction ui;
+    MainState state(ui);
+    state.odbcLogon = frmODBCLogon([] { return DriverManagerLists{}; });
+    ScriptedPresenter presenter;
+    presenter.user = [](frmODBCLogon& dialog) {
         dialog.cboDriversText = "PostgreSQL Unicode";
         dialog.txtServer = "gisdb01";
-        dialog.txtUID = "tsl";
-        dialog.txtPWD = "kqv";
         dialog.txtDatabase = "Parcels_2";
         dialog.OkClick();
-    });
+    };
     BuildStringClick(state, presenter);
-    EXPECT_EQ(presenter.shown, 1);
-    EXPECT_EQ(
-        state.txtConnString,
-        "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv;Database=Parcels_2;");
+    EXPECT_EQ(state.txtConnString,
+              "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=;PWD=;Database=Parcels_2;");
     EXPECT_TRUE(state.cmdConnectEnabled);
     EXPECT_EQ(state.g_sTslSystemTableDatabase, "PARCELS_2");
-}
 
-TEST_F(ConnectionSteps, AnEmptyDatabaseFieldEmptiesTheSystemTableDatabase) {
-    state.g_sTslSystemTableDatabase = "OLD";
-    ScriptedPresenter presenter([](frmODBCLogon& dialog) {
-        dialog.DsnChoice(1);
-        dialog.txtDatabase.clear();
-        dialog.OkClick();
-    });
-    BuildStringClick(state, presenter);
-    EXPECT_EQ(state.txtConnString, "PROVIDER=MSDASQL;DSN=Roads;UID=;PWD=;");
-    EXPECT_EQ(state.g_sTslSystemTableDatabase, "");
-}
-
-TEST_F(ConnectionSteps, CancelAfterAnEarlierOkKeepsStringAndDatabase) {
-    ScriptedPresenter ok([](frmODBCLogon& dialog) {
-        dialog.DsnChoice(1);
-        dialog.txtDatabase = "roads";
-        dialog.OkClick();
-    });
-    BuildStringClick(state, ok);
-    ConnectionStringChanged(state, "typed afterwards");
-    ScriptedPresenter cancel([](frmODBCLogon& dialog) {
-        EXPECT_EQ(dialog.txtDatabase, "roads");  // kept from the earlier opening
+    presenter.user = [](frmODBCLogon& dialog) {
         dialog.txtDatabase = "other";
         dialog.CancelClick();
-    });
-    BuildStringClick(state, cancel);
-    EXPECT_EQ(state.txtConnString, "typed afterwards");
-    EXPECT_EQ(state.g_sTslSystemTableDatabase, "ROADS");
-}
-
-TEST_F(ConnectionSteps, AConnectionThatCannotBeMadeIsReported) {
-    state.newConnection = [] { return std::unique_ptr<Connection>(); };
-    ConnectionStringChanged(state, "DSN=x");
-    ConnectButtonClick(state);
-    EXPECT_EQ(ui.Lines(),
-              (std::vector<std::string>{"Unexpected condition: clsConnErrorString.Build got NULL connection",
-                                        "Error connecting to DBMS: Errors:\r\n"}));
-    EXPECT_EQ(state.g_pAdoConn, nullptr);
-    EXPECT_EQ(state.cmdConnectCaption, "Connect");
-    EXPECT_TRUE(state.txtConnStringEnabled);
-    EXPECT_FALSE(state.cmdQueryTypeEnabled);
+    };
+    BuildStringClick(state, presenter);
+    EXPECT_EQ(state.txtConnString,
+              "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=;PWD=;Database=Parcels_2;");
+    EXPECT_EQ(state.g_sTslSystemTableDatabase, "PARCELS_2");
 }
 
 }  // namespace
