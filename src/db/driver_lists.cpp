@@ -1,7 +1,9 @@
 // Both walks share one environment, freed when the walk ends; nothing of it outlives the call.
 #include "driver_lists.h"
 
+#include <algorithm>
 #include <array>
+#include <string>
 
 #include "odbc_call.h"
 #include "odbc_handles.h"
