@@ -6,6 +6,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include "db/connection_handling.h"
 #include "db/server_type_detection.h"
@@ -26,7 +29,7 @@ class DriverLists : public ::testing::Test {
         std::string folder = (std::filesystem::temp_directory_path() / "tabvet-odbcini.XXXXXX").string();
         ASSERT_NE(::mkdtemp(folder.data()), nullptr);
         dir_ = folder;
-        std::ofstream(dir_ / "odbcinst.ini") << "[PostgreSQL Unicode]\nDriver=psqlodbcw.so\n"
+        std::ofstream(dir_ / "odbcinst.ini") << "[PostgreSQL Unicode]\nDriver=psqlodbcw.so\nCommLog=0\n"
                                                 "[Zeta Driver]\nDriver=libtabvet-zeta.so\n"
                                                 "[alpha driver]\nDriver=libtabvet-alpha.so\n";
         // Parcels names another database than the dialog asks for below: the dialog's must win.
@@ -37,16 +40,25 @@ class DriverLists : public ::testing::Test {
                "[Roads]\nDriver=PostgreSQL Unicode\n"
                "[Legacy]\nDriver=Retired Driver\n";
         std::ofstream(dir_ / "user.ini") << "[Mine]\nDriver=alpha driver\n";
-        ::setenv("ODBCSYSINI", dir_.c_str(), 1);
-        ::setenv("ODBCINI", (dir_ / "user.ini").c_str(), 1);
+        Replace("ODBCSYSINI", dir_.string());
+        Replace("ODBCINI", (dir_ / "user.ini").string());
     }
     static void TearDownTestSuite() {
-        ::unsetenv("ODBCSYSINI");
-        ::unsetenv("ODBCINI");
+        for (const auto& [name, value] : saved_) {
+            value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
+        }
         std::filesystem::remove_all(dir_);
     }
 
+  private:
+    static void Replace(const std::string& name, const std::string& value) {
+        const char* old = std::getenv(name.c_str());
+        saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
+        ::setenv(name.c_str(), value.c_str(), 1);
+    }
+
     static inline std::filesystem::path dir_;
+    static inline std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
 };
 
 TEST_F(DriverLists, UserAndSystemDataSourcesAndEachDriverOnceSorted) {
