@@ -15,8 +15,8 @@ std::string ConsoleText(const std::string& text) {
     return out;
 }
 
-MsgAnswer ConsoleInteraction::ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,
-                                          MsgIcon /*icon*/) {
+MsgAnswer ConsoleInteraction::ShowMessage(const std::string& text, const std::string& title,
+                                          MsgButtons buttons, MsgIcon /*icon*/) {
     err_ << (title.empty() ? std::string("tabvet") : title) << ": " << ConsoleText(text) << std::endl;
     return buttons == MsgButtons::YesNo ? MsgAnswer::Yes : MsgAnswer::Ok;
 }
@@ -32,7 +32,9 @@ void ConsoleView::StatusLogChanged() {
     printed_ = log;
 }
 
-void ConsoleView::StatusBarChanged() { err_ << ConsoleText(state_.stsRunFeedback) << std::endl; }
+void ConsoleView::StatusBarChanged() {
+    err_ << ConsoleText(state_.stsRunFeedback) << std::endl;
+}
 
 void ConsoleView::FinishLog() {
     if (!printed_.empty() && printed_.back() != '\n') {

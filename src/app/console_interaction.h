@@ -16,19 +16,19 @@ std::string ConsoleText(const std::string& text);
 
 /// Prints every message box as "title: text" on the error stream and answers OK or Yes.
 class ConsoleInteraction final : public IUserInteraction {
-public:
+  public:
     explicit ConsoleInteraction(std::ostream& err) : err_(err) {}
     MsgAnswer ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,
                           MsgIcon icon) override;
 
-private:
+  private:
     std::ostream& err_;
 };
 
 /// Mirrors the model on the console: what the status log gains goes to `out` as it is written; each
 /// progress text goes to `err` on a line of its own.
 class ConsoleView final : public MainView {
-public:
+  public:
     ConsoleView(const MainState& state, std::ostream& out, std::ostream& err)
         : state_(state), out_(out), err_(err) {}
     void StatusLogChanged() override;
@@ -36,7 +36,7 @@ public:
     /// Ends the printed log with a line break if it does not end with one.
     void FinishLog();
 
-private:
+  private:
     const MainState& state_;
     std::ostream& out_;
     std::ostream& err_;

@@ -13,10 +13,14 @@ namespace {
 std::optional<DbmsOption> ParseDbms(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (text == "oracle") return DbmsOption::Oracle;
-    if (text == "sqlserver") return DbmsOption::SqlServer;
-    if (text == "db2") return DbmsOption::DB2;
-    if (text == "informix") return DbmsOption::Informix;
+    if (text == "oracle")
+        return DbmsOption::Oracle;
+    if (text == "sqlserver")
+        return DbmsOption::SqlServer;
+    if (text == "db2")
+        return DbmsOption::DB2;
+    if (text == "informix")
+        return DbmsOption::Informix;
     return std::nullopt;
 }
 
@@ -99,13 +103,15 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
         } else if (name == "--dbms") {
             options.dbms = ParseDbms(*value);
             if (!options.dbms) {
-                return {std::nullopt, "--dbms must be one of oracle, sqlserver, db2, informix (got '" + *value + "')"};
+                return {std::nullopt,
+                        "--dbms must be one of oracle, sqlserver, db2, informix (got '" + *value + "')"};
             }
         } else if (name == "--tessel-version") {
             options.tesselVersion = ParseVersion(*value);
             if (!options.tesselVersion) {
-                return {std::nullopt, "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '" +
-                                          *value + "')"};
+                return {std::nullopt,
+                        "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '" +
+                            *value + "')"};
             }
         } else if (name == "--report" || name == "--json") {
             if (value->empty()) {

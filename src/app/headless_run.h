@@ -2,8 +2,8 @@
 #pragma once
 
 #include <ostream>
-#include <vector>
 #include <string>
+#include <vector>
 
 namespace tabvet {
 

@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     if (!args.empty()) {
         return tabvet::RunHeadless(args, std::cout, std::cerr);
     }
-    std::cerr << "tabvet: the main window is not part of this build yet; use the headless mode (tabvet --help)\n";
+    std::cerr
+        << "tabvet: the main window is not part of this build yet; use the headless mode (tabvet --help)\n";
     return tabvet::exit_code::kCannotStart;
 }

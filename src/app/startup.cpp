@@ -39,11 +39,14 @@ bool StartUp(MainState& state) {
     state.g_bTestsWereRun = false;
     state.reportFileName = GetDefaultReportFileName();
     state.g_sTslSystemTableDatabase.clear();
-    return Create(state, [&] { LoadTestClasses(state); }, "Cannot load test classes: Exiting...") &&
-           Create(state, [&] { state.g_QDON = std::make_unique<clsQualDbObjName>(state.Ui()); },
-                  "Cannot initialize clsQualDbObjName: Exiting...") &&
-           Create(state, [&] { state.g_cConnErrStr = std::make_unique<clsConnErrorString>(state.Ui()); },
-                  "Cannot initialize clsConnErrorString: Exiting...");
+    return Create(
+               state, [&] { LoadTestClasses(state); }, "Cannot load test classes: Exiting...") &&
+           Create(
+               state, [&] { state.g_QDON = std::make_unique<clsQualDbObjName>(state.Ui()); },
+               "Cannot initialize clsQualDbObjName: Exiting...") &&
+           Create(
+               state, [&] { state.g_cConnErrStr = std::make_unique<clsConnErrorString>(state.Ui()); },
+               "Cannot initialize clsConnErrorString: Exiting...");
 }
 
 }  // namespace tabvet

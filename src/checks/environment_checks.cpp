@@ -13,7 +13,7 @@ struct EnvironmentCheckSpec {
     const char* systemTable;
     const char* selectList;  // followed directly by the qualified table name
     const char* errorPrefix;
-    bool readsVersionRow;    // VERSION: the result text is the first row; LAYERS: a fixed text
+    bool readsVersionRow;  // VERSION: the result text is the first row; LAYERS: a fixed text
     const char* passText;
 };
 
@@ -23,7 +23,8 @@ const EnvironmentCheckSpec kIsDbmsRunning{
     .definition = {.className = "clsTst_IsDbmsRunning",
                    .name = "Is database running",
                    .category = category::kEnvironment,
-                   .description = "Check whether database is running by checking for the existence of the VERSION table",
+                   .description =
+                       "Check whether database is running by checking for the existence of the VERSION table",
                    .fatal = true,
                    .worksWithOracle = true,
                    .worksWithSqlServer = true,

@@ -9,21 +9,21 @@ struct EnvironmentCheckSpec;
 
 /// One algorithm for both environment checks; the class is chosen by its constant row.
 class EnvironmentCheck : public AdoTestBase {
-public:
+  public:
     EnvironmentCheck(const EnvironmentCheckSpec& spec, const TestEnvironment& environment);
     void Run(Connection* conn) override;
 
-private:
+  private:
     const EnvironmentCheckSpec& spec_;
 };
 
 class clsTst_IsDbmsRunning final : public EnvironmentCheck {
-public:
+  public:
     explicit clsTst_IsDbmsRunning(const TestEnvironment& environment);
 };
 
 class clsTst_LyrTblExists final : public EnvironmentCheck {
-public:
+  public:
     explicit clsTst_LyrTblExists(const TestEnvironment& environment);
 };
 

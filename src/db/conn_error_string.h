@@ -11,14 +11,14 @@ namespace tabvet {
 /// Accumulates the text of a connection's error list. A second Build appends to the first; callers that
 /// want a fresh text use a fresh object.
 class clsConnErrorString {
-public:
+  public:
     explicit clsConnErrorString(IUserInteraction& ui) : ui_(ui) {}
 
     /// Builds from the error list of `conn` (may be null) and returns the held text.
     const std::string& Build(const Connection* conn);
     const std::string& Value() const { return text_; }
 
-private:
+  private:
     IUserInteraction& ui_;
     std::string text_;
 };

@@ -1,4 +1,5 @@
-// The parts of every connection that do not depend on the driver: error-list discipline and the statement rule.
+// The parts of every connection that do not depend on the driver: error-list discipline and the statement
+// rule.
 #include "connection.h"
 
 #include "runtime_error.h"
@@ -16,9 +17,10 @@ bool Connection::Query(const std::string& sql, ResultTable& out) {
     errors_.Clear();
     out = ResultTable{};
     if (State() != kStateOpen) {
-        errors_.Add({errnum::kConnectionNotUsable,
-                     "The connection cannot be used to perform this operation. It is either closed or invalid "
-                     "in this context."});
+        errors_.Add(
+            {errnum::kConnectionNotUsable,
+             "The connection cannot be used to perform this operation. It is either closed or invalid "
+             "in this context."});
         return false;
     }
     if (!IsSingleStatement(sql)) {

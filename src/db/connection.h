@@ -11,7 +11,7 @@ namespace tabvet {
 /// The connection the checks run on. The real one talks ODBC; tests may script one for states that no
 /// real driver produces.
 class Connection {
-public:
+  public:
     static constexpr int kStateClosed = 0;
     static constexpr int kStateOpen = 1;
 
@@ -36,11 +36,11 @@ public:
     /// or a comment is never sent.
     bool Query(const std::string& sql, ResultTable& out);
 
-protected:
+  protected:
     virtual bool DoOpen(const std::string& connectionString) = 0;
     virtual bool DoQuery(const std::string& sql, ResultTable& out) = 0;
 
-private:
+  private:
     ErrorList errors_;
 };
 

@@ -50,8 +50,8 @@ bool DisconnectFromDbms(MainState& state) {
         return true;
     }
     if (state.g_bTestsWereRun) {
-        const MsgAnswer answer =
-            state.Ui().ShowMessage(kDisconnectQuestion, "Disconnecting...", MsgButtons::OkCancel, MsgIcon::None);
+        const MsgAnswer answer = state.Ui().ShowMessage(kDisconnectQuestion, "Disconnecting...",
+                                                        MsgButtons::OkCancel, MsgIcon::None);
         if (answer != MsgAnswer::Ok) {
             return false;
         }

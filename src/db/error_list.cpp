@@ -7,8 +7,9 @@ namespace tabvet {
 
 const AdoError& ErrorList::Item(std::int32_t i) const {
     if (i < 0 || i >= Count()) {
-        throw RuntimeError(errnum::kItemNotFound,
-                           "Item cannot be found in the collection corresponding to the requested name or ordinal.");
+        throw RuntimeError(
+            errnum::kItemNotFound,
+            "Item cannot be found in the collection corresponding to the requested name or ordinal.");
     }
     return items_[static_cast<std::size_t>(i)];
 }

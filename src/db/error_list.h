@@ -15,14 +15,14 @@ struct AdoError {
 
 /// Errors of a connection, indexed from 0.
 class ErrorList {
-public:
+  public:
     std::int32_t Count() const { return static_cast<std::int32_t>(items_.size()); }
     /// Entry i (0-based); outside the list raises "Item cannot be found ...".
     const AdoError& Item(std::int32_t i) const;
     void Clear() { items_.clear(); }
     void Add(AdoError error) { items_.push_back(std::move(error)); }
 
-private:
+  private:
     std::vector<AdoError> items_;
 };
 

@@ -29,14 +29,16 @@ std::vector<DiagRecord> ReadDiagRecords(SQLSMALLINT handleType, SQLHANDLE handle
         if (!OdbcOk(rc)) {
             break;  // SQL_NO_DATA after the last record, or nothing more can be read
         }
-        const std::size_t length = std::min<std::size_t>(static_cast<std::size_t>(messageLength), message.size() - 1);
+        const std::size_t length =
+            std::min<std::size_t>(static_cast<std::size_t>(messageLength), message.size() - 1);
         records.push_back({FromOdbcWide(state.data(), 5), static_cast<std::int32_t>(native),
                            FromOdbcWide(message.data(), length)});
     }
     return records;
 }
 
-bool OdbcCall(SQLRETURN rc, SQLSMALLINT handleType, SQLHANDLE handle, ErrorList& errors, const char* callName) {
+bool OdbcCall(SQLRETURN rc, SQLSMALLINT handleType, SQLHANDLE handle, ErrorList& errors,
+              const char* callName) {
     if (OdbcOk(rc) || rc == SQL_NO_DATA) {
         return OdbcOk(rc);
     }
@@ -45,7 +47,8 @@ bool OdbcCall(SQLRETURN rc, SQLSMALLINT handleType, SQLHANDLE handle, ErrorList&
         errors.Add({record.nativeError, record.message});
     }
     if (records.empty()) {
-        errors.Add({static_cast<std::int32_t>(rc), std::string(callName) + " failed without a diagnostic record"});
+        errors.Add(
+            {static_cast<std::int32_t>(rc), std::string(callName) + " failed without a diagnostic record"});
     }
     return false;
 }

@@ -23,10 +23,13 @@ struct DiagRecord {
 std::vector<DiagRecord> ReadDiagRecords(SQLSMALLINT handleType, SQLHANDLE handle);
 
 /// True for SQL_SUCCESS and SQL_SUCCESS_WITH_INFO (warnings never count as failures).
-inline bool OdbcOk(SQLRETURN rc) { return rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO; }
+inline bool OdbcOk(SQLRETURN rc) {
+    return rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO;
+}
 
 /// Checks the result of an ODBC call made on `handle`. On failure every diagnostic record is appended to
 /// `errors` (native number and message); when the driver gave none, one entry names the failed call.
-bool OdbcCall(SQLRETURN rc, SQLSMALLINT handleType, SQLHANDLE handle, ErrorList& errors, const char* callName);
+bool OdbcCall(SQLRETURN rc, SQLSMALLINT handleType, SQLHANDLE handle, ErrorList& errors,
+              const char* callName);
 
 }  // namespace tabvet

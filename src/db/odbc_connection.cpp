@@ -40,7 +40,8 @@ bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, FieldValue& cell, ErrorList& e
         }
         if (indicator != SQL_NO_TOTAL) {
             // Grow once to take the rest in the next call.
-            buffer.resize(std::max<std::size_t>(buffer.size(), static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR)));
+            buffer.resize(
+                std::max<std::size_t>(buffer.size(), static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR)));
         }
     }
     cell = FromOdbcWide(text.data(), text.size());
@@ -49,7 +50,9 @@ bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, FieldValue& cell, ErrorList& e
 
 }  // namespace
 
-OdbcConnection::~OdbcConnection() { Close(); }
+OdbcConnection::~OdbcConnection() {
+    Close();
+}
 
 bool OdbcConnection::DoOpen(const std::string& connectionString) {
     Close();
@@ -67,8 +70,9 @@ bool OdbcConnection::DoOpen(const std::string& connectionString) {
     OdbcWideString wide = ToOdbcWide(TranslateConnectionString(connectionString));
     SQLWCHAR unused[8];
     SQLSMALLINT unusedLength = 0;
-    const SQLRETURN rc = SQLDriverConnectW(dbc_.Get(), nullptr, wide.data(), static_cast<SQLSMALLINT>(wide.size()),
-                                           unused, 0, &unusedLength, SQL_DRIVER_NOPROMPT);
+    const SQLRETURN rc =
+        SQLDriverConnectW(dbc_.Get(), nullptr, wide.data(), static_cast<SQLSMALLINT>(wide.size()), unused, 0,
+                          &unusedLength, SQL_DRIVER_NOPROMPT);
     if (!OdbcCall(rc, SQL_HANDLE_DBC, dbc_.Get(), Errors(), "SQLDriverConnect")) {
         dbc_.Reset();
         env_.Reset();
@@ -95,8 +99,8 @@ bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
     }
     StmtHandle stmt(raw);
     OdbcWideString wide = ToOdbcWide(sql);
-    if (!OdbcCall(SQLExecDirectW(stmt.Get(), wide.data(), static_cast<SQLINTEGER>(wide.size())), SQL_HANDLE_STMT,
-                  stmt.Get(), Errors(), "SQLExecDirect")) {
+    if (!OdbcCall(SQLExecDirectW(stmt.Get(), wide.data(), static_cast<SQLINTEGER>(wide.size())),
+                  SQL_HANDLE_STMT, stmt.Get(), Errors(), "SQLExecDirect")) {
         return false;
     }
     SQLSMALLINT columns = 0;

@@ -11,18 +11,18 @@ namespace tabvet {
 /// A connection over ODBC. No connection attribute is set: timeouts, cursor library and access mode stay
 /// the driver's defaults.
 class OdbcConnection final : public Connection {
-public:
+  public:
     OdbcConnection() = default;
     ~OdbcConnection() override;
 
     void Close() override;
     int State() const override { return connected_ ? kStateOpen : kStateClosed; }
 
-protected:
+  protected:
     bool DoOpen(const std::string& connectionString) override;
     bool DoQuery(const std::string& sql, ResultTable& out) override;
 
-private:
+  private:
     // Declared in this order so that the connection handle is freed before its environment.
     EnvHandle env_;
     DbcHandle dbc_;

@@ -9,8 +9,8 @@ EnvHandle AllocateEnvironment() {
         return EnvHandle();
     }
     EnvHandle owned(env);
-    if (!SQL_SUCCEEDED(
-            SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), SQL_IS_UINTEGER))) {
+    if (!SQL_SUCCEEDED(SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
+                                     SQL_IS_UINTEGER))) {
         return EnvHandle();
     }
     return owned;

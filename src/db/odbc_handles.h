@@ -11,7 +11,7 @@ namespace tabvet {
 /// Owns one ODBC handle of kind `Type` (SQL_HANDLE_ENV, SQL_HANDLE_DBC, SQL_HANDLE_STMT).
 template <SQLSMALLINT Type>
 class OdbcHandle {
-public:
+  public:
     OdbcHandle() = default;
     explicit OdbcHandle(SQLHANDLE handle) : handle_(handle) {}
     ~OdbcHandle() { Reset(); }
@@ -36,7 +36,7 @@ public:
         }
     }
 
-private:
+  private:
     SQLHANDLE handle_ = nullptr;
 };
 

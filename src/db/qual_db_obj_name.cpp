@@ -30,11 +30,20 @@ void clsQualDbObjName::Setup(const std::int32_t& dbtype, const std::string& Data
     };
     Rule rule{};
     switch (dbtype) {
-        case dbtype::kDb2: rule = {".", true, ""}; break;
-        case dbtype::kOracle: rule = {"", false, ""}; break;
-        case dbtype::kInformix: rule = {":", true, ""}; break;
-        case dbtype::kSqlServer: rule = {".", true, "TSL_"}; break;
-        default: throw RuntimeError(kInvalidDatabaseTypeNumber, "Invalid database type");
+        case dbtype::kDb2:
+            rule = {".", true, ""};
+            break;
+        case dbtype::kOracle:
+            rule = {"", false, ""};
+            break;
+        case dbtype::kInformix:
+            rule = {":", true, ""};
+            break;
+        case dbtype::kSqlServer:
+            rule = {".", true, "TSL_"};
+            break;
+        default:
+            throw RuntimeError(kInvalidDatabaseTypeNumber, "Invalid database type");
     }
     if (DatabaseName != kNoDatabaseName) {
         systemDatabaseName_ = DatabaseName;
@@ -58,12 +67,18 @@ std::string clsQualDbObjName::UserTable(const std::string& TableName, const std:
     const std::string& database =
         DatabaseNameFromCaller != kNoDatabaseName ? DatabaseNameFromCaller : systemDatabaseName_;
     switch (dbmsTypeCode_) {
-        case dbtype::kNotSetUp: CallOutOfSequence(); return {};
+        case dbtype::kNotSetUp:
+            CallOutOfSequence();
+            return {};
         case dbtype::kDb2:
         case dbtype::kInformix:
-        case dbtype::kSqlServer: return Trim(database) + separator_ + Trim(OwnerName) + "." + Trim(TableName);
-        case dbtype::kOracle: return Trim(OwnerName) + "." + Trim(TableName);
-        default: UnknownDbType(); return {};
+        case dbtype::kSqlServer:
+            return Trim(database) + separator_ + Trim(OwnerName) + "." + Trim(TableName);
+        case dbtype::kOracle:
+            return Trim(OwnerName) + "." + Trim(TableName);
+        default:
+            UnknownDbType();
+            return {};
     }
 }
 
@@ -82,12 +97,18 @@ std::string clsQualDbObjName::SqlToFindTable(const std::string& QualifiedTableNa
         return {};
     }
     switch (dbmsTypeCode_) {
-        case dbtype::kNotSetUp: CallOutOfSequence(); return {};
+        case dbtype::kNotSetUp:
+            CallOutOfSequence();
+            return {};
         case dbtype::kDb2:
         case dbtype::kInformix:
-        case dbtype::kSqlServer: return "SELECT * FROM " + QualifiedTableName + " WHERE 1 = 2";
-        case dbtype::kOracle: return "SELECT COUNT(*) FROM " + QualifiedTableName + " WHERE 1 = 2";
-        default: UnknownDbType(); return {};
+        case dbtype::kSqlServer:
+            return "SELECT * FROM " + QualifiedTableName + " WHERE 1 = 2";
+        case dbtype::kOracle:
+            return "SELECT COUNT(*) FROM " + QualifiedTableName + " WHERE 1 = 2";
+        default:
+            UnknownDbType();
+            return {};
     }
 }
 
@@ -97,13 +118,18 @@ std::string clsQualDbObjName::SqlToFindColumn(const std::string& ColumnName,
         return {};
     }
     switch (dbmsTypeCode_) {
-        case dbtype::kNotSetUp: CallOutOfSequence(); return {};
+        case dbtype::kNotSetUp:
+            CallOutOfSequence();
+            return {};
         case dbtype::kDb2:
         case dbtype::kInformix:
-        case dbtype::kSqlServer: return "SELECT A." + ColumnName + " FROM " + QualifiedTableName + " A WHERE 1 = 2";
+        case dbtype::kSqlServer:
+            return "SELECT A." + ColumnName + " FROM " + QualifiedTableName + " A WHERE 1 = 2";
         case dbtype::kOracle:
             return "SELECT COUNT(A." + ColumnName + ") FROM " + QualifiedTableName + " A WHERE 1 = 2";
-        default: UnknownDbType(); return {};
+        default:
+            UnknownDbType();
+            return {};
     }
 }
 

@@ -22,7 +22,7 @@ inline constexpr const char* kNoDatabaseName = "12345";
 
 /// The system-table namer. Holds the chosen server type and builds names and probe statements for it.
 class clsQualDbObjName {
-public:
+  public:
     explicit clsQualDbObjName(IUserInteraction& ui) : ui_(ui) {}
 
     /// Chooses the server type; a code outside 2..5 raises "Invalid database type" and changes nothing.
@@ -41,7 +41,7 @@ public:
     const std::string& SystemDatabaseName() const { return systemDatabaseName_; }
     const std::string& SystemTablePrefix() const { return systemTablePrefix_; }
 
-private:
+  private:
     void CallOutOfSequence() const;
     void UnknownDbType() const;
 

@@ -7,9 +7,10 @@ namespace tabvet {
 namespace {
 
 [[noreturn]] void RaiseNoCurrentRecord() {
-    throw RuntimeError(errnum::kNoCurrentRecord,
-                       "Either BOF or EOF is True, or the current record has been deleted. Requested operation "
-                       "requires a current record.");
+    throw RuntimeError(
+        errnum::kNoCurrentRecord,
+        "Either BOF or EOF is True, or the current record has been deleted. Requested operation "
+        "requires a current record.");
 }
 
 }  // namespace
@@ -91,13 +92,15 @@ int Recordset::FieldCount() const {
 const FieldValue& Recordset::Fields(int position) const {
     RequireOpen();
     if (position < 0 || static_cast<std::size_t>(position) >= table_.columns) {
-        throw RuntimeError(errnum::kItemNotFound,
-                           "Item cannot be found in the collection corresponding to the requested name or ordinal.");
+        throw RuntimeError(
+            errnum::kItemNotFound,
+            "Item cannot be found in the collection corresponding to the requested name or ordinal.");
     }
     if (Bof() || Eof()) {
         RaiseNoCurrentRecord();
     }
-    return table_.cells[static_cast<std::size_t>(position_) * table_.columns + static_cast<std::size_t>(position)];
+    return table_
+        .cells[static_cast<std::size_t>(position_) * table_.columns + static_cast<std::size_t>(position)];
 }
 
 }  // namespace tabvet

@@ -13,7 +13,7 @@ namespace tabvet {
 /// A result set in the shape the checks are written against. Its rows are read completely when it opens,
 /// so any number of result sets can be open on one connection, and none depends on the connection later.
 class Recordset {
-public:
+  public:
     /// Opens on `conn`; a failure raises a RuntimeError carrying the first entry of the connection's
     /// error list, after the list has been filled.
     void Open(const std::string& sql, Connection& conn);
@@ -36,7 +36,7 @@ public:
     /// The field at a 0-based position of the current row.
     const FieldValue& Fields(int position) const;
 
-private:
+  private:
     void RequireOpen() const;
 
     bool open_ = false;

@@ -9,14 +9,14 @@ namespace tabvet {
 
 /// An error with a number and a description, as the data-access layer and the value conversions raise it.
 class RuntimeError : public std::runtime_error {
-public:
+  public:
     RuntimeError(std::int32_t number, const std::string& description)
         : std::runtime_error(description), number_(number) {}
 
     std::int32_t Number() const { return number_; }
     std::string Description() const { return what(); }
 
-private:
+  private:
     std::int32_t number_;
 };
 

@@ -8,7 +8,7 @@ namespace tabvet {
 /// When the environment variable TABVET_STATEMENT_TRACE names a file, every statement sent is appended to
 /// it, one per line. Off by default; costs one check per statement when off.
 class StatementTrace {
-public:
+  public:
     static void Record(std::string_view sql);
 };
 

@@ -13,7 +13,7 @@ enum class MsgAnswer { Ok, Cancel, Yes, No };
 /// A modal message box. The window shows a real one; tests answer from a script; the headless mode prints
 /// "title: text" to standard error and answers OK or Yes.
 class IUserInteraction {
-public:
+  public:
     virtual ~IUserInteraction() = default;
     /// Shows `text` under `title` (empty: the application's own title) and returns the button pressed.
     virtual MsgAnswer ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,

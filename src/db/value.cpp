@@ -11,8 +11,12 @@
 namespace tabvet {
 namespace {
 
-[[noreturn]] void RaiseNull() { throw RuntimeError(errnum::kInvalidUseOfNull, "Invalid use of Null"); }
-[[noreturn]] void RaiseOverflow() { throw RuntimeError(errnum::kOverflow, "Overflow"); }
+[[noreturn]] void RaiseNull() {
+    throw RuntimeError(errnum::kInvalidUseOfNull, "Invalid use of Null");
+}
+[[noreturn]] void RaiseOverflow() {
+    throw RuntimeError(errnum::kOverflow, "Overflow");
+}
 
 template <typename Int>
 Int RoundToInt(double number) {
@@ -60,15 +64,25 @@ std::string ToText(const FieldValue& value) {
     return *value;
 }
 
-std::string TextOrEmpty(const FieldValue& value) { return value ? *value : std::string(); }
+std::string TextOrEmpty(const FieldValue& value) {
+    return value ? *value : std::string();
+}
 
-std::int16_t ToInt16(const FieldValue& value) { return RoundToInt16(StrictNumber(ToText(value))); }
+std::int16_t ToInt16(const FieldValue& value) {
+    return RoundToInt16(StrictNumber(ToText(value)));
+}
 
-std::int32_t ToInt32(const FieldValue& value) { return RoundToInt32(StrictNumber(ToText(value))); }
+std::int32_t ToInt32(const FieldValue& value) {
+    return RoundToInt32(StrictNumber(ToText(value)));
+}
 
-std::int16_t RoundToInt16(double number) { return RoundToInt<std::int16_t>(number); }
+std::int16_t RoundToInt16(double number) {
+    return RoundToInt<std::int16_t>(number);
+}
 
-std::int32_t RoundToInt32(double number) { return RoundToInt<std::int32_t>(number); }
+std::int32_t RoundToInt32(double number) {
+    return RoundToInt<std::int32_t>(number);
+}
 
 double LeadingNumber(std::string_view text) {
     // Blanks, tabs and line feeds are skipped wherever they stand, as the classic conversion does.
@@ -78,8 +92,8 @@ double LeadingNumber(std::string_view text) {
             compact.push_back(c);
         }
     }
-    if (compact.size() > 2 && compact[0] == '&' && (compact[1] == 'H' || compact[1] == 'h' ||
-                                                    compact[1] == 'O' || compact[1] == 'o')) {
+    if (compact.size() > 2 && compact[0] == '&' &&
+        (compact[1] == 'H' || compact[1] == 'h' || compact[1] == 'O' || compact[1] == 'o')) {
         const int base = (compact[1] == 'H' || compact[1] == 'h') ? 16 : 8;
         double result = 0;
         for (std::size_t i = 2; i < compact.size(); ++i) {
@@ -115,7 +129,8 @@ double LeadingNumber(std::string_view text) {
     if (!digits) {
         return 0;
     }
-    if (i < compact.size() && (compact[i] == 'e' || compact[i] == 'E' || compact[i] == 'd' || compact[i] == 'D')) {
+    if (i < compact.size() &&
+        (compact[i] == 'e' || compact[i] == 'E' || compact[i] == 'd' || compact[i] == 'D')) {
         std::string exponent = "e";
         std::size_t j = i + 1;
         if (j < compact.size() && (compact[j] == '+' || compact[j] == '-')) {

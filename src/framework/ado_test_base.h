@@ -12,7 +12,7 @@ namespace tabvet {
 /// Common test state: constructed with "Not Run", Pass false, WasRun false, Enabled true.
 /// Subclasses supply Run only.
 class AdoTestBase : public IAdoTest {
-public:
+  public:
     AdoTestBase(const TestDefinition& definition, const TestEnvironment& environment);
 
     const std::string& Name() const override { return name_; }
@@ -34,7 +34,7 @@ public:
 
     const TestDefinition& Definition() const { return definition_; }
 
-protected:
+  protected:
     const TestEnvironment& Environment() const { return environment_; }
 
     // Run state, in the order the contract lists it.
@@ -42,7 +42,7 @@ protected:
     bool pass_ = false;
     bool wasRun_ = false;
 
-private:
+  private:
     const TestDefinition& definition_;
     const TestEnvironment& environment_;
     std::string category_;

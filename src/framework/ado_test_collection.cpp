@@ -3,9 +3,12 @@
 
 namespace tabvet {
 
-clsAdoTestCollection::clsAdoTestCollection(std::vector<std::unique_ptr<IAdoTest>> tests) : tests_(std::move(tests)) {}
+clsAdoTestCollection::clsAdoTestCollection(std::vector<std::unique_ptr<IAdoTest>> tests)
+    : tests_(std::move(tests)) {}
 
-std::int16_t clsAdoTestCollection::Count() const { return static_cast<std::int16_t>(tests_.size()); }
+std::int16_t clsAdoTestCollection::Count() const {
+    return static_cast<std::int16_t>(tests_.size());
+}
 
 IAdoTest* clsAdoTestCollection::Item(const std::int16_t& i) const {
     if (i < 1 || i > Count()) {

@@ -10,7 +10,7 @@
 namespace tabvet {
 
 class clsAdoTestCollection {
-public:
+  public:
     /// Takes the tests in catalogue order; the list never changes afterwards.
     explicit clsAdoTestCollection(std::vector<std::unique_ptr<IAdoTest>> tests);
 
@@ -18,7 +18,7 @@ public:
     /// The test at 1-based position i, or null outside 1..Count.
     IAdoTest* Item(const std::int16_t& i) const;
 
-private:
+  private:
     std::vector<std::unique_ptr<IAdoTest>> tests_;
 };
 

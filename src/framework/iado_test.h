@@ -10,7 +10,7 @@ namespace tabvet {
 
 /// One test of the catalogue. The members stand in their fixed slot order.
 class IAdoTest {
-public:
+  public:
     virtual ~IAdoTest() = default;
 
     /// Runs the test on the open connection (may be null); leaves Pass, WasRun and ResultDetails.

@@ -17,11 +17,16 @@ MainView& SilentView() {
 
 std::int32_t DbmsTypeCodeOf(DbmsOption option) {
     switch (option) {
-        case DbmsOption::DB2: return dbtype::kDb2;
-        case DbmsOption::Oracle: return dbtype::kOracle;
-        case DbmsOption::Informix: return dbtype::kInformix;
-        case DbmsOption::SqlServer: return dbtype::kSqlServer;
-        case DbmsOption::None: break;
+        case DbmsOption::DB2:
+            return dbtype::kDb2;
+        case DbmsOption::Oracle:
+            return dbtype::kOracle;
+        case DbmsOption::Informix:
+            return dbtype::kInformix;
+        case DbmsOption::SqlServer:
+            return dbtype::kSqlServer;
+        case DbmsOption::None:
+            break;
     }
     return dbtype::kNotSetUp;
 }

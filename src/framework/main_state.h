@@ -25,7 +25,7 @@ std::int32_t DbmsTypeCodeOf(DbmsOption option);
 
 /// Everything the main window owns, one instance per process.
 class MainState final : public TestEnvironment {
-public:
+  public:
     explicit MainState(IUserInteraction& ui);
     ~MainState() override;
 
@@ -74,7 +74,7 @@ public:
     bool chkOnlyReportFailures = false;
     std::string reportFileName;  // the file dialog's file name, kept between uses
 
-private:
+  private:
     IUserInteraction& ui_;
     MainView* view_;
 };

@@ -5,7 +5,7 @@ namespace tabvet {
 
 /// Notifications from the model to its view. Every member has a do-nothing default.
 class MainView {
-public:
+  public:
     virtual ~MainView() = default;
     /// The status log changed: show it at once, because a run blocks the event loop.
     virtual void StatusLogChanged() {}

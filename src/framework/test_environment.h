@@ -8,7 +8,7 @@ namespace tabvet {
 
 /// The main window's objects that tests reach while they run. Looked up at each use, never copied.
 class TestEnvironment {
-public:
+  public:
     virtual ~TestEnvironment() = default;
     /// The system-table namer, g_QDON.
     virtual const clsQualDbObjName& Namer() const = 0;

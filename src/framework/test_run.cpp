@@ -13,16 +13,23 @@ constexpr const char* kLogRule = "=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-";  
 
 bool WorksWithSelectedDbms(const IAdoTest& test, DbmsOption option) {
     switch (option) {
-        case DbmsOption::DB2: return test.WorksWithDB2();
-        case DbmsOption::Informix: return test.WorksWithInformix();
-        case DbmsOption::Oracle: return test.WorksWithOracle();
-        case DbmsOption::SqlServer: return test.WorksWithSqlServer();
-        case DbmsOption::None: break;
+        case DbmsOption::DB2:
+            return test.WorksWithDB2();
+        case DbmsOption::Informix:
+            return test.WorksWithInformix();
+        case DbmsOption::Oracle:
+            return test.WorksWithOracle();
+        case DbmsOption::SqlServer:
+            return test.WorksWithSqlServer();
+        case DbmsOption::None:
+            break;
     }
     return true;
 }
 
-std::int16_t VersionBoxNumber(const std::string& text) { return RoundToInt16(LeadingNumber(text)); }
+std::int16_t VersionBoxNumber(const std::string& text) {
+    return RoundToInt16(LeadingNumber(text));
+}
 
 bool IsReadyToRun(const MainState& state) {
     return state.g_pAdoConn != nullptr && state.g_pTestCollection != nullptr &&
@@ -70,8 +77,8 @@ void ProcessRunTests(MainState& state) {
         }
         IAdoTest& test = *catalogue.Item(i);
         ++k;
-        SetRunStatusBarText(state, "Running test " + std::to_string(k) + " of " + std::to_string(toRun) + ": " +
-                                       test.Name());
+        SetRunStatusBarText(
+            state, "Running test " + std::to_string(k) + " of " + std::to_string(toRun) + ": " + test.Name());
         test.Run(state.g_pAdoConn.get());
         if (!test.Pass()) {
             SetStatusWindow(state,
@@ -98,6 +105,8 @@ void SetRunStatusBarText(MainState& state, const std::string& NewText) {
     state.View().StatusBarChanged();
 }
 
-void ClearRunStatus(MainState& state) { SetStatusWindow(state, ""); }
+void ClearRunStatus(MainState& state) {
+    SetStatusWindow(state, "");
+}
 
 }  // namespace tabvet

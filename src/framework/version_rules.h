@@ -13,12 +13,17 @@ enum class VersionRule {
 };
 
 /// Whether a test under `rule` accepts the release; bugfix is accepted by every rule and used by none.
-constexpr bool AcceptsVersion(VersionRule rule, std::int16_t major, std::int16_t minor, std::int16_t /*bugfix*/) {
+constexpr bool AcceptsVersion(VersionRule rule, std::int16_t major, std::int16_t minor,
+                              std::int16_t /*bugfix*/) {
     switch (rule) {
-        case VersionRule::V1: return major == 8 || major == 3 || major == 9;
-        case VersionRule::V2: return major == 8 || major == 9;
-        case VersionRule::V3: return (major == 8 && minor >= 2) || major == 9;
-        case VersionRule::V4: return (major == 8 && minor >= 2) || (major == 9 && minor == 0);
+        case VersionRule::V1:
+            return major == 8 || major == 3 || major == 9;
+        case VersionRule::V2:
+            return major == 8 || major == 9;
+        case VersionRule::V3:
+            return (major == 8 && minor >= 2) || major == 9;
+        case VersionRule::V4:
+            return (major == 8 && minor >= 2) || (major == 9 && minor == 0);
     }
     return false;
 }

@@ -18,7 +18,7 @@ struct ShownMessage {
 
 /// Records message boxes; answers with the next scripted answer, or with OK / Yes when none is left.
 class RecordingInteraction : public IUserInteraction {
-public:
+  public:
     MsgAnswer ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,
                           MsgIcon icon) override {
         shown.push_back({text, title, buttons, icon});

@@ -21,11 +21,13 @@ struct ScriptedAnswer {
 };
 
 class ScriptedConnection final : public Connection {
-public:
+  public:
     /// Answers `sql` exactly; statements without an answer fail like a missing table.
     void Answer(const std::string& sql, ScriptedAnswer answer) { answers_[sql] = std::move(answer); }
     /// Answers every statement that no exact answer covers.
-    void AnswerOthers(std::function<ScriptedAnswer(const std::string&)> answer) { fallback_ = std::move(answer); }
+    void AnswerOthers(std::function<ScriptedAnswer(const std::string&)> answer) {
+        fallback_ = std::move(answer);
+    }
 
     /// Every statement that reached the connection, in order.
     const std::vector<std::string>& Sent() const { return sent_; }
@@ -33,7 +35,7 @@ public:
     void Close() override { open_ = false; }
     int State() const override { return open_ ? kStateOpen : kStateClosed; }
 
-protected:
+  protected:
     bool DoOpen(const std::string&) override {
         open_ = true;
         return true;
@@ -62,7 +64,7 @@ protected:
         return true;
     }
 
-private:
+  private:
     bool open_ = false;
     std::map<std::string, ScriptedAnswer> answers_;
     std::function<ScriptedAnswer(const std::string&)> fallback_;

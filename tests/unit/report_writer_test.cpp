@@ -7,6 +7,7 @@
 
 #include "report/report_writer.h"
 #include "support/fake_test.h"
+#include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/temp_folder.h"
 
@@ -124,7 +125,7 @@ TEST_F(ReportWriterTest, WritesTheDesignedLayoutByteForByte) {
         EXPECT_TRUE(CreateReportInFile(state, file));
         file.Close();
 
-        EXPECT_EQ(ReadBytes(path), ReadBytes(std::string(TABVET_FIXTURES_DIR) + "/reports/" + c.fixture));
+        EXPECT_EQ(ReadBytes(path), ReadBytes(testsupport::FixturePath(std::string("reports/") + c.fixture)));
         EXPECT_TRUE(ui.shown.empty());
     }
 }

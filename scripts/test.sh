@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Builds tabvet and runs the whole test suite, format check included. Needs no running services: the
+# database tests start and stop their own throwaway PostgreSQL cluster.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/setup.sh
+ctest --test-dir build --output-on-failure -j2

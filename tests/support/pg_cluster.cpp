@@ -1,0 +1,130 @@
+// Finds or starts the test cluster and forwards every action to the cluster script, which owns the details of
+// initdb, ports and psql; this side only reads the state file and turns failures into exceptions.
+#include "support/pg_cluster.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <utility>
+
+#include "support/pg_subprocess.h"
+
+namespace tabvet::testsupport {
+namespace {
+
+constexpr const char* kStateVariable = "TABVET_PG_STATE";
+
+std::string Trim(const std::string& text) {
+    const auto begin = text.find_first_not_of(" \t\r\n");
+    if (begin == std::string::npos) {
+        return {};
+    }
+    return text.substr(begin, text.find_last_not_of(" \t\r\n") - begin + 1);
+}
+
+int ReadPort(const std::string& stateFile) {
+    std::ifstream in(stateFile);
+    if (!in) {
+        throw std::runtime_error("no cluster state file at " + stateFile);
+    }
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind("PGPORT=", 0) == 0) {
+            return std::stoi(line.substr(7));
+        }
+    }
+    throw std::runtime_error("no PGPORT in " + stateFile);
+}
+
+// A state file of this process's own, so that parallel test processes never share one by accident.
+std::string PrivateStateFile() {
+    const std::filesystem::path dir = std::filesystem::temp_directory_path();
+    return (dir / ("tabvet-pg-state." + std::to_string(::getpid()))).string();
+}
+
+}  // namespace
+
+PgCluster& PgCluster::Shared() {
+    static PgCluster cluster = [] {
+        const char* fromFixture = std::getenv(kStateVariable);
+        if (fromFixture != nullptr && *fromFixture != '\0') {
+            return PgCluster(fromFixture, false);
+        }
+        return PgCluster(PrivateStateFile(), true);
+    }();
+    return cluster;
+}
+
+PgCluster::PgCluster(std::string stateFile, bool ownsCluster)
+    : stateFile_(std::move(stateFile)), ownsCluster_(ownsCluster) {
+    if (ownsCluster_) {
+        // Should the destructor never run, the watchdog stops the cluster once this process has ended.
+        StartWatchdog({"bash", "-c", "cat >/dev/null; exec bash \"$0\" stop \"$1\"", TABVET_PG_CLUSTER_SCRIPT,
+                       stateFile_});
+        RunScript({"start", stateFile_});
+    }
+    port_ = ReadPort(stateFile_);
+}
+
+PgCluster::~PgCluster() {
+    if (ownsCluster_) {
+        try {
+            RunProcess({"bash", TABVET_PG_CLUSTER_SCRIPT, "stop", stateFile_});
+        } catch (const std::exception&) {
+            // The watchdog stops it when this process is gone.
+        }
+    }
+}
+
+std::string PgCluster::RunScript(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> argv{"bash", TABVET_PG_CLUSTER_SCRIPT};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    ProcessResult result = RunProcess(argv);
+    if (result.exitCode != 0) {
+        std::string command;
+        for (const std::string& argument : arguments) {
+            command += " " + argument;
+        }
+        throw std::runtime_error("pg_cluster.sh" + command + " failed (" + std::to_string(result.exitCode) +
+                                 "):\n" + result.output);
+    }
+    return std::move(result.output);
+}
+
+std::string PgCluster::ConnectionString(const std::string& database) const {
+    return "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=" + std::to_string(port_) +
+           ";Database=" + database + ";UID=tabvet;PWD=;";
+}
+
+void PgCluster::CreateDatabase(const std::string& database,
+                               const std::vector<std::string>& fixtureFiles) const {
+    std::vector<std::string> arguments{"createdb", stateFile_, database};
+    for (const std::string& file : fixtureFiles) {
+        arguments.push_back(FixturePath(file));
+    }
+    RunScript(arguments);
+}
+
+void PgCluster::Execute(const std::string& database, const std::string& sql) const {
+    RunScript({"psql", stateFile_, database, "-v", "ON_ERROR_STOP=1", "-q", "-c", sql});
+}
+
+std::string PgCluster::QueryValue(const std::string& database, const std::string& sql) const {
+    return Trim(RunScript({"psql", stateFile_, database, "-v", "ON_ERROR_STOP=1", "-At", "-c", sql}));
+}
+
+void PgCluster::StopServer() const {
+    RunScript({"stop-server", stateFile_});
+}
+
+void PgCluster::StartServer() const {
+    RunScript({"start-server", stateFile_});
+}
+
+std::string FixturePath(const std::string& relative) {
+    return (std::filesystem::path(TABVET_FIXTURE_DIR) / relative).string();
+}
+
+}  // namespace tabvet::testsupport

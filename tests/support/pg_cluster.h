@@ -1,0 +1,52 @@
+// The throwaway PostgreSQL cluster that integration tests reach through the real ODBC driver.
+// Databases are built from the plain SQL files under tests/fixtures.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tabvet::testsupport {
+
+/// A running cluster, driven through scripts/pg_cluster.sh. All members throw std::runtime_error with the
+/// script's or psql's output when something fails.
+class PgCluster {
+  public:
+    /// The run's cluster: the one a ctest fixture started (TABVET_PG_STATE names its state file) or, when
+    /// that is absent, one started for this process and stopped when it ends, failed tests and crashes too.
+    static PgCluster& Shared();
+
+    PgCluster(const PgCluster&) = delete;
+    PgCluster& operator=(const PgCluster&) = delete;
+    ~PgCluster();
+
+    /// "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=N;Database=<database>;UID=tabvet;PWD=;"
+    std::string ConnectionString(const std::string& database) const;
+
+    /// Drops and creates `database`, then runs the fixture files (paths relative to tests/fixtures) in order.
+    void CreateDatabase(const std::string& database, const std::vector<std::string>& fixtureFiles) const;
+
+    /// Runs statements through psql; stops at the first error.
+    void Execute(const std::string& database, const std::string& sql) const;
+
+    /// The single value a query returns, as psql prints it unaligned, trimmed.
+    std::string QueryValue(const std::string& database, const std::string& sql) const;
+
+    /// Stops the server and starts it again on the same port with the same data, for connection faults.
+    void StopServer() const;
+    void StartServer() const;
+
+    int Port() const { return port_; }
+
+  private:
+    PgCluster(std::string stateFile, bool ownsCluster);
+    std::string RunScript(const std::vector<std::string>& arguments) const;
+
+    std::string stateFile_;
+    bool ownsCluster_;
+    int port_ = 0;
+};
+
+/// Absolute path of a file under tests/fixtures.
+std::string FixturePath(const std::string& relative);
+
+}  // namespace tabvet::testsupport
