@@ -23,8 +23,21 @@ if [ ! -x "$tabvet" ]; then
     echo "demo: $tabvet was not built" >&2
     exit 2
 fi
+# The report and the JSON results stay after the demo, for reading at leisure.
+results=$(mktemp -d /tmp/tabvet-demo-results.XXXXXX)
+report="$results/Tessel_Diag.txt"
+json="$results/results.json"
 status=0
-"$tabvet" --connect "$connection" --dbms oracle --tessel-version 9.0.0 || status=$?
+"$tabvet" --connect "$connection" --dbms oracle --tessel-version 9.0.0 --report "$report" --json "$json" \
+    || status=$?
 echo "tabvet exit status: $status (0 all passed, 1 a test failed, 2 could not start, 3 unexpected error)"
+for file in "$report" "$json"; do
+    if [ -s "$file" ]; then
+        echo "Written: $file"
+    else
+        echo "demo: $file was not written" >&2
+        status=2
+    fi
+done
 # The sample schema is broken on purpose, so failed tests are the expected outcome of the demo.
 [ "$status" -le 1 ]
