@@ -18,6 +18,8 @@ port=$(sed -n 's/^PGPORT=//p' "$state")
 connection="Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=$port;Database=tsl;UID=tabvet;PWD=;"
 echo "Connection string: $connection"
 
+# The drivers as the system registers them, minus the driver's communication log in /tmp.
+export ODBCSYSINI="$PWD/tests/fixtures/odbc" ODBCINI="$PWD/tests/fixtures/odbc/odbc.ini"
 tabvet=build/src/app/tabvet
 if [ ! -x "$tabvet" ]; then
     echo "demo: $tabvet was not built" >&2

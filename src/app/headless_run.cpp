@@ -35,8 +35,7 @@ bool AnyRunTestFailed(const MainState& state) {
     return false;
 }
 
-int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err,
-        const std::function<void(MainState&)>& prepare) {
+int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
     if (!CheckOutputFiles(options, err)) {
         return exit_code::kCannotStart;
     }
@@ -46,9 +45,6 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err,
     state.AttachView(view);
     if (!StartUp(state)) {
         return exit_code::kCannotStart;
-    }
-    if (prepare) {
-        prepare(state);
     }
     if (options.database) {
         state.g_sTslSystemTableDatabase = UpperCase(*options.database);
@@ -90,11 +86,6 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err,
 }  // namespace
 
 int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    return RunHeadless(args, out, err, nullptr);
-}
-
-int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
-                const std::function<void(MainState&)>& prepare) {
     const ParsedArguments parsed = ParseHeadlessArguments(args);
     if (!parsed.options) {
         err << "tabvet: " << parsed.error << "\n" << HeadlessUsage();
@@ -108,7 +99,7 @@ int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::os
         out << "tabvet " << TABVET_VERSION << "\n";
         return exit_code::kAllPassed;
     }
-    return Run(*parsed.options, out, err, prepare);
+    return Run(*parsed.options, out, err);
 }
 
 }  // namespace tabvet

@@ -1,14 +1,11 @@
 // The headless mode: the same objects the window drives, without a window.
 #pragma once
 
-#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
 
 namespace tabvet {
-
-class MainState;
 
 namespace exit_code {
 inline constexpr int kAllPassed = 0;
@@ -19,10 +16,5 @@ inline constexpr int kEscapedError = 3;
 
 /// Runs tabvet with command-line arguments (without the program name); returns the exit status.
 int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-
-/// The same, with `prepare` applied to the window model right after start-up: for tests that need a
-/// catalogue of their own.
-int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
-                const std::function<void(MainState&)>& prepare);
 
 }  // namespace tabvet

@@ -1,0 +1,327 @@
+// A fresh cursor is listed only when it reports end-of-file without begin-of-file. That is the rule these
+// checks have always applied, and it is kept although a cursor with rows therefore passes.
+#include "cross_table_checks.h"
+
+#include <cstdint>
+
+#include "db/conn_error_string.h"
+#include "db/recordset.h"
+#include "db/runtime_error.h"
+
+namespace tabvet {
+namespace {
+
+constexpr std::int16_t kReportLimit = 5;
+
+constexpr const char* kErrorsPrefix = "Errors: ";
+constexpr const char* kEntryMarker = ">>>> ";
+constexpr const char* kLimitOpening = "(Report limit (";
+constexpr const char* kLimitClosing = ") reached. There may be more errors.)";
+constexpr const char* kLimitReachedLine = ">>>> (Report limit reached. There may be others...)";
+
+constexpr const char* kLayers = "LAYERS";
+constexpr const char* kGeometryColumns = "GEOMETRY_COLUMNS";
+constexpr const char* kSpatialReferences = "SPATIAL_REFERENCES";
+constexpr const char* kTableRegistry = "TABLE_REGISTRY";
+constexpr const char* kRasterColumns = "RASTER_COLUMNS";
+
+constexpr const char* kRegistryJoinWithoutDatabase =
+    "WHERE a.table_name = b.table_name "
+    "and a.owner = b.owner)";
+constexpr const char* kRegistryJoinWithDatabase =
+    "WHERE a.table_name = b.table_name "
+    "and a.owner = b.owner "
+    "and a.database_name = b.database_name)";
+
+constexpr TestDefinition CrossTableDefinition(const char* className, const char* name,
+                                              const char* description, bool worksWithDb2, VersionRule rule) {
+    return {.className = className,
+            .name = name,
+            .category = category::kReferentialIntegrity,
+            .description = description,
+            .fatal = false,
+            .worksWithOracle = true,
+            .worksWithSqlServer = true,
+            .worksWithInformix = true,
+            .worksWithDb2 = worksWithDb2,
+            .versionRule = rule};
+}
+
+const MembershipCheckSpec kLyrInGeomCol{
+    .definition = CrossTableDefinition("clsTst_LyrInGeomCol", "LAYERS in GEOMETRY_COLUMNS",
+                                       "Check whether entries in LAYERS are also in GEOMETRY_COLUMNS", false,
+                                       VersionRule::V2),
+    .outerTable = kLayers,
+    .outerAlias = " a ",
+    .innerTable = kGeometryColumns,
+    .innerAlias = " b ",
+    .selectListWithoutDatabase = "SELECT a.table_name, a.owner, NULL ",
+    .selectListWithDatabase = "SELECT a.table_name, a.owner, a.database_name ",
+    .joinWithoutDatabase = "WHERE a.owner = b.f_table_schema and a.table_name = b.f_table_name)",
+    .joinWithDatabase =
+        "WHERE a.database_name = b.f_table_catalog and a.owner = b.f_table_schema and "
+        "a.table_name = b.f_table_name)",
+    .headerText = "Some LAYERS entries are not in GEOMETRY_COLUMNS",
+    .passText = "All LAYERS entries have matching entries in GEOMETRY_COLUMNS",
+    .entry = MembershipEntry::kQualifiedName,
+    .entryPrefix = kEntryMarker,
+    .idText = "",
+    .loop = MembershipLoop::kCountAfterMove,
+    .open = MembershipOpen::kTrapped,
+};
+
+// The outer table is GEOMETRY_COLUMNS under alias b. Its entry passes the schema as the table name and the
+// table as the owner, so the two parts of a listed name stand in each other's place; kept as it always was.
+const MembershipCheckSpec kGeomColInLyr{
+    .definition = CrossTableDefinition("clsTst_GeomColInLyr", "GEOMETRY_COLUMNS in LAYERS",
+                                       "Check whether entries in GEOMETRY_COLUMNS are also in LAYERS", false,
+                                       VersionRule::V2),
+    .outerTable = kGeometryColumns,
+    .outerAlias = " b ",
+    .innerTable = kLayers,
+    .innerAlias = " a ",
+    .selectListWithoutDatabase = "SELECT b.f_table_schema, b.f_table_name, NULL ",
+    .selectListWithDatabase = "SELECT b.f_table_schema, b.f_table_name, b.f_table_catalog ",
+    .joinWithoutDatabase = "WHERE a.owner = b.f_table_schema and a.table_name = b.f_table_name)",
+    .joinWithDatabase =
+        "WHERE a.database_name = b.f_table_catalog and a.owner = b.f_table_schema and "
+        "a.table_name = b.f_table_name)",
+    .headerText = "Some GEOMETRY_COLUMNS entries are not in LAYERS",
+    .passText = "All GEOMETRY_COLUMNS entries have matching entries in LAYERS",
+    .entry = MembershipEntry::kQualifiedName,
+    .entryPrefix = kEntryMarker,
+    .idText = "",
+    .loop = MembershipLoop::kCountAfterMove,
+    .open = MembershipOpen::kTrapped,
+};
+
+const MembershipCheckSpec kLyrInSpatRef{
+    .definition = CrossTableDefinition("clsTst_LyrInSpatRef", "LAYERS.SRID in SPATIAL_REFERENCES",
+                                       "Check whether all SRIDs in LAYERS are in SPATIAL_REFERENCES", false,
+                                       VersionRule::V1),
+    .outerTable = kLayers,
+    .outerAlias = " a ",
+    .innerTable = kSpatialReferences,
+    .innerAlias = " b ",
+    .selectListWithoutDatabase = "SELECT a.layer_id, a.owner, a.table_name, a.srid ",
+    .selectListWithDatabase = "SELECT a.layer_id, a.owner, a.table_name, a.srid ",
+    .joinWithoutDatabase = "WHERE a.srid = b.srid)",
+    .joinWithDatabase = "WHERE a.srid = b.srid)",
+    .headerText = "Some LAYERS.SRID entries are not in SPATIAL_REFERENCES",
+    .passText = "All LAYERS.SRID entries have matching entries in SPATIAL_REFERENCES",
+    .entry = MembershipEntry::kSrid,
+    .entryPrefix = ">>>> SRID = ",
+    .idText = " in layer_id #",
+    .loop = MembershipLoop::kCountAfterMove,
+    .open = MembershipOpen::kTrapped,
+};
+
+const MembershipCheckSpec kRasColInSpatRef{
+    .definition = CrossTableDefinition("clsTst_RasColInSpatRef", "RASTER_COLUMNS.SRID in SPATIAL_REFERENCES",
+                                       "Check whether all SRIDs in RASTER_COLUMNS are in SPATIAL_REFERENCES",
+                                       false, VersionRule::V1),
+    .outerTable = kRasterColumns,
+    .outerAlias = " a ",
+    .innerTable = kSpatialReferences,
+    .innerAlias = " b ",
+    .selectListWithoutDatabase = "SELECT a.RASTERCOLUMN_ID, a.owner, a.table_name, a.srid ",
+    .selectListWithDatabase = "SELECT a.RASTERCOLUMN_ID, a.owner, a.table_name, a.srid ",
+    .joinWithoutDatabase = "WHERE a.srid = b.srid)",
+    .joinWithDatabase = "WHERE a.srid = b.srid)",
+    .headerText = "Some RASTER_COLUMNS.SRID entries are not in SPATIAL_REFERENCES",
+    .passText = "All RASTER_COLUMNS.SRID entries have matching entries in SPATIAL_REFERENCES",
+    .entry = MembershipEntry::kSrid,
+    .entryPrefix = ">>>> SRID = ",
+    .idText = " in RASTERCOLUMN_ID #",
+    .loop = MembershipLoop::kCountAfterMove,
+    .open = MembershipOpen::kTrapped,
+};
+
+const MembershipCheckSpec kLyrInTblReg{
+    .definition = CrossTableDefinition("clsTst_LyrInTblReg", "LAYERS in TABLE_REGISTRY",
+                                       "Check whether entries in LAYERS exist in TABLE_REGISTRY", true,
+                                       VersionRule::V2),
+    .outerTable = kLayers,
+    .outerAlias = " a ",
+    .innerTable = kTableRegistry,
+    .innerAlias = " b ",
+    .selectListWithoutDatabase = "SELECT a.table_name, a.owner ",
+    .selectListWithDatabase = "SELECT a.table_name, a.owner, a.database_name ",
+    .joinWithoutDatabase = kRegistryJoinWithoutDatabase,
+    .joinWithDatabase = kRegistryJoinWithDatabase,
+    .headerText = "Some LAYERS entries are not in TABLE_REGISTRY",
+    .passText = "All LAYERS entries have matching entries in TABLE_REGISTRY",
+    .entry = MembershipEntry::kRegisteredName,
+    .entryPrefix = kEntryMarker,
+    .idText = "",
+    .loop = MembershipLoop::kCountBeforeEntry,
+    .open = MembershipOpen::kTrapped,
+};
+
+const MembershipCheckSpec kRasColInTblReg{
+    .definition = CrossTableDefinition("clsTst_RasColInTblReg", "RASTER_COLUMNS in TABLE_REGISTRY",
+                                       "Check whether entries in RASTER_COLUMNS exist in TABLE_REGISTRY",
+                                       true, VersionRule::V2),
+    .outerTable = kRasterColumns,
+    .outerAlias = " a ",
+    .innerTable = kTableRegistry,
+    .innerAlias = " b ",
+    .selectListWithoutDatabase = "SELECT a.table_name, a.owner ",
+    .selectListWithDatabase = "SELECT a.table_name, a.owner, a.database_name ",
+    .joinWithoutDatabase = kRegistryJoinWithoutDatabase,
+    .joinWithDatabase = kRegistryJoinWithDatabase,
+    .headerText = "Some RASTER_COLUMNS entries are not in TABLE_REGISTRY",
+    .passText = "All RASTER_COLUMNS entries have matching entries in TABLE_REGISTRY",
+    .entry = MembershipEntry::kRegisteredName,
+    .entryPrefix = kEntryMarker,
+    .idText = "",
+    .loop = MembershipLoop::kCountAfterMove,
+    .open = MembershipOpen::kTrapped,
+};
+
+// Opens the statement in the member's way; true when it failed (raised, or left errors in the list).
+bool OpenFailed(Recordset& rs, const std::string& sql, Connection& conn, MembershipOpen open) {
+    if (open == MembershipOpen::kErrorsSuppressed) {
+        rs.OpenSuppressed(sql, conn);
+        return conn.Errors().Count() > 0;
+    }
+    try {
+        rs.Open(sql, conn);
+    } catch (const RuntimeError&) {
+        return true;
+    }
+    return conn.Errors().Count() != 0;
+}
+
+}  // namespace
+
+MembershipCheck::MembershipCheck(const MembershipCheckSpec& spec, const TestEnvironment& environment)
+    : AdoTestBase(spec.definition, environment), spec_(spec) {}
+
+std::string MembershipCheck::Entry(const Recordset& rs) const {
+    const clsQualDbObjName& namer = Environment().Namer();
+    switch (spec_.entry) {
+        case MembershipEntry::kQualifiedName: {
+            const std::string table = ToText(rs.Fields(0));
+            const std::string owner = ToText(rs.Fields(1));
+            const std::string database = ToText(rs.Fields(2));
+            return spec_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
+        }
+        case MembershipEntry::kRegisteredName: {
+            const std::string table = ToText(rs.Fields(0));
+            const std::string owner = ToText(rs.Fields(1));
+            const std::string database = namer.UsesDatabaseName() ? ToText(rs.Fields(2)) : kNoDatabaseName;
+            return spec_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
+        }
+        case MembershipEntry::kSrid:
+            return spec_.entryPrefix + TextOrEmpty(rs.Fields(3)) + spec_.idText + TextOrEmpty(rs.Fields(0)) +
+                   " : " + TextOrEmpty(rs.Fields(1)) + "." + TextOrEmpty(rs.Fields(2)) + common_text::kCrLf;
+        case MembershipEntry::kKeyword: {
+            const std::string table = ToText(rs.Fields(2));
+            const std::string owner = ToText(rs.Fields(3));
+            const std::string database = ToText(rs.Fields(4));
+            const std::string userTable = namer.UserTable(table, owner, database);
+            return spec_.entryPrefix + TextOrEmpty(rs.Fields(1)) + spec_.idText + TextOrEmpty(rs.Fields(0)) +
+                   " : " + userTable + common_text::kCrLf;
+        }
+    }
+    return {};
+}
+
+void MembershipCheck::Run(Connection* conn) {
+    if (conn == nullptr) {
+        pass_ = false;
+        resultDetails_ = common_text::kNoConnection;
+        return;
+    }
+    wasRun_ = true;
+    pass_ = false;
+    resultDetails_.clear();
+    bool verdict = false;
+
+    const std::string outer = Environment().Namer().TslSystemTable(spec_.outerTable);
+    const std::string inner = Environment().Namer().TslSystemTable(spec_.innerTable);
+    if (outer.empty() || inner.empty()) {
+        resultDetails_ = common_text::kCannotTranslateNames;
+        pass_ = verdict;
+        return;
+    }
+    const bool usesDatabaseName = Environment().Namer().UsesDatabaseName();
+    const std::string sql =
+        std::string(usesDatabaseName ? spec_.selectListWithDatabase : spec_.selectListWithoutDatabase) +
+        "FROM " + outer + spec_.outerAlias + "WHERE NOT EXISTS " + "(SELECT 'x' FROM " + inner +
+        spec_.innerAlias + (usesDatabaseName ? spec_.joinWithDatabase : spec_.joinWithoutDatabase);
+
+    Recordset rs;
+    if (OpenFailed(rs, sql, *conn, spec_.open)) {
+        clsConnErrorString formatter(Environment().Ui());
+        resultDetails_ = kErrorsPrefix + formatter.Build(conn);
+    } else {
+        const bool bof = rs.Bof();
+        const bool eof = rs.Eof();
+        if (!bof && eof) {
+            List(rs);
+        } else {
+            verdict = true;
+            resultDetails_ = spec_.passText;
+        }
+    }
+
+    if (rs.State() == Connection::kStateOpen) {
+        rs.Close();
+    }
+    pass_ = verdict;
+}
+
+void MembershipCheck::List(Recordset& rs) {
+    resultDetails_ = spec_.headerText + std::string(common_text::kCrLf);
+    std::int16_t count = 0;
+    rs.MoveFirst();
+    while (true) {
+        if (rs.Eof()) {
+            rs.Close();
+            return;
+        }
+        if (spec_.loop == MembershipLoop::kCountBeforeEntry) {
+            count = RoundToInt16(count + 1);  // a 16-bit counter: overflow raises
+            resultDetails_ += Entry(rs);
+            if (count >= kReportLimit) {
+                // The cursor stays open for the clean-up to close.
+                resultDetails_ += std::string(common_text::kCrLf) + kLimitOpening +
+                                  std::to_string(kReportLimit) + kLimitClosing;
+                return;
+            }
+            rs.MoveNext();
+        } else {
+            resultDetails_ += Entry(rs);
+            rs.MoveNext();
+            count = RoundToInt16(count + 1);
+            if (count >= kReportLimit) {
+                // Written even when the limit row was the last; the two moves end the loop at end-of-file.
+                resultDetails_ += kLimitReachedLine + std::string(common_text::kCrLf);
+                rs.MoveLast();
+                rs.MoveNext();
+            }
+        }
+    }
+}
+
+clsTst_LyrInGeomCol::clsTst_LyrInGeomCol(const TestEnvironment& environment)
+    : MembershipCheck(kLyrInGeomCol, environment) {}
+
+clsTst_GeomColInLyr::clsTst_GeomColInLyr(const TestEnvironment& environment)
+    : MembershipCheck(kGeomColInLyr, environment) {}
+
+clsTst_LyrInSpatRef::clsTst_LyrInSpatRef(const TestEnvironment& environment)
+    : MembershipCheck(kLyrInSpatRef, environment) {}
+
+clsTst_RasColInSpatRef::clsTst_RasColInSpatRef(const TestEnvironment& environment)
+    : MembershipCheck(kRasColInSpatRef, environment) {}
+
+clsTst_LyrInTblReg::clsTst_LyrInTblReg(const TestEnvironment& environment)
+    : MembershipCheck(kLyrInTblReg, environment) {}
+
+clsTst_RasColInTblReg::clsTst_RasColInTblReg(const TestEnvironment& environment)
+    : MembershipCheck(kRasColInTblReg, environment) {}
+
+}  // namespace tabvet

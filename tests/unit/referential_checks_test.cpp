@@ -1,0 +1,480 @@
+// The referential-integrity checks against a scripted connection: what they send, and the listings that only
+// a fresh cursor past its last row (end-of-file without begin-of-file) reaches, a state no real driver gives.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "checks/cross_table_checks.h"
+#include "checks/keyword_checks.h"
+#include "checks/orphaned_entry_checks.h"
+#include "db/runtime_error.h"
+#include "support/check_environment.h"
+#include "support/scripted_connection.h"
+
+namespace tabvet {
+namespace {
+
+using testsupport::CheckEnvironment;
+using testsupport::Failure;
+using testsupport::Rows;
+using testsupport::ScriptedAnswer;
+using testsupport::ScriptedConnection;
+
+using Factory = std::function<std::unique_ptr<IAdoTest>(const TestEnvironment&)>;
+
+template <typename Check>
+Factory Make() {
+    return [](const TestEnvironment& environment) { return std::make_unique<Check>(environment); };
+}
+
+// Rows as the listing checks need them: end-of-file without begin-of-file right after opening.
+ScriptedAnswer AfterLast(std::size_t columns, std::vector<std::vector<FieldValue>> rows) {
+    ScriptedAnswer answer = Rows(columns, std::move(rows));
+    answer.freshCursorAfterLast = true;
+    return answer;
+}
+
+void AnswerEverything(ScriptedConnection& conn, const ScriptedAnswer& answer) {
+    conn.AnswerOthers([answer](const std::string&) { return answer; });
+}
+
+std::vector<std::vector<FieldValue>> RegistryRows(int count) {
+    std::vector<std::vector<FieldValue>> rows;
+    for (int i = 1; i <= count; ++i) {
+        rows.push_back({"T" + std::to_string(i), "GIS", "GISDB"});
+    }
+    return rows;
+}
+
+std::string RegistryEntries(int count) {
+    std::string text;
+    for (int i = 1; i <= count; ++i) {
+        text += ">>>> GISDB:GIS.T" + std::to_string(i) + "\r\n";
+    }
+    return text;
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// Exact statements, in both forms of UsesDatabaseName
+
+struct StatementCase {
+    const char* label;
+    Factory make;
+    std::int32_t dbms;
+    const char* database;
+    const char* statement;
+};
+
+TEST(ReferentialStatements, EachCheckSendsItsStatementInTheFormOfTheServerType) {
+    const std::vector<StatementCase> cases = {
+        {"LAYERS in GEOMETRY_COLUMNS, no database names", Make<clsTst_LyrInGeomCol>(), dbtype::kOracle,
+         kNoDatabaseName,
+         "SELECT a.table_name, a.owner, NULL FROM TSL.LAYERS a WHERE NOT EXISTS (SELECT 'x' FROM "
+         "TSL.GEOMETRY_COLUMNS b WHERE a.owner = b.f_table_schema and a.table_name = b.f_table_name)"},
+        {"LAYERS in GEOMETRY_COLUMNS, database names", Make<clsTst_LyrInGeomCol>(), dbtype::kDb2, "GISDB",
+         "SELECT a.table_name, a.owner, a.database_name FROM GISDB.TSL.LAYERS a WHERE NOT EXISTS (SELECT 'x' "
+         "FROM GISDB.TSL.GEOMETRY_COLUMNS b WHERE a.database_name = b.f_table_catalog and a.owner = "
+         "b.f_table_schema and a.table_name = b.f_table_name)"},
+        {"GEOMETRY_COLUMNS in LAYERS, no database names", Make<clsTst_GeomColInLyr>(), dbtype::kOracle,
+         kNoDatabaseName,
+         "SELECT b.f_table_schema, b.f_table_name, NULL FROM TSL.GEOMETRY_COLUMNS b WHERE NOT EXISTS (SELECT "
+         "'x' FROM TSL.LAYERS a WHERE a.owner = b.f_table_schema and a.table_name = b.f_table_name)"},
+        {"GEOMETRY_COLUMNS in LAYERS, database names", Make<clsTst_GeomColInLyr>(), dbtype::kSqlServer,
+         "GISDB",
+         "SELECT b.f_table_schema, b.f_table_name, b.f_table_catalog FROM GISDB.TSL.tsl_GEOMETRY_COLUMNS b "
+         "WHERE NOT EXISTS (SELECT 'x' FROM GISDB.TSL.tsl_LAYERS a WHERE a.database_name = b.f_table_catalog "
+         "and a.owner = b.f_table_schema and a.table_name = b.f_table_name)"},
+        {"LAYERS.SRID, one form only", Make<clsTst_LyrInSpatRef>(), dbtype::kInformix, "GISDB",
+         "SELECT a.layer_id, a.owner, a.table_name, a.srid FROM GISDB:TSL.LAYERS a WHERE NOT EXISTS (SELECT "
+         "'x' FROM GISDB:TSL.SPATIAL_REFERENCES b WHERE a.srid = b.srid)"},
+        {"RASTER_COLUMNS.SRID, one form only", Make<clsTst_RasColInSpatRef>(), dbtype::kOracle,
+         kNoDatabaseName,
+         "SELECT a.RASTERCOLUMN_ID, a.owner, a.table_name, a.srid FROM TSL.RASTER_COLUMNS a WHERE NOT EXISTS "
+         "(SELECT 'x' FROM TSL.SPATIAL_REFERENCES b WHERE a.srid = b.srid)"},
+        {"LAYERS in TABLE_REGISTRY, no database names", Make<clsTst_LyrInTblReg>(), dbtype::kOracle,
+         kNoDatabaseName,
+         "SELECT a.table_name, a.owner FROM TSL.LAYERS a WHERE NOT EXISTS (SELECT 'x' FROM "
+         "TSL.TABLE_REGISTRY b "
+         "WHERE a.table_name = b.table_name and a.owner = b.owner)"},
+        {"RASTER_COLUMNS in TABLE_REGISTRY, database names", Make<clsTst_RasColInTblReg>(), dbtype::kDb2,
+         "GISDB",
+         "SELECT a.table_name, a.owner, a.database_name FROM GISDB.TSL.RASTER_COLUMNS a WHERE NOT EXISTS "
+         "(SELECT 'x' FROM GISDB.TSL.TABLE_REGISTRY b WHERE a.table_name = b.table_name and a.owner = "
+         "b.owner "
+         "and a.database_name = b.database_name)"},
+        {"RASTER_COLUMNS keywords, database names", Make<clsTst_RasColInDbtune>(), dbtype::kSqlServer,
+         "GISDB",
+         "SELECT a.rastercolumn_id, a.config_keyword, a.table_name, a.owner, a.database_name FROM "
+         "GISDB.TSL.tsl_RASTER_COLUMNS a WHERE NOT EXISTS (SELECT 'x' FROM GISDB.TSL.tsl_DBTUNE b WHERE "
+         "a.config_keyword = b.keyword)"},
+        {"LAYERS keywords, no database names", Make<clsTst_LyrInDbtune>(), dbtype::kOracle, kNoDatabaseName,
+         "SELECT a.layer_id, a.layer_config, a.table_name, a.owner, NULL FROM TSL.LAYERS a WHERE NOT EXISTS "
+         "(SELECT 'x' FROM TSL.DBTUNE b WHERE a.layer_config = b.keyword)"},
+        {"TABLE_REGISTRY keywords, no database names", Make<clsTst_TblRegInDbtune>(), dbtype::kOracle,
+         kNoDatabaseName,
+         "SELECT a.registration_id, a.config_keyword, a.table_name, a.owner, NULL FROM TSL.TABLE_REGISTRY a "
+         "WHERE NOT EXISTS (SELECT 'x' FROM TSL.DBTUNE b WHERE a.config_keyword = b.keyword)"},
+        {"LAYERS rows, no database names", Make<clsTst_OrphLyr>(), dbtype::kOracle, kNoDatabaseName,
+         "SELECT a.spatial_column, a.table_name, a.owner  FROM TSL.LAYERS a"},
+        {"LAYERS rows, database names", Make<clsTst_OrphLyr>(), dbtype::kSqlServer, "GISDB",
+         "SELECT a.spatial_column, a.table_name, a.owner, a.database_name FROM GISDB.TSL.tsl_LAYERS a"},
+        {"TABLE_REGISTRY rows, no database names", Make<clsTst_OrphTblReg>(), dbtype::kOracle,
+         kNoDatabaseName, "SELECT a.rowid_column, a.table_name, a.owner  FROM TSL.TABLE_REGISTRY a"},
+        {"GEOMETRY_COLUMNS rows, database names", Make<clsTst_OrphGeomCol>(), dbtype::kInformix, "GISDB",
+         "SELECT a.f_geometry_column, a.f_table_name, a.f_table_schema, a.f_table_catalog FROM "
+         "GISDB:TSL.GEOMETRY_COLUMNS a"},
+    };
+    for (const StatementCase& c : cases) {
+        SCOPED_TRACE(c.label);
+        const CheckEnvironment environment(c.dbms, c.database);
+        ScriptedConnection conn;
+        conn.Open("");
+        AnswerEverything(conn, Rows(5, {}));
+        auto test = c.make(environment);
+        test->Run(&conn);
+        ASSERT_EQ(conn.Sent().size(), 1u);
+        EXPECT_EQ(conn.Sent()[0], c.statement);
+        EXPECT_TRUE(test->Pass());
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// Listings of the cross-table and keyword checks
+
+struct ListingCase {
+    const char* label;
+    Factory make;
+    std::int32_t dbms;
+    const char* database;
+    ScriptedAnswer rows;
+    std::string details;
+};
+
+TEST(MembershipListing, RowsAreListedWithTheEntryFormatOfEachCheck) {
+    const std::vector<ListingCase> cases = {
+        {"LAYERS in GEOMETRY_COLUMNS names each layer's table", Make<clsTst_LyrInGeomCol>(),
+         dbtype::kInformix, "GISDB",
+         AfterLast(3, {{"ROADS", "GIS", "GISDB"}, {" RIVERS ", " HYDRO", "OTHERDB "}}),
+         "Some LAYERS entries are not in GEOMETRY_COLUMNS\r\n>>>> GISDB:GIS.ROADS\r\n>>>> "
+         "OTHERDB:HYDRO.RIVERS\r\n"},
+        {"GEOMETRY_COLUMNS in LAYERS names schema and table in each other's place",
+         Make<clsTst_GeomColInLyr>(), dbtype::kSqlServer, "GISDB", AfterLast(3, {{"GIS", "ROADS", "GISDB"}}),
+         "Some GEOMETRY_COLUMNS entries are not in LAYERS\r\n>>>> GISDB.ROADS.GIS\r\n"},
+        {"GEOMETRY_COLUMNS in LAYERS exchanges the parts on Informix too", Make<clsTst_GeomColInLyr>(),
+         dbtype::kInformix, "GISDB", AfterLast(3, {{"GIS", "ROADS", "GISDB"}}),
+         "Some GEOMETRY_COLUMNS entries are not in LAYERS\r\n>>>> GISDB:ROADS.GIS\r\n"},
+        {"LAYERS.SRID tolerates NULLs in every piece", Make<clsTst_LyrInSpatRef>(), dbtype::kOracle,
+         kNoDatabaseName,
+         AfterLast(4, {{"7", "GIS", "ROADS", "4326"},
+                       {"8", std::nullopt, "RIVERS", std::nullopt},
+                       {std::nullopt, "GIS", std::nullopt, "31467"}}),
+         "Some LAYERS.SRID entries are not in SPATIAL_REFERENCES\r\n>>>> SRID = 4326 in layer_id #7 : "
+         "GIS.ROADS\r\n>>>> SRID =  in layer_id #8 : .RIVERS\r\n>>>> SRID = 31467 in layer_id # : GIS.\r\n"},
+        {"RASTER_COLUMNS.SRID names the raster column id", Make<clsTst_RasColInSpatRef>(), dbtype::kDb2,
+         "GISDB", AfterLast(4, {{"3", "IMG", "ORTHO", "26910"}}),
+         "Some RASTER_COLUMNS.SRID entries are not in SPATIAL_REFERENCES\r\n>>>> SRID = 26910 in "
+         "RASTERCOLUMN_ID #3 : IMG.ORTHO\r\n"},
+        {"LAYERS in TABLE_REGISTRY without database names", Make<clsTst_LyrInTblReg>(), dbtype::kOracle,
+         kNoDatabaseName, AfterLast(2, {{"ROADS", "GIS"}, {"RIVERS", "HYDRO"}}),
+         "Some LAYERS entries are not in TABLE_REGISTRY\r\n>>>> GIS.ROADS\r\n>>>> HYDRO.RIVERS\r\n"},
+        {"RASTER_COLUMNS in TABLE_REGISTRY with the row's database", Make<clsTst_RasColInTblReg>(),
+         dbtype::kInformix, "GISDB", AfterLast(3, {{"ORTHO", "IMG", "IMGDB"}}),
+         "Some RASTER_COLUMNS entries are not in TABLE_REGISTRY\r\n>>>> IMGDB:IMG.ORTHO\r\n"},
+        {"LAYERS keywords, NULL keyword and id add nothing", Make<clsTst_LyrInDbtune>(), dbtype::kInformix,
+         "GISDB",
+         AfterLast(5, {{"7", "ROADS_KW", "ROADS", "GIS", "GISDB"},
+                       {std::nullopt, std::nullopt, "RIVERS", "HYDRO", "GISDB"}}),
+         "Some LAYERS.CONFIG_KEYWORD entries are not in DBTUNE\r\n>>>> CONFIG_KEYWORD = ROADS_KW in layer_id "
+         "#7 : "
+         "GISDB:GIS.ROADS\r\n>>>> CONFIG_KEYWORD =  in layer_id # : GISDB:HYDRO.RIVERS\r\n"},
+        {"RASTER_COLUMNS keywords", Make<clsTst_RasColInDbtune>(), dbtype::kSqlServer, "GISDB",
+         AfterLast(5, {{"3", "RASTER_KW", "ORTHO", "IMG", "GISDB"}}),
+         "Some RASTER_COLUMNS.CONFIG_KEYWORD entries are not in DBTUNE\r\n>>>> CONFIG_KEYWORD = RASTER_KW in "
+         "rastercolumn_id #3 : GISDB.IMG.ORTHO\r\n"},
+        {"TABLE_REGISTRY keywords say reg_id", Make<clsTst_TblRegInDbtune>(), dbtype::kDb2, "GISDB",
+         AfterLast(5, {{"12", "DEFAULTS", "PARCELS", "CAD", "GISDB"}}),
+         "Some TABLE_REGISTRY.CONFIG_KEYWORD entries are not in DBTUNE\r\n>>>> CONFIG_KEYWORD = DEFAULTS in "
+         "reg_id #12 : GISDB.CAD.PARCELS\r\n"},
+    };
+    for (const ListingCase& c : cases) {
+        SCOPED_TRACE(c.label);
+        const CheckEnvironment environment(c.dbms, c.database);
+        ScriptedConnection conn;
+        conn.Open("");
+        AnswerEverything(conn, c.rows);
+        auto test = c.make(environment);
+        test->Run(&conn);
+        EXPECT_EQ(test->ResultDetails(), c.details);
+        EXPECT_FALSE(test->Pass());
+        EXPECT_TRUE(test->WasRun());
+        EXPECT_EQ(conn.Sent().size(), 1u);
+    }
+}
+
+struct LimitCase {
+    const char* label;
+    Factory make;
+    int rows;
+    std::string details;
+};
+
+TEST(MembershipListing, ListingsStopAtFiveWithTheLimitLineOfTheirLoop) {
+    const std::string lyrHeader = "Some LAYERS entries are not in TABLE_REGISTRY\r\n";
+    const std::string rasHeader = "Some RASTER_COLUMNS entries are not in TABLE_REGISTRY\r\n";
+    const std::string countedFirst = "\r\n(Report limit (5) reached. There may be more errors.)";
+    const std::string countedAfter = ">>>> (Report limit reached. There may be others...)\r\n";
+    const std::vector<LimitCase> cases = {
+        {"counting first, four rows", Make<clsTst_LyrInTblReg>(), 4, lyrHeader + RegistryEntries(4)},
+        {"counting first, fifth row is the last", Make<clsTst_LyrInTblReg>(), 5,
+         lyrHeader + RegistryEntries(5) + countedFirst},
+        {"counting first, seven rows", Make<clsTst_LyrInTblReg>(), 7,
+         lyrHeader + RegistryEntries(5) + countedFirst},
+        {"counting after the move, four rows", Make<clsTst_RasColInTblReg>(), 4,
+         rasHeader + RegistryEntries(4)},
+        {"counting after the move, fifth row is the last", Make<clsTst_RasColInTblReg>(), 5,
+         rasHeader + RegistryEntries(5) + countedAfter},
+        {"counting after the move, seven rows", Make<clsTst_RasColInTblReg>(), 7,
+         rasHeader + RegistryEntries(5) + countedAfter},
+    };
+    for (const LimitCase& c : cases) {
+        SCOPED_TRACE(c.label);
+        const CheckEnvironment environment(dbtype::kInformix, "GISDB");
+        ScriptedConnection conn;
+        conn.Open("");
+        AnswerEverything(conn, AfterLast(3, RegistryRows(c.rows)));
+        auto test = c.make(environment);
+        test->Run(&conn);
+        EXPECT_EQ(test->ResultDetails(), c.details);
+        EXPECT_FALSE(test->Pass());
+    }
+}
+
+TEST(MembershipListing, KeywordListingStopsAtFiveAlsoWhenTheFifthRowIsTheLast) {
+    for (const int rows : {5, 6}) {
+        SCOPED_TRACE(rows);
+        const CheckEnvironment environment(dbtype::kDb2, "GISDB");
+        ScriptedConnection conn;
+        conn.Open("");
+        std::vector<std::vector<FieldValue>> cells;
+        std::string expected = "Some RASTER_COLUMNS.CONFIG_KEYWORD entries are not in DBTUNE\r\n";
+        for (int i = 1; i <= rows; ++i) {
+            const std::string id = std::to_string(i);
+            cells.push_back({id, "KW" + id, "R" + id, "IMG", "GISDB"});
+            if (i <= 5) {
+                expected += ">>>> CONFIG_KEYWORD = KW" + id + " in rastercolumn_id #" + id +
+                            " : GISDB.IMG.R" + id + "\r\n";
+            }
+        }
+        expected += ">>>> (Report limit reached. There may be others...)\r\n";
+        AnswerEverything(conn, AfterLast(5, cells));
+        clsTst_RasColInDbtune test(environment);
+        test.Run(&conn);
+        EXPECT_EQ(test.ResultDetails(), expected);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// The verdict rule of the fresh cursor, failures and the untrapped conversions
+
+std::vector<std::pair<Factory, std::string>> MembershipChecksWithPassTexts() {
+    return {
+        {Make<clsTst_LyrInGeomCol>(), "All LAYERS entries have matching entries in GEOMETRY_COLUMNS"},
+        {Make<clsTst_GeomColInLyr>(), "All GEOMETRY_COLUMNS entries have matching entries in LAYERS"},
+        {Make<clsTst_LyrInSpatRef>(), "All LAYERS.SRID entries have matching entries in SPATIAL_REFERENCES"},
+        {Make<clsTst_RasColInSpatRef>(),
+         "All RASTER_COLUMNS.SRID entries have matching entries in SPATIAL_REFERENCES"},
+        {Make<clsTst_LyrInTblReg>(), "All LAYERS entries have matching entries in TABLE_REGISTRY"},
+        {Make<clsTst_RasColInTblReg>(), "All RASTER_COLUMNS entries have matching entries in TABLE_REGISTRY"},
+        {Make<clsTst_LyrInDbtune>(), "All LAYERS.CONFIG_KEYWORD entries have matching entries in DBTUNE"},
+        {Make<clsTst_RasColInDbtune>(),
+         "All RASTER_COLUMNS.CONFIG_KEYWORD entries have matching entries in DBTUNE"},
+        {Make<clsTst_TblRegInDbtune>(),
+         "All TABLE_REGISTRY.CONFIG_KEYWORD entries have matching entries in DBTUNE"},
+    };
+}
+
+TEST(MembershipVerdict, ACursorWithRowsOrWithoutRowsPassesWithThePassText) {
+    const std::vector<std::pair<const char*, ScriptedAnswer>> cursors = {
+        {"rows, first row current", Rows(5, {{"1", "2", "3", "4", "5"}, {"1", "2", "3", "4", "5"}})},
+        {"no rows", Rows(5, {})},
+    };
+    for (const auto& [make, passText] : MembershipChecksWithPassTexts()) {
+        for (const auto& [label, cursor] : cursors) {
+            SCOPED_TRACE(passText + " / " + label);
+            const CheckEnvironment environment(dbtype::kOracle);
+            ScriptedConnection conn;
+            conn.Open("");
+            AnswerEverything(conn, cursor);
+            auto test = make(environment);
+            test->Run(&conn);
+            EXPECT_TRUE(test->Pass());
+            EXPECT_EQ(test->ResultDetails(), passText);
+        }
+    }
+}
+
+TEST(MembershipVerdict, AFailingStatementIsReportedOnceAndItsErrorsStayInTheList) {
+    for (const auto& [make, passText] : MembershipChecksWithPassTexts()) {
+        SCOPED_TRACE(passText);
+        const CheckEnvironment environment(dbtype::kSqlServer, "GISDB");
+        ScriptedConnection conn;
+        conn.Open("");
+        AnswerEverything(conn, Failure({{1,
+                                         "ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while "
+                                         "executing the query"},
+                                        {-2147217900, "second"}}));
+        auto test = make(environment);
+        test->Run(&conn);
+        EXPECT_FALSE(test->Pass());
+        EXPECT_EQ(test->ResultDetails(),
+                  "Errors: \r\n>>>> Err#1: ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while "
+                  "executing "
+                  "the query\r\n>>>> Err#-2147217900: second");
+        EXPECT_EQ(conn.Errors().Count(), 2);
+    }
+}
+
+TEST(MembershipVerdict, UntranslatableNamesSendNothing) {
+    for (const auto& [make, passText] : MembershipChecksWithPassTexts()) {
+        SCOPED_TRACE(passText);
+        const CheckEnvironment environment;  // namer never set up
+        ScriptedConnection conn;
+        conn.Open("");
+        auto test = make(environment);
+        test->Run(&conn);
+        EXPECT_FALSE(test->Pass());
+        EXPECT_TRUE(test->WasRun());
+        EXPECT_EQ(test->ResultDetails(), "Cannot translate system table names");
+        EXPECT_TRUE(conn.Sent().empty());
+        EXPECT_EQ(environment.ui.Lines(),
+                  (std::vector<std::string>{"Call Out Of Sequence: Must call clsQualDbObjName.Setup first",
+                                            "Call Out Of Sequence: Must call clsQualDbObjName.Setup first"}));
+    }
+}
+
+TEST(MembershipVerdict, NoConnectionLeavesWasRunAsItWas) {
+    for (const auto& [make, passText] : MembershipChecksWithPassTexts()) {
+        SCOPED_TRACE(passText);
+        const CheckEnvironment environment(dbtype::kOracle);
+        auto test = make(environment);
+        test->Run(nullptr);
+        EXPECT_FALSE(test->WasRun());
+        EXPECT_FALSE(test->Pass());
+        EXPECT_EQ(test->ResultDetails(), "No ADO connection passed to test");
+
+        ScriptedConnection conn;
+        conn.Open("");
+        AnswerEverything(conn, Rows(5, {}));
+        test->Run(&conn);
+        ASSERT_TRUE(test->Pass());
+        test->Run(nullptr);
+        EXPECT_TRUE(test->WasRun());
+        EXPECT_FALSE(test->Pass());
+        EXPECT_EQ(test->ResultDetails(), "No ADO connection passed to test");
+    }
+}
+
+struct EscapeCase {
+    const char* label;
+    Factory make;
+    std::int32_t dbms;
+    ScriptedAnswer rows;
+};
+
+TEST(MembershipVerdict, NullsConvertedWhileListingEndTheRun) {
+    const std::vector<EscapeCase> cases = {
+        {"LAYERS in GEOMETRY_COLUMNS: the literal NULL without database names", Make<clsTst_LyrInGeomCol>(),
+         dbtype::kOracle, AfterLast(3, {{"ROADS", "GIS", std::nullopt}})},
+        {"GEOMETRY_COLUMNS in LAYERS: the literal NULL without database names", Make<clsTst_GeomColInLyr>(),
+         dbtype::kOracle, AfterLast(3, {{"GIS", "ROADS", std::nullopt}})},
+        {"LAYERS keywords: the literal NULL without database names", Make<clsTst_LyrInDbtune>(),
+         dbtype::kOracle, AfterLast(5, {{"7", "KW", "ROADS", "GIS", std::nullopt}})},
+        {"TABLE_REGISTRY keywords: a NULL owner", Make<clsTst_TblRegInDbtune>(), dbtype::kDb2,
+         AfterLast(5, {{"7", "KW", "ROADS", std::nullopt, "GISDB"}})},
+        {"LAYERS in TABLE_REGISTRY: a NULL owner", Make<clsTst_LyrInTblReg>(), dbtype::kOracle,
+         AfterLast(2, {{"ROADS", std::nullopt}})},
+        {"RASTER_COLUMNS in TABLE_REGISTRY: a NULL table name", Make<clsTst_RasColInTblReg>(), dbtype::kDb2,
+         AfterLast(3, {{std::nullopt, "IMG", "GISDB"}})},
+    };
+    for (const EscapeCase& c : cases) {
+        SCOPED_TRACE(c.label);
+        const CheckEnvironment environment(c.dbms, "GISDB");
+        ScriptedConnection conn;
+        conn.Open("");
+        AnswerEverything(conn, c.rows);
+        auto test = c.make(environment);
+        try {
+            test->Run(&conn);
+            ADD_FAILURE() << "the conversion error did not leave Run";
+        } catch (const RuntimeError& e) {
+            EXPECT_EQ(e.Number(), errnum::kInvalidUseOfNull);
+            EXPECT_STREQ(e.what(), "Invalid use of Null");
+        }
+        EXPECT_TRUE(test->WasRun());
+        EXPECT_FALSE(test->Pass());
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// Orphaned entries: Informix naming and the cursor states no real driver gives
+
+TEST(OrphanedEntries, InformixProbesQualifyTablesWithDatabaseAndColon) {
+    const CheckEnvironment environment(dbtype::kInformix, "GISDB");
+    ScriptedConnection conn;
+    conn.Open("");
+    conn.Answer("SELECT a.spatial_column, a.table_name, a.owner, a.database_name FROM GISDB:TSL.LAYERS a",
+                Rows(4, {{"SHAPE", "ROADS", "GIS", "GISDB"}, {"GEOM", " RIVERS ", " HYDRO ", " OTHERDB "}}));
+    conn.Answer("SELECT A.SHAPE FROM GISDB:GIS.ROADS A WHERE 1 = 2", Rows(1, {}));
+    conn.Answer("SELECT A.GEOM FROM OTHERDB:HYDRO.RIVERS A WHERE 1 = 2",
+                Failure({{-206, "The specified table (rivers) is not in the database."}}));
+    clsTst_OrphLyr test(environment);
+    test.Run(&conn);
+    EXPECT_EQ(conn.Sent().size(), 3u);
+    EXPECT_FALSE(test.Pass());
+    EXPECT_EQ(
+        test.ResultDetails(),
+        "\r\n\r\nError looking for OTHERDB:HYDRO.RIVERS: \r\n>>>> Err#-206: The specified table (rivers) is "
+        "not in the database.");
+    EXPECT_EQ(conn.Errors().Count(), 0);
+}
+
+TEST(OrphanedEntries, AFreshCursorPastItsLastRowCountsAsAnEmptyTable) {
+    const CheckEnvironment environment(dbtype::kOracle);
+    ScriptedConnection conn;
+    conn.Open("");
+    AnswerEverything(conn, AfterLast(3, {{"SHAPE", "ROADS", "GIS"}}));
+    clsTst_OrphGeomCol test(environment);
+    test.Run(&conn);
+    EXPECT_TRUE(test.Pass());
+    EXPECT_EQ(test.ResultDetails(), "No rows in GEOMETRY_COLUMNS table");
+    EXPECT_EQ(conn.Sent().size(), 1u);
+}
+
+TEST(OrphanedEntries, UntranslatableNameSendsNothingAndSaysSo) {
+    const std::vector<Factory> checks = {Make<clsTst_OrphLyr>(), Make<clsTst_OrphTblReg>(),
+                                         Make<clsTst_OrphRasCol>(), Make<clsTst_OrphGeomCol>()};
+    for (const Factory& make : checks) {
+        const CheckEnvironment environment;
+        ScriptedConnection conn;
+        conn.Open("");
+        auto test = make(environment);
+        test->Run(&conn);
+        SCOPED_TRACE(test->Name());
+        EXPECT_FALSE(test->Pass());
+        EXPECT_TRUE(test->WasRun());
+        EXPECT_EQ(test->ResultDetails(), "Cannot translate system table name");
+        EXPECT_TRUE(conn.Sent().empty());
+        EXPECT_EQ(environment.ui.shown.size(), 1u);
+
+        auto fresh = make(environment);
+        fresh->Run(nullptr);
+        EXPECT_FALSE(fresh->WasRun());
+        EXPECT_EQ(fresh->ResultDetails(), "No ADO connection passed to test");
+    }
+}
+
+}  // namespace
+}  // namespace tabvet
