@@ -30,8 +30,8 @@ results=$(mktemp -d /tmp/tabvet-demo-results.XXXXXX)
 report="$results/Tessel_Diag.txt"
 json="$results/results.json"
 status=0
-"$tabvet" --connect "$connection" --dbms oracle --tessel-version 9.0.0 --report "$report" --json "$json" \
-    || status=$?
+# No --dbms or --tessel-version: tabvet reads both from the VERSION table, as "Query DBMS" does.
+"$tabvet" --connect "$connection" --report "$report" --json "$json" || status=$?
 echo "tabvet exit status: $status (0 all passed, 1 a test failed, 2 could not start, 3 unexpected error)"
 for file in "$report" "$json"; do
     if [ -s "$file" ]; then

@@ -56,6 +56,8 @@ std::string HeadlessUsage() {
            "       tabvet --help\n"
            "       tabvet --version\n"
            "Without arguments tabvet opens its main window.\n"
+           "Without --dbms or --tessel-version the server type is read from the database first, as\n"
+           "\"Query DBMS\" does; the options given take precedence over what was read.\n"
            "--report writes the text report (CR LF lines), --only-failures leaves passed tests out of it,\n"
            "--json writes every catalogue entry with its verdict and duration; both replace existing files\n"
            "and are written after every run that started, even one ended by an unexpected error.\n"
@@ -133,9 +135,6 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
     }
     if (options.report && options.json && *options.report == *options.json) {
         return {std::nullopt, "--report and --json must name different files"};
-    }
-    if (!options.dbms || !options.tesselVersion) {
-        return {std::nullopt, "--dbms and --tessel-version are both required"};
     }
     return {options, {}};
 }

@@ -11,8 +11,8 @@ namespace tabvet {
 
 struct HeadlessOptions {
     std::string connect;
-    std::optional<DbmsOption> dbms;
-    /// Major, minor and bugfix as they go into the three version boxes.
+    std::optional<DbmsOption> dbms;  ///< absent: read from the database
+    /// Major, minor and bugfix as they go into the three version boxes; absent: read from the database.
     std::optional<std::vector<std::string>> tesselVersion;
     std::optional<std::string> database;
     std::optional<std::string> report;  ///< text report file, replaced without asking

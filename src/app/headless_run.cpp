@@ -1,13 +1,12 @@
 // Start-up, connect, choose the server type, run: exactly the window's steps, reported on the console.
 #include "headless_run.h"
 
-#include <algorithm>
-#include <cctype>
 #include <chrono>
 
 #include "console_interaction.h"
 #include "db/connection_handling.h"
 #include "db/runtime_error.h"
+#include "db/server_type_detection.h"
 #include "db/server_type_selection.h"
 #include "framework/test_run.h"
 #include "headless_options.h"
@@ -18,12 +17,6 @@
 namespace tabvet {
 namespace {
 
-std::string UpperCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
-
 bool AnyRunTestFailed(const MainState& state) {
     const clsAdoTestCollection& catalogue = *state.g_pTestCollection;
     for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
@@ -33,6 +26,18 @@ bool AnyRunTestFailed(const MainState& state) {
         }
     }
     return false;
+}
+
+// "Query DBMS" when the DBMS or the version was not given. False when it could not supply what is missing;
+// its message box has then been printed.
+bool DetectMissingServerType(MainState& state, const HeadlessOptions& options) {
+    if (options.dbms && options.tesselVersion) {
+        return true;
+    }
+    QueryDbmsType(state);
+    const bool dbmsKnown = options.dbms || state.selectedDbms != DbmsOption::None;
+    const bool versionKnown = options.tesselVersion || !state.txtMajorVersion.empty();
+    return dbmsKnown && versionKnown;
 }
 
 int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
@@ -47,7 +52,7 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
         return exit_code::kCannotStart;
     }
     if (options.database) {
-        state.g_sTslSystemTableDatabase = UpperCase(*options.database);
+        SetSystemTableDatabase(state, *options.database);
     }
     state.chkOnlyReportFailures = options.onlyFailures;
     ConnectionStringChanged(state, options.connect);
@@ -55,10 +60,17 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
     if (state.g_pAdoConn == nullptr) {
         return exit_code::kCannotStart;
     }
-    OptionClick(state, *options.dbms);
-    state.txtMajorVersion = (*options.tesselVersion)[0];
-    state.txtMinorVersion = (*options.tesselVersion)[1];
-    state.txtBugfix = (*options.tesselVersion)[2];
+    if (!DetectMissingServerType(state, options)) {
+        return exit_code::kCannotStart;
+    }
+    if (options.dbms) {
+        OptionClick(state, *options.dbms);
+    }
+    if (options.tesselVersion) {
+        state.txtMajorVersion = (*options.tesselVersion)[0];
+        state.txtMinorVersion = (*options.tesselVersion)[1];
+        state.txtBugfix = (*options.tesselVersion)[2];
+    }
     if (!IsReadyToRun(state)) {
         ProcessRunTests(state);  // shows why it cannot run
         return exit_code::kCannotStart;

@@ -2,6 +2,8 @@
 #include "connection_handling.h"
 
 #include "db/conn_error_string.h"
+#include "db/server_type_selection.h"
+#include "db/value.h"
 #include "framework/test_run.h"
 
 namespace tabvet {
@@ -25,12 +27,15 @@ void ConnectButtonClick(MainState& state) {
 
 void ConnectToDbms(MainState& state) {
     state.g_pAdoConn = state.newConnection();
-    state.View().SetBusyPointer(true);
-    const bool opened = state.g_pAdoConn->Open(state.txtConnString);
-    state.View().SetBusyPointer(false);
+    bool opened = false;
+    if (state.g_pAdoConn != nullptr) {
+        const BusyPointer busy(state.View());
+        opened = state.g_pAdoConn->Open(state.txtConnString);
+    }
     if (!opened) {
+        // A connection that could not even be made is reported too: the formatter names the null object.
         DisplayAdoErrors(state.g_pAdoConn.get(), "Error connecting to DBMS", state.Ui());
-        if (state.g_pAdoConn->State() != Connection::kStateClosed) {
+        if (state.g_pAdoConn != nullptr && state.g_pAdoConn->State() != Connection::kStateClosed) {
             state.g_pAdoConn->Close();
         }
         state.g_pAdoConn.reset();
@@ -69,7 +74,8 @@ bool DisconnectFromDbms(MainState& state) {
     ResetTestResults(state);
     state.cmdQueryTypeEnabled = false;
     state.cmdRunEnabled = false;
-    state.selectedDbms = DbmsOption::None;
+    UnselectDbmsOptions(state,
+                        {DbmsOption::DB2, DbmsOption::Informix, DbmsOption::Oracle, DbmsOption::SqlServer});
     state.txtMajorVersion.clear();
     state.txtMinorVersion.clear();
     state.txtBugfix.clear();
@@ -91,6 +97,25 @@ void ConnectionStringChanged(MainState& state, const std::string& text) {
     state.txtConnString = text;
     state.cmdConnectEnabled = !text.empty();
     state.View().ControlsChanged();
+}
+
+void CannedStringClick(MainState& state) {
+    ConnectionStringChanged(state, kCannedConnectionString);
+}
+
+void BuildStringClick(MainState& state, LogonDialogPresenter& presenter) {
+    frmODBCLogon& dialog = state.odbcLogon;
+    dialog.Show(state.g_sTslSystemTableDatabase);
+    presenter.ShowModal(dialog);
+    if (dialog.ConnectionString().empty()) {
+        return;
+    }
+    ConnectionStringChanged(state, dialog.ConnectionString());
+    SetSystemTableDatabase(state, dialog.txtDatabase);
+}
+
+void SetSystemTableDatabase(MainState& state, const std::string& databaseText) {
+    state.g_sTslSystemTableDatabase = UpperCaseAscii(databaseText);
 }
 
 }  // namespace tabvet

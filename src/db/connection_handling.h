@@ -2,6 +2,7 @@
 // closed again, with the results of a run discarded on disconnect.
 #pragma once
 
+#include "db/odbc_logon.h"
 #include "framework/main_state.h"
 
 namespace tabvet {
@@ -17,5 +18,21 @@ bool DisconnectFromDbms(MainState& state);
 void ResetTestResults(MainState& state);
 /// Every edit of the connection-string box: Connect is enabled exactly when the text is not empty.
 void ConnectionStringChanged(MainState& state, const std::string& text);
+/// "Use Canned String": puts the fixed example string for an Oracle client into the box.
+void CannedStringClick(MainState& state);
+/// "Build ODBC Connection String...": shows the logon dialog through `presenter`. A string it returns goes
+/// into the box, and the dialog's database, upper-cased, becomes the system-table database; after Cancel
+/// nothing changes.
+void BuildStringClick(MainState& state, LogonDialogPresenter& presenter);
+/// Takes a database text as the system-table database, upper-cased as the logon dialog's is.
+void SetSystemTableDatabase(MainState& state, const std::string& databaseText);
+
+/// The fixed example string of "Use Canned String". It ends without a semicolon.
+inline constexpr const char* kCannedConnectionString =
+    "Provider=MSDASQL;"
+    "Driver=Oracle in OraHome90;"
+    "Server=TSLGIS;"
+    "User Id=tsl;"
+    "Password=kqv";
 
 }  // namespace tabvet

@@ -9,4 +9,17 @@ void OptionClick(MainState& state, DbmsOption option) {
     state.View().ControlsChanged();
 }
 
+void UnselectDbmsOptions(MainState& state, std::initializer_list<DbmsOption> order) {
+    for (const DbmsOption option : order) {
+        if (state.selectedDbms == option) {
+            state.selectedDbms = DbmsOption::None;
+        }
+    }
+}
+
+bool VersionKeyPasses(int keyCode) {
+    constexpr int kBackspace = 8;
+    return keyCode == kBackspace || (keyCode >= '0' && keyCode <= '9');
+}
+
 }  // namespace tabvet

@@ -1,5 +1,7 @@
-// The "Select Server Type" step: the DBMS options and the version boxes.
+// The "Select Server Type" step by hand: the DBMS options and the version boxes.
 #pragma once
+
+#include <initializer_list>
 
 #include "framework/main_state.h"
 
@@ -8,5 +10,12 @@ namespace tabvet {
 /// A click on one of the four DBMS options: selects it and sets the namer up for that server type with
 /// the system database name taken from the logon dialog.
 void OptionClick(MainState& state, DbmsOption option);
+
+/// Unselects the given options one after the other; afterwards none of them is selected.
+void UnselectDbmsOptions(MainState& state, std::initializer_list<DbmsOption> order);
+
+/// The key filter of the three version boxes: backspace (8) and the digits pass, every other key is
+/// discarded.
+bool VersionKeyPasses(int keyCode);
 
 }  // namespace tabvet

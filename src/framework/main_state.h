@@ -10,6 +10,7 @@
 #include "ado_test_collection.h"
 #include "db/conn_error_string.h"
 #include "db/connection.h"
+#include "db/odbc_logon.h"
 #include "db/qual_db_obj_name.h"
 #include "db/user_interaction.h"
 #include "main_view.h"
@@ -57,6 +58,7 @@ class MainState final : public TestEnvironment {
     bool cmdConnectEnabled = false;
     bool cmdBuildStringEnabled = true;
     bool cmdCannedEnabled = true;
+    frmODBCLogon odbcLogon;  // loaded at its first showing, then kept with its lists and fields
 
     // "Select Server Type"
     DbmsOption selectedDbms = DbmsOption::None;

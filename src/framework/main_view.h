@@ -19,4 +19,16 @@ class MainView {
     virtual void ProcessPendingEvents() {}
 };
 
+/// Shows the hourglass for as long as it lives, so that an error cannot leave it showing.
+class BusyPointer {
+  public:
+    explicit BusyPointer(MainView& view) : view_(view) { view_.SetBusyPointer(true); }
+    ~BusyPointer() { view_.SetBusyPointer(false); }
+    BusyPointer(const BusyPointer&) = delete;
+    BusyPointer& operator=(const BusyPointer&) = delete;
+
+  private:
+    MainView& view_;
+};
+
 }  // namespace tabvet

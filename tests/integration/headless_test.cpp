@@ -38,6 +38,11 @@ class HeadlessTest : public ::testing::Test {
         PgCluster::Shared().CreateDatabase("headless_ok", {"tessel_schema.sql", "healthy_version.sql"});
         PgCluster::Shared().CreateDatabase("headless_noversion", {"tessel_schema.sql"});
         PgCluster::Shared().Execute("headless_noversion", "DROP TABLE tsl.version;");
+        // A layer without an owner: reading it is an error the orphaned-entry check does not trap.
+        PgCluster::Shared().CreateDatabase("headless_escape", {"tessel_schema.sql", "healthy_version.sql"});
+        PgCluster::Shared().Execute("headless_escape",
+                                    "INSERT INTO tsl.layers (layer_id, owner, table_name, spatial_column) "
+                                    "VALUES (1, NULL, 'roads', 'shape');");
     }
     static std::string Connect(const std::string& database) {
         return "Provider=MSDASQL;" + PgCluster::Shared().ConnectionString(database);
@@ -96,6 +101,15 @@ TEST_F(HeadlessTest, RunsThatCannotStartExitTwoWithAClearMessage) {
         EXPECT_NE(o.err.find(c.errContains), std::string::npos) << o.err;
         EXPECT_EQ(o.out.find("New Test Run"), std::string::npos);
     }
+}
+
+TEST_F(HeadlessTest, AnEscapedErrorEndsTheRunWithExitThree) {
+    const Outcome o =
+        RunTabvet({"--connect", Connect("headless_escape"), "--dbms", "oracle", "--tessel-version", "9.0.0"});
+    EXPECT_EQ(o.exitCode, 3);
+    EXPECT_NE(o.err.find("Run-time error '94': Invalid use of Null"), std::string::npos) << o.err;
+    EXPECT_NE(o.out.find("New Test Run started at "), std::string::npos);
+    EXPECT_EQ(o.out.find("Test run finished"), std::string::npos);  // the run ended without its closing lines
 }
 
 TEST_F(HeadlessTest, HelpAndVersionExitZero) {
