@@ -1,6 +1,7 @@
 // Each check family adds its classes here at their catalogue positions; nothing else decides the order.
 #include "catalogue.h"
 
+#include "compressed_binary_index_check.h"
 #include "cross_table_checks.h"
 #include "environment_checks.h"
 #include "keyword_checks.h"
@@ -25,6 +26,7 @@ std::vector<std::unique_ptr<IAdoTest>> CreateCatalogueTests(const TestEnvironmen
     tests.push_back(std::make_unique<clsTst_RasColInDbtune>(environment));   // 13
     tests.push_back(std::make_unique<clsTst_OrphRasCol>(environment));       // 14
     tests.push_back(std::make_unique<clsTst_OrphGeomCol>(environment));      // 15
+    tests.push_back(std::make_unique<clsTst_IdxLyrBinOra>(environment));     // 16
     return tests;
 }
 

@@ -35,8 +35,11 @@ std::string MaskTimes(const std::string& log) {
 class HeadlessTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
-        PgCluster::Shared().CreateDatabase("headless_ok", {"tessel_schema.sql", "healthy_version.sql"});
-        PgCluster::Shared().CreateDatabase("headless_noversion", {"tessel_schema.sql"});
+        // Runs are Oracle-layout runs, so the databases carry the dictionary the index analysis reads.
+        PgCluster::Shared().CreateDatabase(
+            "headless_ok", {"tessel_schema.sql", "oracle_dictionary.sql", "healthy_version.sql"});
+        PgCluster::Shared().CreateDatabase("headless_noversion",
+                                           {"tessel_schema.sql", "oracle_dictionary.sql"});
         PgCluster::Shared().Execute("headless_noversion", "DROP TABLE tsl.version;");
         // A layer without an owner: reading it is an error the orphaned-entry check does not trap.
         PgCluster::Shared().CreateDatabase("headless_escape", {"tessel_schema.sql", "healthy_version.sql"});
