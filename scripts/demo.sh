@@ -25,9 +25,21 @@ if [ ! -x "$tabvet" ]; then
     echo "demo: $tabvet was not built" >&2
     exit 2
 fi
+# The report and the JSON results stay after the demo, for reading at leisure.
+results=$(mktemp -d /tmp/tabvet-demo-results.XXXXXX)
+report="$results/Tessel_Diag.txt"
+json="$results/results.json"
 status=0
 # No --dbms or --tessel-version: tabvet reads both from the VERSION table, as "Query DBMS" does.
-"$tabvet" --connect "$connection" || status=$?
+"$tabvet" --connect "$connection" --report "$report" --json "$json" || status=$?
 echo "tabvet exit status: $status (0 all passed, 1 a test failed, 2 could not start, 3 unexpected error)"
+for file in "$report" "$json"; do
+    if [ -s "$file" ]; then
+        echo "Written: $file"
+    else
+        echo "demo: $file was not written" >&2
+        status=2
+    fi
+done
 # The sample schema is broken on purpose, so failed tests are the expected outcome of the demo.
 [ "$status" -le 1 ]

@@ -52,13 +52,19 @@ std::optional<std::vector<std::string>> ParseVersion(const std::string& text) {
 std::string HeadlessUsage() {
     return "usage: tabvet --connect STRING [--dbms oracle|sqlserver|db2|informix]\n"
            "              [--tessel-version MAJOR.MINOR.BUGFIX] [--database NAME]\n"
+           "              [--report FILE] [--only-failures] [--json FILE]\n"
            "       tabvet --help\n"
            "       tabvet --version\n"
            "Without arguments tabvet opens its main window.\n"
            "Without --dbms or --tessel-version the server type is read from the database first, as\n"
            "\"Query DBMS\" does; the options given take precedence over what was read.\n"
-           "Exit status: 0 every test that ran passed, 1 a test failed, 2 the run could not start,\n"
-           "3 a test ended the run with an unexpected error.\n";
+           "--report writes the text report (CR LF lines), --only-failures leaves passed tests out of it,\n"
+           "--json writes every catalogue entry with its verdict and duration; both replace existing files\n"
+           "and are written after every run that started, even one ended by an unexpected error.\n"
+           "Exit status: 0 every test that ran passed, 1 a test failed, 2 the run could not start\n"
+           "(including a report or JSON file that cannot be written, checked before connecting),\n"
+           "3 a test ended the run with an unexpected error. A file that fails while being written\n"
+           "after the run is reported on standard error and leaves the run's status unchanged.\n";
 }
 
 ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
@@ -74,14 +80,18 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
         if (!seen.insert(name).second) {
             return {std::nullopt, "option " + name + " given more than once"};
         }
-        if (name == "--help" || name == "--version") {
+        if (name == "--help" || name == "--version" || name == "--only-failures") {
             if (value) {
                 return {std::nullopt, "option " + name + " takes no value"};
             }
-            (name == "--help" ? options.help : options.version) = true;
+            bool& flag = name == "--help"      ? options.help
+                         : name == "--version" ? options.version
+                                               : options.onlyFailures;
+            flag = true;
             continue;
         }
-        if (name != "--connect" && name != "--dbms" && name != "--tessel-version" && name != "--database") {
+        if (name != "--connect" && name != "--dbms" && name != "--tessel-version" && name != "--database" &&
+            name != "--report" && name != "--json") {
             return {std::nullopt, "unknown argument '" + name + "'"};
         }
         if (!value) {
@@ -105,6 +115,11 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
                         "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '" +
                             *value + "')"};
             }
+        } else if (name == "--report" || name == "--json") {
+            if (value->empty()) {
+                return {std::nullopt, "option " + name + " needs a file name"};
+            }
+            (name == "--report" ? options.report : options.json) = *value;
         } else {
             options.database = *value;
         }
@@ -117,6 +132,9 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
     }
     if (options.connect.empty()) {
         return {std::nullopt, "--connect needs a non-empty connection string"};
+    }
+    if (options.report && options.json && *options.report == *options.json) {
+        return {std::nullopt, "--report and --json must name different files"};
     }
     return {options, {}};
 }

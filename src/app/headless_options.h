@@ -15,6 +15,9 @@ struct HeadlessOptions {
     /// Major, minor and bugfix as they go into the three version boxes; absent: read from the database.
     std::optional<std::vector<std::string>> tesselVersion;
     std::optional<std::string> database;
+    std::optional<std::string> report;  ///< text report file, replaced without asking
+    bool onlyFailures = false;          ///< the "only failures" check box
+    std::optional<std::string> json;    ///< machine-readable results file
     bool help = false;
     bool version = false;
 };

@@ -1,6 +1,8 @@
 // Start-up, connect, choose the server type, run: exactly the window's steps, reported on the console.
 #include "headless_run.h"
 
+#include <chrono>
+
 #include "console_interaction.h"
 #include "db/connection_handling.h"
 #include "db/runtime_error.h"
@@ -8,6 +10,8 @@
 #include "db/server_type_selection.h"
 #include "framework/test_run.h"
 #include "headless_options.h"
+#include "headless_outputs.h"
+#include "run_timing.h"
 #include "startup.h"
 
 namespace tabvet {
@@ -37,6 +41,9 @@ bool DetectMissingServerType(MainState& state, const HeadlessOptions& options) {
 }
 
 int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
+    if (!CheckOutputFiles(options, err)) {
+        return exit_code::kCannotStart;
+    }
     ConsoleInteraction ui(err);
     MainState state(ui);
     ConsoleView view(state, out, err);
@@ -47,6 +54,7 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
     if (options.database) {
         SetSystemTableDatabase(state, *options.database);
     }
+    state.chkOnlyReportFailures = options.onlyFailures;
     ConnectionStringChanged(state, options.connect);
     ConnectToDbms(state);
     if (state.g_pAdoConn == nullptr) {
@@ -67,16 +75,24 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
         ProcessRunTests(state);  // shows why it cannot run
         return exit_code::kCannotStart;
     }
+    RunRecord record;
+    RunTimer timer(state, record);
+    record.started = IsoLocalTime(std::chrono::system_clock::now());
+    int status = exit_code::kAllPassed;
     try {
         ProcessRunTests(state);
+        view.FinishLog();
+        status = AnyRunTestFailed(state) ? exit_code::kTestFailed : exit_code::kAllPassed;
     } catch (const RuntimeError& e) {
         view.FinishLog();
-        err << "tabvet: a test ended the run with an unexpected error: " << DescribeRuntimeError(e)
-            << std::endl;
-        return exit_code::kEscapedError;
+        record.error = DescribeRuntimeError(e);
+        err << "tabvet: a test ended the run with an unexpected error: " << *record.error << std::endl;
+        status = exit_code::kEscapedError;
     }
-    view.FinishLog();
-    return AnyRunTestFailed(state) ? exit_code::kTestFailed : exit_code::kAllPassed;
+    record.finished = IsoLocalTime(std::chrono::system_clock::now());
+    // The run's own status stands even when an output file fails now; the failure is on standard error.
+    WriteOutputFiles(state, options, record, err);
+    return status;
 }
 
 }  // namespace

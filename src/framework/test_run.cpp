@@ -9,6 +9,8 @@ namespace {
 constexpr const char* kCrLf = "\r\n";
 constexpr const char* kLogRule = "=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-";  // 42 characters
 
+}  // namespace
+
 bool WorksWithSelectedDbms(const IAdoTest& test, DbmsOption option) {
     switch (option) {
         case DbmsOption::DB2:
@@ -24,8 +26,6 @@ bool WorksWithSelectedDbms(const IAdoTest& test, DbmsOption option) {
     }
     return true;
 }
-
-}  // namespace
 
 std::int16_t VersionBoxNumber(const std::string& text) {
     return RoundToInt16(LeadingNumber(text));

@@ -13,6 +13,8 @@ std::int16_t VersionBoxNumber(const std::string& text);
 
 /// Connection, catalogue, a DBMS option, at least one test and a non-zero major version.
 bool IsReadyToRun(const MainState& state);
+/// Whether the test works with the selected DBMS option (true when none is selected).
+bool WorksWithSelectedDbms(const IAdoTest& test, DbmsOption option);
 /// Whether test i is enabled, accepts the version and works with the selected DBMS.
 bool ShouldRunTest(const MainState& state, const std::int16_t& i);
 /// Runs every applicable test and logs the failures. An error that escapes a test propagates to the

@@ -1,0 +1,21 @@
+// The files a headless run leaves behind: the text report and the JSON results.
+#pragma once
+
+#include <ostream>
+
+#include "framework/main_state.h"
+#include "headless_options.h"
+#include "report/results_json.h"
+
+namespace tabvet {
+
+/// Checks, before anything runs, that each requested output file can be written, without changing any
+/// file. Says on `err` which one cannot and why; false then.
+bool CheckOutputFiles(const HeadlessOptions& options, std::ostream& err);
+
+/// Writes the requested report and JSON results, replacing existing files. A file that cannot be written
+/// is reported on `err`; false then. The other file is still attempted.
+bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, const RunRecord& record,
+                      std::ostream& err);
+
+}  // namespace tabvet

@@ -1,0 +1,104 @@
+// The layout is fixed line by line: readers and scripts compare reports, so every blank and rule counts.
+#include "report_writer.h"
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "db/runtime_error.h"
+
+namespace tabvet {
+namespace {
+
+constexpr const char* kTitle = "Tessel System Table Diagnostics:  Test Results Report";
+constexpr const char* kRule = "-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=";  // 48 characters
+constexpr const char* kBangLine = "!!!!!!!!!!!!";
+constexpr const char* kIndent = "      ";
+
+// Counters are 16-bit, as the window keeps them; passing the limit is the classic overflow.
+std::int16_t Add16(std::int16_t a, std::int16_t b) {
+    const int sum = a + b;
+    if (sum > std::numeric_limits<std::int16_t>::max()) {
+        throw RuntimeError(errnum::kOverflow, "Overflow");
+    }
+    return static_cast<std::int16_t>(sum);
+}
+
+// One line on disk that shows as an empty line, the rule and another empty line.
+void PrintSeparatorBlock(ReportFile& file) {
+    file.PrintLine(std::string("\r\n") + kRule + "\r\n");
+}
+
+const char* DbmsLine(DbmsOption option) {
+    switch (option) {
+        case DbmsOption::DB2:
+            return "for IBM DB2";
+        case DbmsOption::Informix:
+            return "for Informix";
+        case DbmsOption::Oracle:
+            return "for Oracle";
+        case DbmsOption::SqlServer:
+            return "for Microsoft SQL Server";
+        case DbmsOption::None:
+            break;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+bool CreateReportInFile(const MainState& state, ReportFile& file) {
+    if (!file) {
+        state.Ui().ShowMessage("No file number passed to CreateReportInFile", "Unexpected error",
+                               MsgButtons::Ok, MsgIcon::Critical);
+        return false;
+    }
+    std::int16_t passed = 0;
+    std::int16_t failed = 0;
+
+    file.PrintLine(kTitle);
+    file.PrintLine("Generated: " + state.now());
+    PrintSeparatorBlock(file);
+
+    // A missing catalogue has nothing to report; the summary still shows the zero counts.
+    const std::int16_t count = state.g_pTestCollection != nullptr ? state.g_pTestCollection->Count() : 0;
+    for (std::int16_t i = 1; i <= count; ++i) {
+        const IAdoTest& test = *state.g_pTestCollection->Item(i);
+        if (!test.WasRun()) {
+            continue;
+        }
+        if (test.Pass()) {
+            passed = Add16(passed, 1);
+            if (!state.chkOnlyReportFailures) {
+                file.PrintLine("Test Passed: " + test.Name());
+            }
+        } else {
+            failed = Add16(failed, 1);
+            file.PrintLine(kBangLine);
+            file.PrintLine("TEST FAILED >>>> " + test.Name());
+            file.PrintLine(kBangLine);
+        }
+        if (!state.chkOnlyReportFailures || !test.Pass()) {
+            file.PrintLine("-- Test Category: " + test.Category());
+            file.PrintLine("-- Test Description: " + test.Description());
+            file.PrintLine("-- Result Details: " + test.ResultDetails());
+            PrintSeparatorBlock(file);
+        }
+    }
+
+    PrintSeparatorBlock(file);
+    file.PrintLine("Test Summary");
+    file.PrintLine("-- Total tests run: " + std::to_string(Add16(failed, passed)));
+    file.PrintLine("-- Total passed: " + std::to_string(passed));
+    file.PrintLine("-- Total failed: " + std::to_string(failed));
+    file.PrintLine("-- Test target: ");
+    file.PrintLine(std::string(kIndent) + "Tessel Version " + state.txtMajorVersion + "." +
+                   state.txtMinorVersion + "." + state.txtBugfix);
+    if (const char* dbms = DbmsLine(state.selectedDbms)) {
+        file.PrintLine(std::string(kIndent) + dbms);
+    }
+    PrintSeparatorBlock(file);
+    return true;
+}
+
+}  // namespace tabvet

@@ -1,0 +1,47 @@
+// A file dialog for tests: records what it was shown with and answers from a script.
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "report/file_dialog.h"
+
+namespace tabvet::testsupport {
+
+class ScriptedFileDialog final : public IFileDialog {
+  public:
+    struct Shown {
+        std::string kind;  ///< "save" or "open"
+        std::string title;
+        std::string offeredFileName;
+    };
+
+    /// The next answer: a file name (possibly empty), or nothing for Cancel. Cancel when none is left.
+    void Answer(std::optional<std::string> fileName) { answers_.push_back(std::move(fileName)); }
+
+    std::optional<std::string> ShowSave(const std::string& title, const std::string& fileName) override {
+        return Show("save", title, fileName);
+    }
+    std::optional<std::string> ShowOpen(const std::string& title, const std::string& fileName) override {
+        return Show("open", title, fileName);
+    }
+
+    std::vector<Shown> shown;
+
+  private:
+    std::optional<std::string> Show(const char* kind, const std::string& title, const std::string& fileName) {
+        shown.push_back({kind, title, fileName});
+        if (answers_.empty()) {
+            return std::nullopt;
+        }
+        std::optional<std::string> answer = answers_.front();
+        answers_.pop_front();
+        return answer;
+    }
+
+    std::deque<std::optional<std::string>> answers_;
+};
+
+}  // namespace tabvet::testsupport
