@@ -23,7 +23,8 @@ std::optional<std::string> ReadRegistryValue(const std::string& key, const std::
     char buffer[1024];
     DWORD size = sizeof buffer;
     DWORD type = 0;
-    const LONG rc = RegQueryValueExA(handle, valueName.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
+    const LONG rc =
+        RegQueryValueExA(handle, valueName.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
     RegCloseKey(handle);
     if (rc != ERROR_SUCCESS) {
         return std::nullopt;
@@ -35,24 +36,29 @@ std::optional<std::string> ReadRegistryValue(const std::string& key, const std::
     if (type == REG_DWORD && size == 4) {
         // A number is returned as its decimal text.
         const auto* bytes = reinterpret_cast<const unsigned char*>(buffer);
-        const unsigned long number = bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (static_cast<unsigned long>(bytes[3]) << 24);
+        const unsigned long number =
+            bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (static_cast<unsigned long>(bytes[3]) << 24);
         return std::to_string(number);
     }
     return value;
 }
 
-bool FileExists(const std::string& path) { return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+bool FileExists(const std::string& path) {
+    return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
 
 bool StartProgram(const std::string& path) {
-    return reinterpret_cast<INT_PTR>(ShellExecuteA(nullptr, "open", path.c_str(), nullptr, nullptr, SW_SHOWNORMAL)) > 32;
+    return reinterpret_cast<INT_PTR>(
+               ShellExecuteA(nullptr, "open", path.c_str(), nullptr, nullptr, SW_SHOWNORMAL)) > 32;
 }
 #endif
 
 }  // namespace
 
 AboutTexts MakeAboutTexts(int major, int minor, int revision) {
-    return {std::string("About ") + kApplicationTitle, kApplicationTitle,
-            "Version " + std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(revision)};
+    return {
+        std::string("About ") + kApplicationTitle, kApplicationTitle,
+        "Version " + std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(revision)};
 }
 
 SysInfoLocator PlatformSysInfoLocator() {

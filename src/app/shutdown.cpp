@@ -13,7 +13,8 @@ void ReleaseProcessObjects(MainState& state) {
 }
 
 bool ProcessShutdownRequest(MainState& state, const std::function<void()>& endProgram) {
-    const MsgAnswer answer = state.Ui().ShowMessage("Really exit?", "Exiting...", MsgButtons::OkCancel, MsgIcon::None);
+    const MsgAnswer answer =
+        state.Ui().ShowMessage("Really exit?", "Exiting...", MsgButtons::OkCancel, MsgIcon::None);
     if (answer == MsgAnswer::Ok && DisconnectFromDbms(state)) {
         ReleaseProcessObjects(state);
         endProgram();

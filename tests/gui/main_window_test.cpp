@@ -20,9 +20,9 @@
 #include "window/frm_nav.h"
 
 using tabvet::DbmsOption;
+using tabvet::frmNav;
 using tabvet::MainState;
 using tabvet::MsgAnswer;
-using tabvet::frmNav;
 using tabvet::testsupport::PgCluster;
 using tabvet::testsupport::RecordingInteraction;
 using tabvet::testsupport::ScriptedEditorLauncher;
@@ -34,7 +34,7 @@ constexpr const char* kDatabase = "gui_window";
 
 // Fills the logon dialog as a user would and presses OK.
 class ScriptedLogon final : public tabvet::LogonDialogPresenter {
-public:
+  public:
     void ShowModal(tabvet::frmODBCLogon& dialog) override {
         ++shown;
         if (cancel) {
@@ -97,7 +97,7 @@ struct Fixture {
 class MainWindowTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void initTestCase() {
         PgCluster::Shared().CreateDatabase(kDatabase, {"tessel_schema.sql", "healthy_version.sql"});
     }
@@ -111,14 +111,17 @@ private slots:
         for (int i = 0; i < 4; ++i) {
             QCOMPARE(tabs->tabText(i), captions[i]);
         }
-        QCOMPARE(f.Find<QLabel>("lblConnectInstructions")->text(),
-                 QString("Before running any tests, please connect to the Tessel DBMS server.  Tessel does not need "
-                         "to be running, but the DBMS does.  You can type in an ODBC connection string, or you can "
-                         "select \"Build ODBC Connection String\" and enter the connection details."));
+        QCOMPARE(
+            f.Find<QLabel>("lblConnectInstructions")->text(),
+            QString(
+                "Before running any tests, please connect to the Tessel DBMS server.  Tessel does not need "
+                "to be running, but the DBMS does.  You can type in an ODBC connection string, or you can "
+                "select \"Build ODBC Connection String\" and enter the connection details."));
         QCOMPARE(f.Find<QLabel>("lblVersion")->text(), QString("Major  . Minor . Bugfix"));
         QCOMPARE(f.Find<QRadioButton>("optOracle")->text(), QString("Oracle 8i / 9i"));
         QCOMPARE(f.Button("cmdClearRunStatus")->toolTip(), QString("Does not delete test results"));
-        QCOMPARE(f.Find<QCheckBox>("chkOnlyReportFailures")->text(), QString("Only Report Details About Failed tests"));
+        QCOMPARE(f.Find<QCheckBox>("chkOnlyReportFailures")->text(),
+                 QString("Only Report Details About Failed tests"));
         QCOMPARE(f.Button("cmdConnect")->text(), QString("Connect"));
         QVERIFY(!f.Button("cmdConnect")->isEnabled());
         QVERIFY(f.Button("cmdBuildString")->isEnabled());
@@ -170,16 +173,22 @@ private slots:
     void buildAndCannedStringsFillTheBox() {
         Fixture f;
         f.Click("cmdCanned");
-        QVERIFY(f.Find<QLineEdit>("txtConnString")->text().startsWith("Provider=MSDASQL;Driver=Oracle in OraHome90;"));
+        QVERIFY(f.Find<QLineEdit>("txtConnString")
+                    ->text()
+                    .startsWith("Provider=MSDASQL;Driver=Oracle in OraHome90;"));
         QVERIFY(f.Button("cmdConnect")->isEnabled());
         f.Click("cmdBuildString");
         QCOMPARE(f.logon.shown, 1);
-        QCOMPARE(f.Find<QLineEdit>("txtConnString")->text(),
-                 QString("PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=127.0.0.1;UID=tabvet;PWD=;Database=tsl;"));
+        QCOMPARE(
+            f.Find<QLineEdit>("txtConnString")->text(),
+            QString(
+                "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=127.0.0.1;UID=tabvet;PWD=;Database=tsl;"));
         QCOMPARE(QString::fromStdString(f.state.g_sTslSystemTableDatabase), QString("TSL"));
         f.logon.cancel = true;
         f.Click("cmdBuildString");  // Cancel keeps the previous string
-        QVERIFY(f.Find<QLineEdit>("txtConnString")->text().startsWith("PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;"));
+        QVERIFY(f.Find<QLineEdit>("txtConnString")
+                    ->text()
+                    .startsWith("PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;"));
     }
 
     void queryDbmsFillsOptionAndVersionAndTheBoxesTakeDigitsOnly() {
@@ -221,7 +230,8 @@ private slots:
         f.ConnectToDemo();
         f.Click("cmdRun");
         QCOMPARE(f.ui.Lines(),
-                 std::vector<std::string>{"Need Server Type: Please Select Server Type (DBMS type and Tessel version)"});
+                 std::vector<std::string>{
+                     "Need Server Type: Please Select Server Type (DBMS type and Tessel version)"});
         QCOMPARE(f.Log(), QString());
     }
 
@@ -244,7 +254,8 @@ private slots:
         std::ifstream in(path, std::ios::binary);
         std::string firstLine;
         std::getline(in, firstLine);
-        QCOMPARE(QString::fromStdString(firstLine), QString("Tessel System Table Diagnostics:  Test Results Report\r"));
+        QCOMPARE(QString::fromStdString(firstLine),
+                 QString("Tessel System Table Diagnostics:  Test Results Report\r"));
         QCOMPARE(f.ui.shown.size(), size_t{1});
         QCOMPARE(QString::fromStdString(f.ui.shown[0].title), QString("Report Created"));
         QCOMPARE(f.editor.launched.size(), size_t{1});

@@ -12,10 +12,10 @@ namespace tabvet {
 
 class frmAbout final : public QDialog {
     Q_OBJECT
-public:
+  public:
     frmAbout(IUserInteraction& ui, SysInfoLocator locator, QWidget* parent = nullptr);
 
-private:
+  private:
     IUserInteraction& ui_;
     SysInfoLocator locator_;
     QLabel* lblTitle_;

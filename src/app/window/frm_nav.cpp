@@ -26,9 +26,9 @@
 #include "db/runtime_error.h"
 #include "db/server_type_detection.h"
 #include "db/server_type_selection.h"
+#include "framework/test_run.h"
 #include "frm_about.h"
 #include "frm_odbc_logon.h"
-#include "framework/test_run.h"
 #include "qt_file_dialog.h"
 #include "report/report_flow.h"
 #include "shutdown.h"
@@ -58,7 +58,9 @@ QLineEdit* VersionBox(QWidget* parent, const char* name) {
     return box;
 }
 
-QString Displayed(const std::string& text) { return QString::fromStdString(text).replace("\r\n", "\n"); }
+QString Displayed(const std::string& text) {
+    return QString::fromStdString(text).replace("\r\n", "\n");
+}
 
 void SetText(QLineEdit* box, const std::string& text) {
     const QString wanted = QString::fromStdString(text);
@@ -136,7 +138,8 @@ QWidget* frmNav::BuildConnectTab() {
 
 QWidget* frmNav::BuildServerTypeTab() {
     auto* page = new QWidget;
-    lblSettingsInstructions = Instructions(window_text::kSettingsInstructions, page, "lblSettingsInstructions");
+    lblSettingsInstructions =
+        Instructions(window_text::kSettingsInstructions, page, "lblSettingsInstructions");
     auto* frmDBMS = new QGroupBox(window_text::kDbmsFrame, page);
     frmDBMS->setObjectName("frmDBMS");
     optOracle = new QRadioButton(window_text::kOracle, frmDBMS);
@@ -240,9 +243,11 @@ void frmNav::BuildMenus() {
 }
 
 void frmNav::Wire() {
-    connect(txtConnString, &QLineEdit::textEdited, this,
-            [this](const QString& text) { Guarded([&] { ConnectionStringChanged(state_, text.toStdString()); }); });
-    connect(cmdConnect, &QPushButton::clicked, this, [this] { Guarded([&] { ConnectButtonClick(state_); }); });
+    connect(txtConnString, &QLineEdit::textEdited, this, [this](const QString& text) {
+        Guarded([&] { ConnectionStringChanged(state_, text.toStdString()); });
+    });
+    connect(cmdConnect, &QPushButton::clicked, this,
+            [this] { Guarded([&] { ConnectButtonClick(state_); }); });
     connect(cmdBuildString, &QPushButton::clicked, this,
             [this] { Guarded([&] { BuildStringClick(state_, *services_.logonDialog); }); });
     connect(cmdCanned, &QPushButton::clicked, this, [this] { Guarded([&] { CannedStringClick(state_); }); });
@@ -252,13 +257,13 @@ void frmNav::Wire() {
                                                             {optDB2, DbmsOption::DB2},
                                                             {optSqlServer, DbmsOption::SqlServer}};
     for (const auto& [button, option] : options) {
-        connect(button, &QRadioButton::clicked, this, [this, option = option] {
-            Guarded([&] { OptionClick(state_, option); });
-        });
+        connect(button, &QRadioButton::clicked, this,
+                [this, option = option] { Guarded([&] { OptionClick(state_, option); }); });
     }
-    const std::pair<QLineEdit*, std::string MainState::*> boxes[] = {{txtMajorVersion, &MainState::txtMajorVersion},
-                                                                     {txtMinorVersion, &MainState::txtMinorVersion},
-                                                                     {txtBugfix, &MainState::txtBugfix}};
+    const std::pair<QLineEdit*, std::string MainState::*> boxes[] = {
+        {txtMajorVersion, &MainState::txtMajorVersion},
+        {txtMinorVersion, &MainState::txtMinorVersion},
+        {txtBugfix, &MainState::txtBugfix}};
     for (const auto& [box, field] : boxes) {
         box->installEventFilter(this);
         connect(box, &QLineEdit::textEdited, this,
@@ -272,7 +277,8 @@ void frmNav::Wire() {
             ProcessRunTests(state_);
         });
     });
-    connect(cmdClearRunStatus, &QPushButton::clicked, this, [this] { Guarded([&] { ClearRunStatus(state_); }); });
+    connect(cmdClearRunStatus, &QPushButton::clicked, this,
+            [this] { Guarded([&] { ClearRunStatus(state_); }); });
 
     connect(chkOnlyReportFailures, &QCheckBox::toggled, this,
             [this](bool checked) { state_.chkOnlyReportFailures = checked; });
@@ -322,7 +328,8 @@ void frmNav::StatusLogChanged() {
     if (log == shownLog_) {
         return;
     }
-    if (!shownLog_.empty() && log.size() > shownLog_.size() && log.compare(0, shownLog_.size(), shownLog_) == 0) {
+    if (!shownLog_.empty() && log.size() > shownLog_.size() &&
+        log.compare(0, shownLog_.size(), shownLog_) == 0) {
         QTextCursor end(rtbStatus->document());
         end.movePosition(QTextCursor::End);
         end.insertText(Displayed(log.substr(shownLog_.size())));
@@ -349,7 +356,9 @@ void frmNav::SetBusyPointer(bool busy) {
     }
 }
 
-void frmNav::ProcessPendingEvents() { QCoreApplication::processEvents(); }
+void frmNav::ProcessPendingEvents() {
+    QCoreApplication::processEvents();
+}
 
 bool frmNav::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress &&
@@ -371,10 +380,11 @@ void frmNav::Guarded(const std::function<void()>& action) {
     try {
         action();
     } catch (const RuntimeError& e) {
-        state_.Ui().ShowMessage(DescribeRuntimeError(e), window_text::kTitle, MsgButtons::Ok, MsgIcon::Critical);
-    } catch (const std::exception& e) {
-        state_.Ui().ShowMessage(std::string("Unexpected error: ") + e.what(), window_text::kTitle, MsgButtons::Ok,
+        state_.Ui().ShowMessage(DescribeRuntimeError(e), window_text::kTitle, MsgButtons::Ok,
                                 MsgIcon::Critical);
+    } catch (const std::exception& e) {
+        // For instance a report file that could not be written completely: the message names file and reason.
+        state_.Ui().ShowMessage(e.what(), "Unexpected error", MsgButtons::Ok, MsgIcon::Critical);
     }
     while (busyDepth_ > 0) {
         SetBusyPointer(false);  // an interrupted operation must not leave the hourglass behind

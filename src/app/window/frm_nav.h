@@ -24,16 +24,16 @@ namespace tabvet {
 
 /// What the window uses besides its model; tests replace the dialogs and the end of the program.
 struct WindowServices {
-    IFileDialog* fileDialog = nullptr;          ///< null: a QFileDialog
-    IEditorLauncher* editor = nullptr;          ///< null: the platform's editor
+    IFileDialog* fileDialog = nullptr;            ///< null: a QFileDialog
+    IEditorLauncher* editor = nullptr;            ///< null: the platform's editor
     LogonDialogPresenter* logonDialog = nullptr;  ///< null: the window's own logon dialog
     SysInfoLocator sysInfo = PlatformSysInfoLocator();
-    std::function<void()> endProgram;           ///< called once shutdown is confirmed
+    std::function<void()> endProgram;  ///< called once shutdown is confirmed
 };
 
 class frmNav final : public QMainWindow, public MainView {
     Q_OBJECT
-public:
+  public:
     frmNav(MainState& state, WindowServices services, QWidget* parent = nullptr);
     ~frmNav() override;
 
@@ -47,11 +47,11 @@ public:
     void SetBusyPointer(bool busy) override;
     void ProcessPendingEvents() override;
 
-protected:
+  protected:
     void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-private:
+  private:
     QWidget* BuildConnectTab();
     QWidget* BuildServerTypeTab();
     QWidget* BuildRunTab();

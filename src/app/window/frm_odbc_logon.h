@@ -14,14 +14,14 @@ namespace tabvet {
 /// Shows the logon model modally. One instance lives as long as the main window, like the model it shows.
 class frmODBCLogonWindow final : public QDialog, public LogonDialogPresenter {
     Q_OBJECT
-public:
+  public:
     explicit frmODBCLogonWindow(QWidget* parent = nullptr);
     void ShowModal(frmODBCLogon& dialog) override;
 
-protected:
+  protected:
     void reject() override;
 
-private:
+  private:
     void Refresh();
     void TakeFields();
 

@@ -18,13 +18,14 @@ std::optional<std::string> Chosen(const QString& path) {
 }  // namespace
 
 std::optional<std::string> QtFileDialog::ShowSave(const std::string& title, const std::string& fileName) {
-    return Chosen(QFileDialog::getSaveFileName(parent_, QString::fromStdString(title), QString::fromStdString(fileName),
-                                               kFilter, nullptr, QFileDialog::DontConfirmOverwrite));
+    return Chosen(QFileDialog::getSaveFileName(parent_, QString::fromStdString(title),
+                                               QString::fromStdString(fileName), kFilter, nullptr,
+                                               QFileDialog::DontConfirmOverwrite));
 }
 
 std::optional<std::string> QtFileDialog::ShowOpen(const std::string& title, const std::string& fileName) {
-    return Chosen(QFileDialog::getOpenFileName(parent_, QString::fromStdString(title), QString::fromStdString(fileName),
-                                               kFilter));
+    return Chosen(QFileDialog::getOpenFileName(parent_, QString::fromStdString(title),
+                                               QString::fromStdString(fileName), kFilter));
 }
 
 }  // namespace tabvet

@@ -9,13 +9,13 @@ namespace tabvet {
 
 /// Shows each request as a modal QMessageBox over `parent`; an empty title is the application's title.
 class QtInteraction final : public IUserInteraction {
-public:
+  public:
     explicit QtInteraction(QWidget* parent = nullptr) : parent_(parent) {}
     void SetParent(QWidget* parent) { parent_ = parent; }
     MsgAnswer ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,
                           MsgIcon icon) override;
 
-private:
+  private:
     QWidget* parent_;
 };
 
