@@ -5,12 +5,14 @@
 
 #include <atomic>
 #include <chrono>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "db/server_type_detection.h"
 #include "fault_session.h"
+#include "headless_run.h"
 
 namespace tabvet::faulttest {
 namespace {
@@ -242,6 +244,42 @@ TEST_F(FaultTest, ServerStoppedWhileAStatementRunsGivesItsErrorAtOnce) {
     EXPECT_NE(verdicts[1].details.find(kLostConnection), std::string::npos) << verdicts[1].details;
     session.DisconnectQuickly();
     StartServer();
+}
+
+// A scheduled headless run whose server stops while a statement runs: the run finishes, exit status 1, and
+// both output files hold every test with what it found.
+TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
+    Cluster();
+    testsupport::TempFolder folder;
+    std::thread stopper([] {
+        // Waits until the run is inside the slow LAYERS statement.
+        for (int attempt = 0; attempt < 200; ++attempt) {
+            if (PgCluster::Shared().QueryValue(
+                    "postgres", "SELECT count(*) FROM pg_stat_activity WHERE datname = '" +
+                                    std::string(kSleepyDatabase) + "' AND wait_event = 'PgSleep'") != "0") {
+                StopServer();
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    });
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = RunHeadless(
+        {"--connect", Cluster().ConnectionString(kSleepyDatabase), "--dbms", "oracle", "--tessel-version",
+         "9.0.0", "--report", folder.File("report.txt"), "--json", folder.File("results.json")},
+        out, err);
+    stopper.join();
+    ASSERT_TRUE(serverStopped);
+    EXPECT_EQ(status, exit_code::kTestFailed) << err.str();
+    EXPECT_NE(out.str().find("\nTest run finished at "), std::string::npos);
+    const std::string report = testsupport::ReadBytes(folder.File("report.txt"));
+    EXPECT_NE(report.find("Test Passed: Is database running\r\n"), std::string::npos);
+    EXPECT_NE(report.find("TEST FAILED >>>> LAYERS table existence\r\n"), std::string::npos);
+    EXPECT_NE(report.find("-- Total tests run: 16\r\n"), std::string::npos);
+    const std::string json = testsupport::ReadBytes(folder.File("results.json"));
+    EXPECT_NE(json.find("\"outcome\": \"failed\""), std::string::npos) << json.substr(0, 400);
+    EXPECT_NE(json.find("Err#35"), std::string::npos);
 }
 
 }  // namespace
