@@ -33,24 +33,13 @@ constexpr const char* kRegistryJoinWithDatabase =
     "and a.owner = b.owner "
     "and a.database_name = b.database_name)";
 
-constexpr TestDefinition CrossTableDefinition(const char* className, const char* name,
-                                              const char* description, bool worksWithDb2, VersionRule rule) {
-    return {.className = className,
-            .name = name,
-            .category = category::kReferentialIntegrity,
-            .description = description,
-            .fatal = false,
-            .worksWithOracle = true,
-            .worksWithSqlServer = true,
-            .worksWithInformix = true,
-            .worksWithDb2 = worksWithDb2,
-            .versionRule = rule};
-}
-
 const MembershipCheckSpec kLyrInGeomCol{
-    .definition = CrossTableDefinition("clsTst_LyrInGeomCol", "LAYERS in GEOMETRY_COLUMNS",
-                                       "Check whether entries in LAYERS are also in GEOMETRY_COLUMNS", false,
-                                       VersionRule::V2),
+    .definition =
+        ReferentialIntegrity({.className = "clsTst_LyrInGeomCol",
+                              .name = "LAYERS in GEOMETRY_COLUMNS",
+                              .description = "Check whether entries in LAYERS are also in GEOMETRY_COLUMNS",
+                              .worksWithDb2 = false,
+                              .versionRule = VersionRule::V2}),
     .outerTable = kLayers,
     .outerAlias = " a ",
     .innerTable = kGeometryColumns,
@@ -73,9 +62,12 @@ const MembershipCheckSpec kLyrInGeomCol{
 // The outer table is GEOMETRY_COLUMNS under alias b. Its entry passes the schema as the table name and the
 // table as the owner, so the two parts of a listed name stand in each other's place; kept as it always was.
 const MembershipCheckSpec kGeomColInLyr{
-    .definition = CrossTableDefinition("clsTst_GeomColInLyr", "GEOMETRY_COLUMNS in LAYERS",
-                                       "Check whether entries in GEOMETRY_COLUMNS are also in LAYERS", false,
-                                       VersionRule::V2),
+    .definition =
+        ReferentialIntegrity({.className = "clsTst_GeomColInLyr",
+                              .name = "GEOMETRY_COLUMNS in LAYERS",
+                              .description = "Check whether entries in GEOMETRY_COLUMNS are also in LAYERS",
+                              .worksWithDb2 = false,
+                              .versionRule = VersionRule::V2}),
     .outerTable = kGeometryColumns,
     .outerAlias = " b ",
     .innerTable = kLayers,
@@ -96,9 +88,12 @@ const MembershipCheckSpec kGeomColInLyr{
 };
 
 const MembershipCheckSpec kLyrInSpatRef{
-    .definition = CrossTableDefinition("clsTst_LyrInSpatRef", "LAYERS.SRID in SPATIAL_REFERENCES",
-                                       "Check whether all SRIDs in LAYERS are in SPATIAL_REFERENCES", false,
-                                       VersionRule::V1),
+    .definition =
+        ReferentialIntegrity({.className = "clsTst_LyrInSpatRef",
+                              .name = "LAYERS.SRID in SPATIAL_REFERENCES",
+                              .description = "Check whether all SRIDs in LAYERS are in SPATIAL_REFERENCES",
+                              .worksWithDb2 = false,
+                              .versionRule = VersionRule::V1}),
     .outerTable = kLayers,
     .outerAlias = " a ",
     .innerTable = kSpatialReferences,
@@ -117,9 +112,12 @@ const MembershipCheckSpec kLyrInSpatRef{
 };
 
 const MembershipCheckSpec kRasColInSpatRef{
-    .definition = CrossTableDefinition("clsTst_RasColInSpatRef", "RASTER_COLUMNS.SRID in SPATIAL_REFERENCES",
-                                       "Check whether all SRIDs in RASTER_COLUMNS are in SPATIAL_REFERENCES",
-                                       false, VersionRule::V1),
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_RasColInSpatRef",
+         .name = "RASTER_COLUMNS.SRID in SPATIAL_REFERENCES",
+         .description = "Check whether all SRIDs in RASTER_COLUMNS are in SPATIAL_REFERENCES",
+         .worksWithDb2 = false,
+         .versionRule = VersionRule::V1}),
     .outerTable = kRasterColumns,
     .outerAlias = " a ",
     .innerTable = kSpatialReferences,
@@ -138,9 +136,12 @@ const MembershipCheckSpec kRasColInSpatRef{
 };
 
 const MembershipCheckSpec kLyrInTblReg{
-    .definition = CrossTableDefinition("clsTst_LyrInTblReg", "LAYERS in TABLE_REGISTRY",
-                                       "Check whether entries in LAYERS exist in TABLE_REGISTRY", true,
-                                       VersionRule::V2),
+    .definition =
+        ReferentialIntegrity({.className = "clsTst_LyrInTblReg",
+                              .name = "LAYERS in TABLE_REGISTRY",
+                              .description = "Check whether entries in LAYERS exist in TABLE_REGISTRY",
+                              .worksWithDb2 = true,
+                              .versionRule = VersionRule::V2}),
     .outerTable = kLayers,
     .outerAlias = " a ",
     .innerTable = kTableRegistry,
@@ -159,9 +160,12 @@ const MembershipCheckSpec kLyrInTblReg{
 };
 
 const MembershipCheckSpec kRasColInTblReg{
-    .definition = CrossTableDefinition("clsTst_RasColInTblReg", "RASTER_COLUMNS in TABLE_REGISTRY",
-                                       "Check whether entries in RASTER_COLUMNS exist in TABLE_REGISTRY",
-                                       true, VersionRule::V2),
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_RasColInTblReg",
+         .name = "RASTER_COLUMNS in TABLE_REGISTRY",
+         .description = "Check whether entries in RASTER_COLUMNS exist in TABLE_REGISTRY",
+         .worksWithDb2 = true,
+         .versionRule = VersionRule::V2}),
     .outerTable = kRasterColumns,
     .outerAlias = " a ",
     .innerTable = kTableRegistry,

@@ -38,25 +38,14 @@ constexpr const char* kEntrySeparator = ": ";
 constexpr const char* kLimitOpening = "(Report limit (";
 constexpr const char* kLimitClosing = ") reached. There may be more errors.)";
 
-constexpr TestDefinition OrphanedDefinition(const char* className, const char* name, const char* description,
-                                            bool worksWithDb2, VersionRule rule) {
-    return {.className = className,
-            .name = name,
-            .category = category::kReferentialIntegrity,
-            .description = description,
-            .fatal = false,
-            .worksWithOracle = true,
-            .worksWithSqlServer = true,
-            .worksWithInformix = true,
-            .worksWithDb2 = worksWithDb2,
-            .versionRule = rule};
-}
-
 const OrphanedEntryCheckSpec kOrphLyr{
-    .definition = OrphanedDefinition(
-        "clsTst_OrphLyr", "LAYERS entries exist as tables or views",
-        "Check whether entries in LAYERS table really exist as tables or views with specified columns", true,
-        VersionRule::V1),
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_OrphLyr",
+         .name = "LAYERS entries exist as tables or views",
+         .description =
+             "Check whether entries in LAYERS table really exist as tables or views with specified columns",
+         .worksWithDb2 = true,
+         .versionRule = VersionRule::V1}),
     .systemTable = "LAYERS",
     .selectListWithoutDatabase = "SELECT a.spatial_column, a.table_name, a.owner  ",
     .selectListWithDatabase = "SELECT a.spatial_column, a.table_name, a.owner, a.database_name ",
@@ -69,10 +58,12 @@ const OrphanedEntryCheckSpec kOrphLyr{
 
 const OrphanedEntryCheckSpec kOrphTblReg{
     .definition =
-        OrphanedDefinition("clsTst_OrphTblReg", "TABLE_REGISTRY entries exist as tables or views",
-                           "Check whether entries in TABLE_REGISTRY table really exist as tables or "
-                           "views, and with any specified ROWID_COLUMN",
-                           true, VersionRule::V2),
+        ReferentialIntegrity({.className = "clsTst_OrphTblReg",
+                              .name = "TABLE_REGISTRY entries exist as tables or views",
+                              .description = "Check whether entries in TABLE_REGISTRY table really exist as "
+                                             "tables or views, and with any specified ROWID_COLUMN",
+                              .worksWithDb2 = true,
+                              .versionRule = VersionRule::V2}),
     .systemTable = "TABLE_REGISTRY",
     .selectListWithoutDatabase = "SELECT a.rowid_column, a.table_name, a.owner  ",
     .selectListWithDatabase = "SELECT a.rowid_column, a.table_name, a.owner, a.database_name ",
@@ -85,10 +76,12 @@ const OrphanedEntryCheckSpec kOrphTblReg{
 
 const OrphanedEntryCheckSpec kOrphRasCol{
     .definition =
-        OrphanedDefinition("clsTst_OrphRasCol", "RASTER_COLUMNS entries exist as tables or views",
-                           "Check whether entries in RASTER_COLUMNS table really exist as tables or "
-                           "views and has the specified RASTER_COLUMN",
-                           true, VersionRule::V2),
+        ReferentialIntegrity({.className = "clsTst_OrphRasCol",
+                              .name = "RASTER_COLUMNS entries exist as tables or views",
+                              .description = "Check whether entries in RASTER_COLUMNS table really exist as "
+                                             "tables or views and has the specified RASTER_COLUMN",
+                              .worksWithDb2 = true,
+                              .versionRule = VersionRule::V2}),
     .systemTable = "RASTER_COLUMNS",
     .selectListWithoutDatabase = "SELECT a.raster_column, a.table_name, a.owner  ",
     .selectListWithDatabase = "SELECT a.raster_column, a.table_name, a.owner, a.database_name ",
@@ -101,10 +94,12 @@ const OrphanedEntryCheckSpec kOrphRasCol{
 
 const OrphanedEntryCheckSpec kOrphGeomCol{
     .definition =
-        OrphanedDefinition("clsTst_OrphGeomCol", "GEOMETRY_COLUMNS entries exist as tables or views",
-                           "Check whether entries in GEOMETRY_COLUMNS table really exist as tables or "
-                           "views, and with any specified ROWID_COLUMN",
-                           false, VersionRule::V2),
+        ReferentialIntegrity({.className = "clsTst_OrphGeomCol",
+                              .name = "GEOMETRY_COLUMNS entries exist as tables or views",
+                              .description = "Check whether entries in GEOMETRY_COLUMNS table really exist "
+                                             "as tables or views, and with any specified ROWID_COLUMN",
+                              .worksWithDb2 = false,
+                              .versionRule = VersionRule::V2}),
     .systemTable = "GEOMETRY_COLUMNS",
     .selectListWithoutDatabase = "SELECT a.f_geometry_column, a.f_table_name, a.f_table_schema  ",
     .selectListWithDatabase =
