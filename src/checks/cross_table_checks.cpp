@@ -33,7 +33,7 @@ constexpr const char* kRegistryJoinWithDatabase =
     "and a.owner = b.owner "
     "and a.database_name = b.database_name)";
 
-const MembershipCheckSpec kLyrInGeomCol{
+const MembershipCheckRow kLyrInGeomCol{
     .definition =
         ReferentialIntegrity({.className = "clsTst_LyrInGeomCol",
                               .name = "LAYERS in GEOMETRY_COLUMNS",
@@ -61,7 +61,7 @@ const MembershipCheckSpec kLyrInGeomCol{
 
 // The outer table is GEOMETRY_COLUMNS under alias b. Its entry passes the schema as the table name and the
 // table as the owner, so the two parts of a listed name stand in each other's place; kept as it always was.
-const MembershipCheckSpec kGeomColInLyr{
+const MembershipCheckRow kGeomColInLyr{
     .definition =
         ReferentialIntegrity({.className = "clsTst_GeomColInLyr",
                               .name = "GEOMETRY_COLUMNS in LAYERS",
@@ -87,7 +87,7 @@ const MembershipCheckSpec kGeomColInLyr{
     .open = MembershipOpen::kTrapped,
 };
 
-const MembershipCheckSpec kLyrInSpatRef{
+const MembershipCheckRow kLyrInSpatRef{
     .definition =
         ReferentialIntegrity({.className = "clsTst_LyrInSpatRef",
                               .name = "LAYERS.SRID in SPATIAL_REFERENCES",
@@ -111,7 +111,7 @@ const MembershipCheckSpec kLyrInSpatRef{
     .open = MembershipOpen::kTrapped,
 };
 
-const MembershipCheckSpec kRasColInSpatRef{
+const MembershipCheckRow kRasColInSpatRef{
     .definition = ReferentialIntegrity(
         {.className = "clsTst_RasColInSpatRef",
          .name = "RASTER_COLUMNS.SRID in SPATIAL_REFERENCES",
@@ -135,7 +135,7 @@ const MembershipCheckSpec kRasColInSpatRef{
     .open = MembershipOpen::kTrapped,
 };
 
-const MembershipCheckSpec kLyrInTblReg{
+const MembershipCheckRow kLyrInTblReg{
     .definition =
         ReferentialIntegrity({.className = "clsTst_LyrInTblReg",
                               .name = "LAYERS in TABLE_REGISTRY",
@@ -159,7 +159,7 @@ const MembershipCheckSpec kLyrInTblReg{
     .open = MembershipOpen::kTrapped,
 };
 
-const MembershipCheckSpec kRasColInTblReg{
+const MembershipCheckRow kRasColInTblReg{
     .definition = ReferentialIntegrity(
         {.className = "clsTst_RasColInTblReg",
          .name = "RASTER_COLUMNS in TABLE_REGISTRY",
@@ -199,33 +199,33 @@ bool OpenFailed(Recordset& rs, const std::string& sql, Connection& conn, Members
 
 }  // namespace
 
-MembershipCheck::MembershipCheck(const MembershipCheckSpec& spec, const TestEnvironment& environment)
-    : AdoTestBase(spec.definition, environment), spec_(spec) {}
+MembershipCheck::MembershipCheck(const MembershipCheckRow& row, const TestEnvironment& environment)
+    : AdoTestBase(row.definition, environment), row_(row) {}
 
 std::string MembershipCheck::Entry(const Recordset& rs) const {
     const clsQualDbObjName& namer = Environment().Namer();
-    switch (spec_.entry) {
+    switch (row_.entry) {
         case MembershipEntry::kQualifiedName: {
             const std::string table = ToText(rs.Fields(0));
             const std::string owner = ToText(rs.Fields(1));
             const std::string database = ToText(rs.Fields(2));
-            return spec_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
+            return row_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
         }
         case MembershipEntry::kRegisteredName: {
             const std::string table = ToText(rs.Fields(0));
             const std::string owner = ToText(rs.Fields(1));
             const std::string database = namer.UsesDatabaseName() ? ToText(rs.Fields(2)) : kNoDatabaseName;
-            return spec_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
+            return row_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
         }
         case MembershipEntry::kSrid:
-            return spec_.entryPrefix + TextOrEmpty(rs.Fields(3)) + spec_.idText + TextOrEmpty(rs.Fields(0)) +
+            return row_.entryPrefix + TextOrEmpty(rs.Fields(3)) + row_.idText + TextOrEmpty(rs.Fields(0)) +
                    " : " + TextOrEmpty(rs.Fields(1)) + "." + TextOrEmpty(rs.Fields(2)) + common_text::kCrLf;
         case MembershipEntry::kKeyword: {
             const std::string table = ToText(rs.Fields(2));
             const std::string owner = ToText(rs.Fields(3));
             const std::string database = ToText(rs.Fields(4));
             const std::string userTable = namer.UserTable(table, owner, database);
-            return spec_.entryPrefix + TextOrEmpty(rs.Fields(1)) + spec_.idText + TextOrEmpty(rs.Fields(0)) +
+            return row_.entryPrefix + TextOrEmpty(rs.Fields(1)) + row_.idText + TextOrEmpty(rs.Fields(0)) +
                    " : " + userTable + common_text::kCrLf;
         }
     }
@@ -243,8 +243,8 @@ void MembershipCheck::Run(Connection* conn) {
     resultDetails_.clear();
     bool verdict = false;
 
-    const std::string outer = Environment().Namer().TslSystemTable(spec_.outerTable);
-    const std::string inner = Environment().Namer().TslSystemTable(spec_.innerTable);
+    const std::string outer = Environment().Namer().TslSystemTable(row_.outerTable);
+    const std::string inner = Environment().Namer().TslSystemTable(row_.innerTable);
     if (outer.empty() || inner.empty()) {
         resultDetails_ = common_text::kCannotTranslateNames;
         pass_ = verdict;
@@ -252,12 +252,12 @@ void MembershipCheck::Run(Connection* conn) {
     }
     const bool usesDatabaseName = Environment().Namer().UsesDatabaseName();
     const std::string sql =
-        std::string(usesDatabaseName ? spec_.selectListWithDatabase : spec_.selectListWithoutDatabase) +
-        "FROM " + outer + spec_.outerAlias + "WHERE NOT EXISTS " + "(SELECT 'x' FROM " + inner +
-        spec_.innerAlias + (usesDatabaseName ? spec_.joinWithDatabase : spec_.joinWithoutDatabase);
+        std::string(usesDatabaseName ? row_.selectListWithDatabase : row_.selectListWithoutDatabase) +
+        "FROM " + outer + row_.outerAlias + "WHERE NOT EXISTS " + "(SELECT 'x' FROM " + inner +
+        row_.innerAlias + (usesDatabaseName ? row_.joinWithDatabase : row_.joinWithoutDatabase);
 
     Recordset rs;
-    if (OpenFailed(rs, sql, *conn, spec_.open)) {
+    if (OpenFailed(rs, sql, *conn, row_.open)) {
         clsConnErrorString formatter(Environment().Ui());
         resultDetails_ = kErrorsPrefix + formatter.Build(conn);
     } else {
@@ -267,7 +267,7 @@ void MembershipCheck::Run(Connection* conn) {
             List(rs);
         } else {
             verdict = true;
-            resultDetails_ = spec_.passText;
+            resultDetails_ = row_.passText;
         }
     }
 
@@ -278,7 +278,7 @@ void MembershipCheck::Run(Connection* conn) {
 }
 
 void MembershipCheck::List(Recordset& rs) {
-    resultDetails_ = spec_.headerText + std::string(common_text::kCrLf);
+    resultDetails_ = row_.headerText + std::string(common_text::kCrLf);
     std::int16_t count = 0;
     rs.MoveFirst();
     while (true) {
@@ -286,7 +286,7 @@ void MembershipCheck::List(Recordset& rs) {
             rs.Close();
             return;
         }
-        if (spec_.loop == MembershipLoop::kCountBeforeEntry) {
+        if (row_.loop == MembershipLoop::kCountBeforeEntry) {
             count = RoundToInt16(count + 1);  // a 16-bit counter: overflow raises
             resultDetails_ += Entry(rs);
             if (count >= kReportLimit) {

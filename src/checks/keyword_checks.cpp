@@ -8,7 +8,7 @@ namespace {
 constexpr const char* kDbtune = "DBTUNE";
 constexpr const char* kKeywordEntryPrefix = ">>>> CONFIG_KEYWORD = ";
 
-const MembershipCheckSpec kLyrInDbtune{
+const MembershipCheckRow kLyrInDbtune{
     .definition = ReferentialIntegrity(
         {.className = "clsTst_LyrInDbtune",
          .name = "LAYERS.LAYER_CONFIG in DBTUNE",
@@ -32,7 +32,7 @@ const MembershipCheckSpec kLyrInDbtune{
     .open = MembershipOpen::kErrorsSuppressed,
 };
 
-const MembershipCheckSpec kRasColInDbtune{
+const MembershipCheckRow kRasColInDbtune{
     .definition = ReferentialIntegrity(
         {.className = "clsTst_RasColInDbtune",
          .name = "RASTER_COLUMNS.CONFIG_KEYWORD in DBTUNE",
@@ -58,7 +58,7 @@ const MembershipCheckSpec kRasColInDbtune{
 };
 
 // The id text says reg_id although registration_id is selected; users know the entries by that text.
-const MembershipCheckSpec kTblRegInDbtune{
+const MembershipCheckRow kTblRegInDbtune{
     .definition = ReferentialIntegrity(
         {.className = "clsTst_TblRegInDbtune",
          .name = "TABLE_REGISTRY.CONFIG_KEYWORD in DBTUNE",

@@ -16,7 +16,7 @@ enum class ProbedColumn {
     kWhenGiven  ///< position 0 trimmed, NULL read as empty; empty means the table alone is probed
 };
 
-struct OrphanedEntryCheckSpec {
+struct OrphanedEntryCheckRow {
     TestDefinition definition;
     const char* systemTable;
     const char* selectListWithoutDatabase;  // both lists are followed directly by "FROM "
@@ -38,7 +38,7 @@ constexpr const char* kEntrySeparator = ": ";
 constexpr const char* kLimitOpening = "(Report limit (";
 constexpr const char* kLimitClosing = ") reached. There may be more errors.)";
 
-const OrphanedEntryCheckSpec kOrphLyr{
+const OrphanedEntryCheckRow kOrphLyr{
     .definition = ReferentialIntegrity(
         {.className = "clsTst_OrphLyr",
          .name = "LAYERS entries exist as tables or views",
@@ -56,7 +56,7 @@ const OrphanedEntryCheckSpec kOrphLyr{
     .passText = "All LAYERS entries correspond to real columns in real tables or views",
 };
 
-const OrphanedEntryCheckSpec kOrphTblReg{
+const OrphanedEntryCheckRow kOrphTblReg{
     .definition =
         ReferentialIntegrity({.className = "clsTst_OrphTblReg",
                               .name = "TABLE_REGISTRY entries exist as tables or views",
@@ -74,7 +74,7 @@ const OrphanedEntryCheckSpec kOrphTblReg{
     .passText = "All TABLE_REGISTRY entries correspond to real columns in real tables or views",
 };
 
-const OrphanedEntryCheckSpec kOrphRasCol{
+const OrphanedEntryCheckRow kOrphRasCol{
     .definition =
         ReferentialIntegrity({.className = "clsTst_OrphRasCol",
                               .name = "RASTER_COLUMNS entries exist as tables or views",
@@ -92,7 +92,7 @@ const OrphanedEntryCheckSpec kOrphRasCol{
     .passText = "All RASTER_COLUMNS entries correspond to real columns in real tables or views",
 };
 
-const OrphanedEntryCheckSpec kOrphGeomCol{
+const OrphanedEntryCheckRow kOrphGeomCol{
     .definition =
         ReferentialIntegrity({.className = "clsTst_OrphGeomCol",
                               .name = "GEOMETRY_COLUMNS entries exist as tables or views",
@@ -127,8 +127,8 @@ std::string TrimBlanks(const std::string& text) {
 
 }  // namespace
 
-OrphanedEntryCheck::OrphanedEntryCheck(const OrphanedEntryCheckSpec& spec, const TestEnvironment& environment)
-    : AdoTestBase(spec.definition, environment), spec_(spec) {}
+OrphanedEntryCheck::OrphanedEntryCheck(const OrphanedEntryCheckRow& row, const TestEnvironment& environment)
+    : AdoTestBase(row.definition, environment), row_(row) {}
 
 void OrphanedEntryCheck::Run(Connection* conn) {
     if (conn == nullptr) {
@@ -140,15 +140,15 @@ void OrphanedEntryCheck::Run(Connection* conn) {
     resultDetails_.clear();
     pass_ = true;
 
-    const std::string systemTable = Environment().Namer().TslSystemTable(spec_.systemTable);
+    const std::string systemTable = Environment().Namer().TslSystemTable(row_.systemTable);
     if (systemTable.empty()) {
         pass_ = false;
         resultDetails_ = common_text::kCannotTranslateName;
         return;
     }
     const std::string sql =
-        std::string(Environment().Namer().UsesDatabaseName() ? spec_.selectListWithDatabase
-                                                             : spec_.selectListWithoutDatabase) +
+        std::string(Environment().Namer().UsesDatabaseName() ? row_.selectListWithDatabase
+                                                             : row_.selectListWithoutDatabase) +
         "FROM " + systemTable + " a";
 
     Recordset rows;
@@ -156,13 +156,13 @@ void OrphanedEntryCheck::Run(Connection* conn) {
     rows.OpenSuppressed(sql, *conn);
     if (conn->Errors().Count() != 0) {
         clsConnErrorString formatter(Environment().Ui());
-        resultDetails_ = spec_.selectFailedText + std::string(common_text::kCrLf) + formatter.Build(conn);
+        resultDetails_ = row_.selectFailedText + std::string(common_text::kCrLf) + formatter.Build(conn);
         pass_ = false;
         conn->Errors().Clear();
         return;
     }
     if (rows.Bof() || rows.Eof()) {
-        resultDetails_ = spec_.emptyTableText;
+        resultDetails_ = row_.emptyTableText;
         CloseIfOpen(rows);
         return;
     }
@@ -173,7 +173,7 @@ void OrphanedEntryCheck::Run(Connection* conn) {
         if (rows.Eof()) {
             rows.Close();
             if (pass_) {
-                resultDetails_ = spec_.passText;
+                resultDetails_ = row_.passText;
             }
             break;
         }
@@ -184,12 +184,12 @@ void OrphanedEntryCheck::Run(Connection* conn) {
             Environment().Namer().UsesDatabaseName() ? ToText(rows.Fields(3)) : std::string(kNoDatabaseName);
         const std::string userTable = Environment().Namer().UserTable(tableName, owner, database);
 
-        if (spec_.skipsUnnamedTable && userTable.empty()) {
+        if (row_.skipsUnnamedTable && userTable.empty()) {
             rows.MoveNext();
             continue;
         }
         std::string probeSql;
-        if (spec_.probedColumn == ProbedColumn::kWhenGiven) {
+        if (row_.probedColumn == ProbedColumn::kWhenGiven) {
             const std::string column = TrimBlanks(TextOrEmpty(rows.Fields(0)));
             probeSql = column.empty() ? Environment().Namer().SqlToFindTable(userTable)
                                       : Environment().Namer().SqlToFindColumn(column, userTable);
