@@ -91,16 +91,6 @@ TEST_F(DbLayerTest, CursorFlagsAtBothEndsAndTwoResultsOpenAtOnce) {
     EXPECT_EQ(walk.Fields(0), "1");
 }
 
-TEST_F(DbLayerTest, NullColumnsArriveAsNullAndConvertingThemIsAnError) {
-    Recordset rs;
-    rs.Open("SELECT description, owner, eflags, srid, layer_config FROM TSL.LAYERS WHERE layer_id = 3", conn);
-    for (int i = 0; i < rs.FieldCount(); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_FALSE(rs.Fields(i).has_value());
-        EXPECT_THROW(ToText(rs.Fields(i)), RuntimeError);  // "Invalid use of Null", as the escaped runs show
-    }
-}
-
 TEST_F(DbLayerTest, StatementWithASeparatorIsNeverSent) {
     Recordset rs;
     EXPECT_FALSE(rs.OpenSuppressed("SELECT 1; DROP TABLE gis.victim", conn));

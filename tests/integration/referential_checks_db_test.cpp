@@ -116,11 +116,7 @@ class ReferentialChecks : public ::testing::TestWithParam<Layout> {
     std::unique_ptr<RecordingOdbcConnection> conn;
 };
 
-struct OrphanCheck {
-    Factory make;
-    const char* table;
-};
-const OrphanCheck kOrphanChecks[] = {
+const std::pair<Factory, const char*> kOrphanChecks[] = {
     {Make<clsTst_OrphLyr>(), "LAYERS"},
     {Make<clsTst_OrphTblReg>(), "TABLE_REGISTRY"},
     {Make<clsTst_OrphRasCol>(), "RASTER_COLUMNS"},
@@ -148,11 +144,11 @@ TEST_P(ReferentialChecks, HealthyOrEmptyTablesPassAndMembershipStatementsAllSucc
         std::string text;
     };
     std::vector<Case> cases;
-    for (const OrphanCheck& c : kOrphanChecks) {
+    for (const auto& [make, table] : kOrphanChecks) {
         cases.push_back(
-            {c.make, "healthy",
-             std::string("All ") + c.table + " entries correspond to real columns in real tables or views"});
-        cases.push_back({c.make, "bare", std::string("No rows in ") + c.table + " table"});
+            {make, "healthy",
+             std::string("All ") + table + " entries correspond to real columns in real tables or views"});
+        cases.push_back({make, "bare", std::string("No rows in ") + table + " table"});
     }
     // Only a fresh cursor that reports end-of-file without begin-of-file is listed, and psqlODBC never gives
     // one: every membership check passes, although the orphans database has rows without partners.
@@ -175,6 +171,20 @@ TEST_P(ReferentialChecks, HealthyOrEmptyTablesPassAndMembershipStatementsAllSucc
             EXPECT_EQ(conn->Sent().size(), 1u);  // the row select only
         }
     }
+}
+
+// NULL and blank rowid_column probe the table; a padded one its trimmed column.
+TEST_P(ReferentialChecks, RowidColumnIsTrimmedAndATableProbeStandsInWhenItIsNullOrBlank) {
+    ASSERT_TRUE(RunCheck(Make<clsTst_OrphTblReg>(), "healthy")->Pass());
+    const std::string schema =
+        (UsesDatabaseName(layout()) ? Upper(Database(layout(), "healthy")) + "." : "") + "GIS.";
+    const std::string table = UsesDatabaseName(layout()) ? "SELECT * FROM " : "SELECT COUNT(*) FROM ";
+    const std::string column =
+        UsesDatabaseName(layout()) ? "SELECT A.OBJECTID FROM " : "SELECT COUNT(A.OBJECTID) FROM ";
+    EXPECT_EQ(std::vector<std::string>(conn->Sent().begin() + 1, conn->Sent().end()),
+              (std::vector<std::string>{
+                  column + schema + "ROADS A WHERE 1 = 2", table + schema + "PARCELS WHERE 1 = 2",
+                  table + schema + "MAIN_ROADS WHERE 1 = 2", column + schema + "ORTHOPHOTO A WHERE 1 = 2"}));
 }
 
 TEST_P(ReferentialChecks, ListingStopsAtTheTwentyFifthOrphanAndProbesNothingAfterIt) {
@@ -226,7 +236,7 @@ TEST_P(ReferentialChecks, HeadlessRunPrintsTheFailureBlocksOfTheOrphanedEntries)
     for (const std::size_t i : {1, 0, 2, 3}) {
         if (i != 3 || layout() != Layout::Db2) {
             expected += "\n=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-\nTEST FAILED: " +
-                        std::string(kOrphanChecks[i].table) + " entries exist as tables or views" +
+                        std::string(kOrphanChecks[i].second) + " entries exist as tables or views" +
                         "\nDetails: " + details[i] + "\n";
         }
     }
