@@ -91,43 +91,6 @@ TEST(CompressedBinaryStatementsTest, EachQueryFormIsSpeltExactly) {
     }
 }
 
-TEST(CompressedBinaryStatementsTest, ExpectedIndexesInProbeOrderWithTablesAndScores) {
-    struct Row {
-        IndexStep step;
-        const char* name;
-        const char* table;
-        std::int32_t expectedScore;
-    };
-    // Layer 12 of registration 40: the adds table's spatial index carries the layer number.
-    const Row rows[] = {
-        {IndexStep::CheckBusinessTableIndexes, "A12_IX1", "ROADS", 10101},
-        {IndexStep::CheckBusinessTableIndexes, "R40_TSL_ROWID_UK", "ROADS", 10101},
-        {IndexStep::CheckFeatureTableIndexes, "F12_AREA_IX2", "F12", 101},
-        {IndexStep::CheckFeatureTableIndexes, "F12_LEN_IX3", "F12", 101},
-        {IndexStep::CheckFeatureTableIndexes, "F12_UK1", "F12", 1101},
-        {IndexStep::CheckSpatialIndexTableIndexes, "S12_IX1", "S12", 10707},
-        {IndexStep::CheckSpatialIndexTableIndexes, "S12_IX2", "S12", 101},
-        {IndexStep::CheckAddsTableIndexes, "A12_IX1_A", "A40", 101},
-        {IndexStep::CheckAddsTableIndexes, "A40_PK", "A40", 10202},
-        {IndexStep::CheckAddsTableIndexes, "A40_ROWID_IX1", "A40", 101},
-        {IndexStep::CheckAddsTableIndexes, "A40_STATE_IX2", "A40", 101},
-        {IndexStep::CheckDeletesTableIndexes, "D40_PK", "D40", 1303},
-        {IndexStep::CheckDeletesTableIndexes, "D40_IDX1", "D40", 202},
-        {IndexStep::CheckDeletesTableIndexes, "D40_IDX2", "D40", 101},
-    };
-    const auto indexes = ExpectedIndexes();
-    ASSERT_EQ(indexes.size(), std::size(rows));
-    for (std::size_t i = 0; i < indexes.size(); ++i) {
-        EXPECT_EQ(indexes[i].step, rows[i].step) << i;
-        EXPECT_EQ(IndexName(indexes[i], kRoads), rows[i].name) << i;
-        EXPECT_EQ(SideTableName(indexes[i].table, kRoads), rows[i].table) << i;
-        EXPECT_EQ(indexes[i].expectedScore, rows[i].expectedScore) << i;
-        // Every probe names its index and table in each of its counts.
-        const std::string sql = IndexScoreQuery(indexes[i], kRoads);
-        EXPECT_NE(sql.find(std::string("TABLE_NAME = '") + rows[i].table + "')"), std::string::npos) << sql;
-    }
-}
-
 TEST(CompressedBinaryStatementsTest, ExistenceProbesSelectTheColumnsTheFormatNeeds) {
     LayerValues noRowId = kRoads;
     noRowId.rowIdColumn.clear();
@@ -150,47 +113,6 @@ TEST(CompressedBinaryStatementsTest, ExistenceProbesSelectTheColumnsTheFormatNee
     };
     for (const Case& c : cases) {
         EXPECT_EQ(ExistenceQuery(ExistenceProbeFor(c.step), c.layer), c.sql);
-    }
-}
-
-TEST(CompressedBinaryStatementsTest, NamesAreInsertedAsRead) {
-    const LayerValues lower{.owner = "gis",
-                            .tableName = "roads",
-                            .spatialColumn = "shape",
-                            .rowIdColumn = "objectid",
-                            .layerId = 7,
-                            .registrationId = 1234567};
-    EXPECT_EQ(LayerLabel(lower), "gis.roads.shape (#7)");
-    EXPECT_EQ(LayerLabel(kRoads), "GIS.ROADS.SHAPE (#12)");
-    EXPECT_EQ(QualifiedSideTableName(SideTable::Deletes, lower), "gis.D1234567");
-    const std::string sql = IndexScoreQuery(IndexNamed("R1234567_TSL_ROWID_UK", lower), lower);
-    EXPECT_NE(
-        sql.find("TABLE_OWNER = 'gis' AND INDEX_NAME = 'R1234567_TSL_ROWID_UK' AND TABLE_NAME = 'roads' "
-                 "AND COLUMN_NAME = 'objectid'"),
-        std::string::npos)
-        << sql;
-}
-
-TEST(CompressedBinaryStatementsTest, FlagsAreSingleBits) {
-    struct Case {
-        std::int32_t word;
-        bool loadOnly;
-        bool versioned;
-    };
-    const Case cases[] = {
-        {0, false, false},
-        {16777216, false, false},
-        {16777216 | 1048576, true, false},
-        {1048576 | 8, true, true},
-        {8, false, true},
-        {7, false, false},
-        {16777216 | 1048575, false, true},  // every bit below 20 set, so bit 3 too
-        {-1, true, true},
-        {static_cast<std::int32_t>(0x80000000u), false, false},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(IsLoadOnlyIo(c.word), c.loadOnly) << c.word;
-        EXPECT_EQ(IsVersioned(c.word), c.versioned) << c.word;
     }
 }
 
@@ -224,90 +146,82 @@ std::string ProbeTag(const std::string& sql) {
 }
 
 // Probes sent for one layer, with every side table present and every index scored 0 (missing).
-class ProbeOrderTest : public ::testing::Test {
-  protected:
-    std::vector<std::string> ProbesFor(const LayerValues& layer, std::int32_t eflags,
-                                       std::int32_t objectFlags) {
-        ScriptedConnection conn;
-        conn.Open("");
-        conn.Answer(kWalk, Rows(8, {WalkRow(layer, eflags, objectFlags)}));
-        conn.AnswerOthers([](const std::string& sql) {
-            return sql.ends_with("FROM DUAL") ? Rows(1, {{"0"}}) : Rows(1, {});
-        });
-        CheckEnvironment env(dbtype::kOracle);
-        clsTst_IdxLyrBinOra test(env);
-        test.Run(&conn);
-        std::vector<std::string> tags;
-        for (const std::string& sql : conn.Sent()) {
-            tags.push_back(ProbeTag(sql));
-        }
-        return tags;
-    }
-};
-
-TEST_F(ProbeOrderTest, PlainLayerChecksItsOwnFeatureAndSpatialIndexTables) {
-    EXPECT_EQ(
-        ProbesFor(kRoads, 16777216, 0),
-        (std::vector<std::string>{"walk", "A12_IX1", "R40_TSL_ROWID_UK", "exists GIS.F12", "F12_AREA_IX2",
-                                  "F12_LEN_IX3", "F12_UK1", "exists GIS.S12", "S12_IX1", "S12_IX2"}));
-}
-
-TEST_F(ProbeOrderTest, VersionedLayerAlsoChecksAddsThenDeletes) {
-    EXPECT_EQ(ProbesFor(kRoads, 16777216, 8),
-              (std::vector<std::string>{
-                  "walk", "A12_IX1", "R40_TSL_ROWID_UK", "exists GIS.F12", "F12_AREA_IX2", "F12_LEN_IX3",
-                  "F12_UK1", "exists GIS.S12", "S12_IX1", "S12_IX2", "exists GIS.A40", "A12_IX1_A", "A40_PK",
-                  "A40_ROWID_IX1", "A40_STATE_IX2", "exists GIS.D40", "D40_PK", "D40_IDX1", "D40_IDX2"}));
-}
-
-TEST_F(ProbeOrderTest, LoadOnlyLayerOnlyProvesItsFeatureTableAndVersionTables) {
-    EXPECT_EQ(ProbesFor(kRoads, 16777216 | 1048576, 0), (std::vector<std::string>{"walk", "exists GIS.F12"}));
-    EXPECT_EQ(ProbesFor(kRoads, 16777216 | 1048576, 8),
-              (std::vector<std::string>{"walk", "exists GIS.F12", "exists GIS.A40", "A12_IX1_A", "A40_PK",
-                                        "A40_ROWID_IX1", "A40_STATE_IX2", "exists GIS.D40", "D40_PK",
-                                        "D40_IDX1", "D40_IDX2"}));
-}
-
-TEST_F(ProbeOrderTest, WithoutRowIdColumnTheRowIdIndexIsNotProbed) {
-    LayerValues noRowId = kRoads;
-    noRowId.rowIdColumn.clear();
-    EXPECT_EQ(ProbesFor(noRowId, 16777216, 0),
-              (std::vector<std::string>{"walk", "A12_IX1", "exists GIS.F12", "F12_AREA_IX2", "F12_LEN_IX3",
-                                        "F12_UK1", "exists GIS.S12", "S12_IX1", "S12_IX2"}));
-}
-
-TEST(CompressedBinaryRunTest, WithoutConnectionNothingIsSentAndWasRunIsLeftAlone) {
+std::vector<std::string> ProbesFor(const LayerValues& layer, std::int32_t eflags, std::int32_t objectFlags) {
+    ScriptedConnection conn;
+    conn.Open("");
+    conn.Answer(kWalk, Rows(8, {WalkRow(layer, eflags, objectFlags)}));
+    conn.AnswerOthers(
+        [](const std::string& sql) { return sql.ends_with("FROM DUAL") ? Rows(1, {{"0"}}) : Rows(1, {}); });
     CheckEnvironment env(dbtype::kOracle);
     clsTst_IdxLyrBinOra test(env);
-    test.Run(nullptr);
-    EXPECT_FALSE(test.WasRun());
-    EXPECT_FALSE(test.Pass());
-    EXPECT_EQ(test.ResultDetails(), "No ADO connection passed to test");
-
-    ScriptedConnection conn;
-
-    conn.Open("");
-    conn.Answer(kWalk, Rows(8, {}));
     test.Run(&conn);
-    ASSERT_TRUE(test.WasRun());
-    ASSERT_TRUE(test.Pass());
-    test.Run(nullptr);
-    EXPECT_TRUE(test.WasRun());
-    EXPECT_FALSE(test.Pass());
-    EXPECT_EQ(test.ResultDetails(), "No ADO connection passed to test");
+    std::vector<std::string> tags;
+    for (const std::string& sql : conn.Sent()) {
+        tags.push_back(ProbeTag(sql));
+    }
+    return tags;
 }
 
-TEST(CompressedBinaryRunTest, WithoutServerTypeTheLayersNameCannotBeTranslated) {
-    CheckEnvironment env;  // namer not set up
+TEST(CompressedBinaryProbeOrder, PerLayerStepsFollowTheFlagsAndTheRowIdColumn) {
+    const std::vector<std::string> business = {"A12_IX1", "R40_TSL_ROWID_UK"};
+    const std::vector<std::string> feature = {"exists GIS.F12", "F12_AREA_IX2", "F12_LEN_IX3", "F12_UK1"};
+    const std::vector<std::string> spatial = {"exists GIS.S12", "S12_IX1", "S12_IX2"};
+    const std::vector<std::string> versions = {"exists GIS.A40", "A12_IX1_A",     "A40_PK",
+                                               "A40_ROWID_IX1",  "A40_STATE_IX2", "exists GIS.D40",
+                                               "D40_PK",         "D40_IDX1",      "D40_IDX2"};
+    auto join = [](std::initializer_list<std::vector<std::string>> parts) {
+        std::vector<std::string> all{"walk"};
+        for (const auto& part : parts) {
+            all.insert(all.end(), part.begin(), part.end());
+        }
+        return all;
+    };
+    LayerValues noRowId = kRoads;
+    noRowId.rowIdColumn.clear();
+    const struct {
+        const char* label;
+        const LayerValues& layer;
+        std::int32_t eflags, objectFlags;
+        std::vector<std::string> probes;
+    } cases[] = {
+        {"plain", kRoads, 16777216, 0, join({business, feature, spatial})},
+        {"versioned", kRoads, 16777216, 8, join({business, feature, spatial, versions})},
+        {"load-only", kRoads, 16777216 | 1048576, 0, join({{"exists GIS.F12"}})},
+        {"load-only versioned", kRoads, 16777216 | 1048576, 8, join({{"exists GIS.F12"}, versions})},
+        {"no row-id column", noRowId, 16777216, 0, join({{"A12_IX1"}, feature, spatial})},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(ProbesFor(c.layer, c.eflags, c.objectFlags), c.probes) << c.label;
+    }
+}
+
+TEST(CompressedBinaryRunTest, WithoutConnectionOrServerTypeNothingIsSent) {
+    CheckEnvironment env(dbtype::kOracle);
+    clsTst_IdxLyrBinOra test(env);
     ScriptedConnection conn;
     conn.Open("");
-    clsTst_IdxLyrBinOra test(env);
-    test.Run(&conn);
-    EXPECT_TRUE(test.WasRun());
-    EXPECT_FALSE(test.Pass());
-    EXPECT_EQ(test.ResultDetails(), "Cannot translate system table name for LAYERS");
-    EXPECT_TRUE(conn.Sent().empty());
-    EXPECT_EQ(env.ui.Lines(),
+    conn.Answer(kWalk, Rows(8, {}));
+    for (const bool ranBefore : {false, true}) {
+        if (ranBefore) {
+            test.Run(&conn);
+            ASSERT_TRUE(test.Pass());
+        }
+        test.Run(nullptr);
+        EXPECT_EQ(test.WasRun(), ranBefore);
+        EXPECT_FALSE(test.Pass());
+        EXPECT_EQ(test.ResultDetails(), "No ADO connection passed to test");
+    }
+
+    CheckEnvironment unset;
+    ScriptedConnection silent;
+    silent.Open("");
+    clsTst_IdxLyrBinOra untranslated(unset);
+    untranslated.Run(&silent);
+    EXPECT_TRUE(untranslated.WasRun());
+    EXPECT_FALSE(untranslated.Pass());
+    EXPECT_EQ(untranslated.ResultDetails(), "Cannot translate system table name for LAYERS");
+    EXPECT_TRUE(silent.Sent().empty());
+    EXPECT_EQ(unset.ui.Lines(),
               (std::vector<std::string>{"Call Out Of Sequence: Must call clsQualDbObjName.Setup first"}));
 }
 

@@ -11,42 +11,27 @@ namespace {
 using testsupport::Rows;
 using testsupport::ScriptedConnection;
 
-TEST(RecordsetTest, FlagsThroughAWalk) {
+TEST(RecordsetTest, FlagsAndErrorsThroughAWalkAndOnAnEmptyResult) {
     ScriptedConnection conn;
     conn.Open("");
     conn.Answer("SELECT two", Rows(2, {{"a", std::nullopt}, {"b", "2"}}));
+    conn.Answer("SELECT none", Rows(1, {}));
     Recordset rs;
     rs.Open("SELECT two", conn);
-    EXPECT_EQ(rs.State(), Connection::kStateOpen);
     EXPECT_FALSE(rs.Bof());
     EXPECT_FALSE(rs.Eof());
-    EXPECT_EQ(rs.Fields(0), FieldValue{"a"});
     EXPECT_EQ(rs.Fields(1), std::nullopt);
-    rs.MoveFirst();  // on the first row: stays there
-    EXPECT_EQ(rs.Fields(0), FieldValue{"a"});
+    EXPECT_THROW((void)rs.Fields(2), RuntimeError);
     rs.MoveNext();
-    EXPECT_EQ(rs.Fields(1), FieldValue{"2"});
     rs.MoveNext();
     EXPECT_TRUE(rs.Eof());
     EXPECT_THROW(rs.MoveNext(), RuntimeError);
-    EXPECT_THROW((void)rs.Fields(0), RuntimeError);
-    rs.MoveLast();
-    EXPECT_EQ(rs.Fields(0), FieldValue{"b"});
-    rs.MoveNext();
     rs.MoveFirst();
     EXPECT_EQ(rs.Fields(0), FieldValue{"a"});
-    EXPECT_THROW((void)rs.Fields(2), RuntimeError);
     rs.Close();
-    EXPECT_EQ(rs.State(), Connection::kStateClosed);
     EXPECT_THROW(rs.Close(), RuntimeError);
     EXPECT_THROW((void)rs.Eof(), RuntimeError);
-}
 
-TEST(RecordsetTest, EmptyResultIsAtBothEnds) {
-    ScriptedConnection conn;
-    conn.Open("");
-    conn.Answer("SELECT none", Rows(1, {}));
-    Recordset rs;
     ASSERT_TRUE(rs.OpenSuppressed("SELECT none", conn));
     EXPECT_TRUE(rs.Bof());
     EXPECT_TRUE(rs.Eof());

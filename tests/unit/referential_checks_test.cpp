@@ -37,9 +37,22 @@ ScriptedAnswer AfterLast(std::size_t columns, std::vector<std::vector<FieldValue
     return answer;
 }
 
-void AnswerEverything(ScriptedConnection& conn, const ScriptedAnswer& answer) {
-    conn.AnswerOthers([answer](const std::string&) { return answer; });
-}
+// One check run on a scripted connection that gives `answer` to every statement.
+struct ScriptedRun {
+    ScriptedRun(const Factory& make, const ScriptedAnswer& answer, std::int32_t dbms = dbtype::kOracle,
+                const std::string& database = kNoDatabaseName)
+        : environment(dbms, database), test(make(environment)) {
+        conn.Open("");
+        conn.AnswerOthers([answer](const std::string&) { return answer; });
+    }
+    IAdoTest& Run() {
+        test->Run(&conn);
+        return *test;
+    }
+    CheckEnvironment environment;
+    ScriptedConnection conn;
+    std::unique_ptr<IAdoTest> test;
+};
 
 std::vector<std::vector<FieldValue>> RegistryRows(int count) {
     std::vector<std::vector<FieldValue>> rows;
@@ -87,13 +100,6 @@ TEST(ReferentialStatements, EachCheckSendsItsStatementInTheFormOfTheServerType) 
          "SELECT b.f_table_schema, b.f_table_name, b.f_table_catalog FROM GISDB.TSL.tsl_GEOMETRY_COLUMNS b "
          "WHERE NOT EXISTS (SELECT 'x' FROM GISDB.TSL.tsl_LAYERS a WHERE a.database_name = b.f_table_catalog "
          "and a.owner = b.f_table_schema and a.table_name = b.f_table_name)"},
-        {"LAYERS.SRID, one form only", Make<clsTst_LyrInSpatRef>(), dbtype::kInformix, "GISDB",
-         "SELECT a.layer_id, a.owner, a.table_name, a.srid FROM GISDB:TSL.LAYERS a WHERE NOT EXISTS (SELECT "
-         "'x' FROM GISDB:TSL.SPATIAL_REFERENCES b WHERE a.srid = b.srid)"},
-        {"RASTER_COLUMNS.SRID, one form only", Make<clsTst_RasColInSpatRef>(), dbtype::kOracle,
-         kNoDatabaseName,
-         "SELECT a.RASTERCOLUMN_ID, a.owner, a.table_name, a.srid FROM TSL.RASTER_COLUMNS a WHERE NOT EXISTS "
-         "(SELECT 'x' FROM TSL.SPATIAL_REFERENCES b WHERE a.srid = b.srid)"},
         {"LAYERS in TABLE_REGISTRY, no database names", Make<clsTst_LyrInTblReg>(), dbtype::kOracle,
          kNoDatabaseName,
          "SELECT a.table_name, a.owner FROM TSL.LAYERS a WHERE NOT EXISTS (SELECT 'x' FROM "
@@ -105,18 +111,9 @@ TEST(ReferentialStatements, EachCheckSendsItsStatementInTheFormOfTheServerType) 
          "(SELECT 'x' FROM GISDB.TSL.TABLE_REGISTRY b WHERE a.table_name = b.table_name and a.owner = "
          "b.owner "
          "and a.database_name = b.database_name)"},
-        {"RASTER_COLUMNS keywords, database names", Make<clsTst_RasColInDbtune>(), dbtype::kSqlServer,
-         "GISDB",
-         "SELECT a.rastercolumn_id, a.config_keyword, a.table_name, a.owner, a.database_name FROM "
-         "GISDB.TSL.tsl_RASTER_COLUMNS a WHERE NOT EXISTS (SELECT 'x' FROM GISDB.TSL.tsl_DBTUNE b WHERE "
-         "a.config_keyword = b.keyword)"},
         {"LAYERS keywords, no database names", Make<clsTst_LyrInDbtune>(), dbtype::kOracle, kNoDatabaseName,
          "SELECT a.layer_id, a.layer_config, a.table_name, a.owner, NULL FROM TSL.LAYERS a WHERE NOT EXISTS "
          "(SELECT 'x' FROM TSL.DBTUNE b WHERE a.layer_config = b.keyword)"},
-        {"TABLE_REGISTRY keywords, no database names", Make<clsTst_TblRegInDbtune>(), dbtype::kOracle,
-         kNoDatabaseName,
-         "SELECT a.registration_id, a.config_keyword, a.table_name, a.owner, NULL FROM TSL.TABLE_REGISTRY a "
-         "WHERE NOT EXISTS (SELECT 'x' FROM TSL.DBTUNE b WHERE a.config_keyword = b.keyword)"},
         {"LAYERS rows, no database names", Make<clsTst_OrphLyr>(), dbtype::kOracle, kNoDatabaseName,
          "SELECT a.spatial_column, a.table_name, a.owner  FROM TSL.LAYERS a"},
         {"LAYERS rows, database names", Make<clsTst_OrphLyr>(), dbtype::kSqlServer, "GISDB",
@@ -129,15 +126,9 @@ TEST(ReferentialStatements, EachCheckSendsItsStatementInTheFormOfTheServerType) 
     };
     for (const StatementCase& c : cases) {
         SCOPED_TRACE(c.label);
-        const CheckEnvironment environment(c.dbms, c.database);
-        ScriptedConnection conn;
-        conn.Open("");
-        AnswerEverything(conn, Rows(5, {}));
-        auto test = c.make(environment);
-        test->Run(&conn);
-        ASSERT_EQ(conn.Sent().size(), 1u);
-        EXPECT_EQ(conn.Sent()[0], c.statement);
-        EXPECT_TRUE(test->Pass());
+        ScriptedRun run(c.make, Rows(5, {}), c.dbms, c.database);
+        EXPECT_TRUE(run.Run().Pass());
+        EXPECT_EQ(run.conn.Sent(), std::vector<std::string>{c.statement});
     }
 }
 
@@ -163,9 +154,6 @@ TEST(MembershipListing, RowsAreListedWithTheEntryFormatOfEachCheck) {
         {"GEOMETRY_COLUMNS in LAYERS names schema and table in each other's place",
          Make<clsTst_GeomColInLyr>(), dbtype::kSqlServer, "GISDB", AfterLast(3, {{"GIS", "ROADS", "GISDB"}}),
          "Some GEOMETRY_COLUMNS entries are not in LAYERS\r\n>>>> GISDB.ROADS.GIS\r\n"},
-        {"GEOMETRY_COLUMNS in LAYERS exchanges the parts on Informix too", Make<clsTst_GeomColInLyr>(),
-         dbtype::kInformix, "GISDB", AfterLast(3, {{"GIS", "ROADS", "GISDB"}}),
-         "Some GEOMETRY_COLUMNS entries are not in LAYERS\r\n>>>> GISDB:ROADS.GIS\r\n"},
         {"LAYERS.SRID tolerates NULLs in every piece", Make<clsTst_LyrInSpatRef>(), dbtype::kOracle,
          kNoDatabaseName,
          AfterLast(4, {{"7", "GIS", "ROADS", "4326"},
@@ -201,78 +189,50 @@ TEST(MembershipListing, RowsAreListedWithTheEntryFormatOfEachCheck) {
     };
     for (const ListingCase& c : cases) {
         SCOPED_TRACE(c.label);
-        const CheckEnvironment environment(c.dbms, c.database);
-        ScriptedConnection conn;
-        conn.Open("");
-        AnswerEverything(conn, c.rows);
-        auto test = c.make(environment);
-        test->Run(&conn);
-        EXPECT_EQ(test->ResultDetails(), c.details);
-        EXPECT_FALSE(test->Pass());
-        EXPECT_TRUE(test->WasRun());
-        EXPECT_EQ(conn.Sent().size(), 1u);
+        ScriptedRun run(c.make, c.rows, c.dbms, c.database);
+        EXPECT_EQ(run.Run().ResultDetails(), c.details);
+        EXPECT_FALSE(run.test->Pass());
+        EXPECT_EQ(run.conn.Sent().size(), 1u);
     }
 }
 
-struct LimitCase {
-    const char* label;
-    Factory make;
-    int rows;
-    std::string details;
-};
+std::vector<std::vector<FieldValue>> KeywordRows(int count) {
+    std::vector<std::vector<FieldValue>> rows;
+    for (int i = 1; i <= count; ++i) {
+        const std::string id = std::to_string(i);
+        rows.push_back({id, "KW" + id, "R" + id, "IMG", "GISDB"});
+    }
+    return rows;
+}
 
-TEST(MembershipListing, ListingsStopAtFiveWithTheLimitLineOfTheirLoop) {
-    const std::string lyrHeader = "Some LAYERS entries are not in TABLE_REGISTRY\r\n";
-    const std::string rasHeader = "Some RASTER_COLUMNS entries are not in TABLE_REGISTRY\r\n";
+TEST(MembershipListing, ListingsStopAtFiveWithTheLimitLineOfTheirLoopAlsoWhenTheFifthRowIsTheLast) {
     const std::string countedFirst = "\r\n(Report limit (5) reached. There may be more errors.)";
     const std::string countedAfter = ">>>> (Report limit reached. There may be others...)\r\n";
-    const std::vector<LimitCase> cases = {
-        {"counting first, four rows", Make<clsTst_LyrInTblReg>(), 4, lyrHeader + RegistryEntries(4)},
-        {"counting first, fifth row is the last", Make<clsTst_LyrInTblReg>(), 5,
-         lyrHeader + RegistryEntries(5) + countedFirst},
-        {"counting first, seven rows", Make<clsTst_LyrInTblReg>(), 7,
-         lyrHeader + RegistryEntries(5) + countedFirst},
-        {"counting after the move, four rows", Make<clsTst_RasColInTblReg>(), 4,
-         rasHeader + RegistryEntries(4)},
-        {"counting after the move, fifth row is the last", Make<clsTst_RasColInTblReg>(), 5,
-         rasHeader + RegistryEntries(5) + countedAfter},
-        {"counting after the move, seven rows", Make<clsTst_RasColInTblReg>(), 7,
-         rasHeader + RegistryEntries(5) + countedAfter},
-    };
-    for (const LimitCase& c : cases) {
-        SCOPED_TRACE(c.label);
-        const CheckEnvironment environment(dbtype::kInformix, "GISDB");
-        ScriptedConnection conn;
-        conn.Open("");
-        AnswerEverything(conn, AfterLast(3, RegistryRows(c.rows)));
-        auto test = c.make(environment);
-        test->Run(&conn);
-        EXPECT_EQ(test->ResultDetails(), c.details);
-        EXPECT_FALSE(test->Pass());
+    std::string keywords = "Some RASTER_COLUMNS.CONFIG_KEYWORD entries are not in DBTUNE\r\n";
+    for (int i = 1; i <= 5; ++i) {
+        const std::string id = std::to_string(i);
+        keywords +=
+            ">>>> CONFIG_KEYWORD = KW" + id + " in rastercolumn_id #" + id + " : GISDB:IMG.R" + id + "\r\n";
     }
-}
-
-TEST(MembershipListing, KeywordListingStopsAtFiveAlsoWhenTheFifthRowIsTheLast) {
-    for (const int rows : {5, 6}) {
-        SCOPED_TRACE(rows);
-        const CheckEnvironment environment(dbtype::kDb2, "GISDB");
-        ScriptedConnection conn;
-        conn.Open("");
-        std::vector<std::vector<FieldValue>> cells;
-        std::string expected = "Some RASTER_COLUMNS.CONFIG_KEYWORD entries are not in DBTUNE\r\n";
-        for (int i = 1; i <= rows; ++i) {
-            const std::string id = std::to_string(i);
-            cells.push_back({id, "KW" + id, "R" + id, "IMG", "GISDB"});
-            if (i <= 5) {
-                expected += ">>>> CONFIG_KEYWORD = KW" + id + " in rastercolumn_id #" + id +
-                            " : GISDB.IMG.R" + id + "\r\n";
-            }
-        }
-        expected += ">>>> (Report limit reached. There may be others...)\r\n";
-        AnswerEverything(conn, AfterLast(5, cells));
-        clsTst_RasColInDbtune test(environment);
-        test.Run(&conn);
-        EXPECT_EQ(test.ResultDetails(), expected);
+    const std::string lyr = "Some LAYERS entries are not in TABLE_REGISTRY\r\n";
+    const std::string ras = "Some RASTER_COLUMNS entries are not in TABLE_REGISTRY\r\n";
+    const struct {
+        Factory make;
+        ScriptedAnswer rows;
+        std::string details;
+    } cases[] = {
+        {Make<clsTst_LyrInTblReg>(), AfterLast(3, RegistryRows(4)), lyr + RegistryEntries(4)},
+        {Make<clsTst_LyrInTblReg>(), AfterLast(3, RegistryRows(5)), lyr + RegistryEntries(5) + countedFirst},
+        {Make<clsTst_RasColInTblReg>(), AfterLast(3, RegistryRows(5)),
+         ras + RegistryEntries(5) + countedAfter},
+        {Make<clsTst_RasColInDbtune>(), AfterLast(5, KeywordRows(5)), keywords + countedAfter},
+        {Make<clsTst_RasColInDbtune>(), AfterLast(5, KeywordRows(6)), keywords + countedAfter},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.details);
+        ScriptedRun run(c.make, c.rows, dbtype::kInformix, "GISDB");
+        EXPECT_EQ(run.Run().ResultDetails(), c.details);
+        EXPECT_FALSE(run.test->Pass());
     }
 }
 
@@ -296,84 +256,52 @@ std::vector<std::pair<Factory, std::string>> MembershipChecksWithPassTexts() {
     };
 }
 
-TEST(MembershipVerdict, ACursorWithRowsOrWithoutRowsPassesWithThePassText) {
-    const std::vector<std::pair<const char*, ScriptedAnswer>> cursors = {
-        {"rows, first row current", Rows(5, {{"1", "2", "3", "4", "5"}, {"1", "2", "3", "4", "5"}})},
-        {"no rows", Rows(5, {})},
-    };
+TEST(MembershipVerdict, EachCheckPassesFailsAndRefusesLikeTheOthers) {
+    const std::string error =
+        "ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while executing the query";
     for (const auto& [make, passText] : MembershipChecksWithPassTexts()) {
-        for (const auto& [label, cursor] : cursors) {
-            SCOPED_TRACE(passText + " / " + label);
-            const CheckEnvironment environment(dbtype::kOracle);
-            ScriptedConnection conn;
-            conn.Open("");
-            AnswerEverything(conn, cursor);
-            auto test = make(environment);
-            test->Run(&conn);
-            EXPECT_TRUE(test->Pass());
-            EXPECT_EQ(test->ResultDetails(), passText);
+        SCOPED_TRACE(passText);
+        // Rows with the first row current, or no rows: both pass.
+        for (const ScriptedAnswer& cursor :
+             {Rows(5, {{"1", "2", "3", "4", "5"}, {"1", "2", "3", "4", "5"}}), Rows(5, {})}) {
+            ScriptedRun run(make, cursor);
+            EXPECT_TRUE(run.Run().Pass());
+            EXPECT_EQ(run.test->ResultDetails(), passText);
         }
-    }
-}
 
-TEST(MembershipVerdict, AFailingStatementIsReportedOnceAndItsErrorsStayInTheList) {
-    for (const auto& [make, passText] : MembershipChecksWithPassTexts()) {
-        SCOPED_TRACE(passText);
-        const CheckEnvironment environment(dbtype::kSqlServer, "GISDB");
+        // A failing statement is reported once, and its errors stay in the list.
+        ScriptedRun failing(make, Failure({{1, error}, {-2147217900, "second"}}), dbtype::kSqlServer,
+                            "GISDB");
+        EXPECT_FALSE(failing.Run().Pass());
+        EXPECT_EQ(failing.test->ResultDetails(),
+                  "Errors: \r\n>>>> Err#1: " + error + "\r\n>>>> Err#-2147217900: second");
+        EXPECT_EQ(failing.conn.Errors().Count(), 2);
+
+        // Untranslatable names send nothing.
+        const CheckEnvironment unset;
         ScriptedConnection conn;
         conn.Open("");
-        AnswerEverything(conn, Failure({{1,
-                                         "ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while "
-                                         "executing the query"},
-                                        {-2147217900, "second"}}));
-        auto test = make(environment);
-        test->Run(&conn);
-        EXPECT_FALSE(test->Pass());
-        EXPECT_EQ(test->ResultDetails(),
-                  "Errors: \r\n>>>> Err#1: ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while "
-                  "executing "
-                  "the query\r\n>>>> Err#-2147217900: second");
-        EXPECT_EQ(conn.Errors().Count(), 2);
-    }
-}
-
-TEST(MembershipVerdict, UntranslatableNamesSendNothing) {
-    for (const auto& [make, passText] : MembershipChecksWithPassTexts()) {
-        SCOPED_TRACE(passText);
-        const CheckEnvironment environment;  // namer never set up
-        ScriptedConnection conn;
-        conn.Open("");
-        auto test = make(environment);
-        test->Run(&conn);
-        EXPECT_FALSE(test->Pass());
-        EXPECT_TRUE(test->WasRun());
-        EXPECT_EQ(test->ResultDetails(), "Cannot translate system table names");
+        auto untranslated = make(unset);
+        untranslated->Run(&conn);
+        EXPECT_FALSE(untranslated->Pass());
+        EXPECT_TRUE(untranslated->WasRun());
+        EXPECT_EQ(untranslated->ResultDetails(), "Cannot translate system table names");
         EXPECT_TRUE(conn.Sent().empty());
-        EXPECT_EQ(environment.ui.Lines(),
+        EXPECT_EQ(unset.ui.Lines(),
                   (std::vector<std::string>{"Call Out Of Sequence: Must call clsQualDbObjName.Setup first",
                                             "Call Out Of Sequence: Must call clsQualDbObjName.Setup first"}));
-    }
-}
 
-TEST(MembershipVerdict, NoConnectionLeavesWasRunAsItWas) {
-    for (const auto& [make, passText] : MembershipChecksWithPassTexts()) {
-        SCOPED_TRACE(passText);
-        const CheckEnvironment environment(dbtype::kOracle);
-        auto test = make(environment);
-        test->Run(nullptr);
-        EXPECT_FALSE(test->WasRun());
-        EXPECT_FALSE(test->Pass());
-        EXPECT_EQ(test->ResultDetails(), "No ADO connection passed to test");
-
-        ScriptedConnection conn;
-        conn.Open("");
-        AnswerEverything(conn, Rows(5, {}));
-        test->Run(&conn);
-        ASSERT_TRUE(test->Pass());
-        test->Run(nullptr);
-        EXPECT_TRUE(test->WasRun());
-        EXPECT_FALSE(test->Pass());
-        EXPECT_EQ(test->ResultDetails(), "No ADO connection passed to test");
+        // No connection: a failure, but WasRun is left as it was.
+        ScriptedRun passed(make, Rows(5, {}));
+        for (const bool ranBefore : {false, true}) {
+            if (ranBefore) {
+                ASSERT_TRUE(passed.Run().Pass());
+            }
+            passed.test->Run(nullptr);
+            EXPECT_EQ(passed.test->WasRun(), ranBefore);
+            EXPECT_FALSE(passed.test->Pass());
+            EXPECT_EQ(passed.test->ResultDetails(), "No ADO connection passed to test");
+        }
     }
 }
 
@@ -388,33 +316,23 @@ TEST(MembershipVerdict, NullsConvertedWhileListingEndTheRun) {
     const std::vector<EscapeCase> cases = {
         {"LAYERS in GEOMETRY_COLUMNS: the literal NULL without database names", Make<clsTst_LyrInGeomCol>(),
          dbtype::kOracle, AfterLast(3, {{"ROADS", "GIS", std::nullopt}})},
-        {"GEOMETRY_COLUMNS in LAYERS: the literal NULL without database names", Make<clsTst_GeomColInLyr>(),
-         dbtype::kOracle, AfterLast(3, {{"GIS", "ROADS", std::nullopt}})},
-        {"LAYERS keywords: the literal NULL without database names", Make<clsTst_LyrInDbtune>(),
-         dbtype::kOracle, AfterLast(5, {{"7", "KW", "ROADS", "GIS", std::nullopt}})},
         {"TABLE_REGISTRY keywords: a NULL owner", Make<clsTst_TblRegInDbtune>(), dbtype::kDb2,
          AfterLast(5, {{"7", "KW", "ROADS", std::nullopt, "GISDB"}})},
-        {"LAYERS in TABLE_REGISTRY: a NULL owner", Make<clsTst_LyrInTblReg>(), dbtype::kOracle,
-         AfterLast(2, {{"ROADS", std::nullopt}})},
         {"RASTER_COLUMNS in TABLE_REGISTRY: a NULL table name", Make<clsTst_RasColInTblReg>(), dbtype::kDb2,
          AfterLast(3, {{std::nullopt, "IMG", "GISDB"}})},
     };
     for (const EscapeCase& c : cases) {
         SCOPED_TRACE(c.label);
-        const CheckEnvironment environment(c.dbms, "GISDB");
-        ScriptedConnection conn;
-        conn.Open("");
-        AnswerEverything(conn, c.rows);
-        auto test = c.make(environment);
+        ScriptedRun run(c.make, c.rows, c.dbms, "GISDB");
         try {
-            test->Run(&conn);
+            run.Run();
             ADD_FAILURE() << "the conversion error did not leave Run";
         } catch (const RuntimeError& e) {
             EXPECT_EQ(e.Number(), errnum::kInvalidUseOfNull);
             EXPECT_STREQ(e.what(), "Invalid use of Null");
         }
-        EXPECT_TRUE(test->WasRun());
-        EXPECT_FALSE(test->Pass());
+        EXPECT_TRUE(run.test->WasRun());
+        EXPECT_FALSE(run.test->Pass());
     }
 }
 
@@ -442,15 +360,10 @@ TEST(OrphanedEntries, InformixProbesQualifyTablesWithDatabaseAndColon) {
 }
 
 TEST(OrphanedEntries, AFreshCursorPastItsLastRowCountsAsAnEmptyTable) {
-    const CheckEnvironment environment(dbtype::kOracle);
-    ScriptedConnection conn;
-    conn.Open("");
-    AnswerEverything(conn, AfterLast(3, {{"SHAPE", "ROADS", "GIS"}}));
-    clsTst_OrphGeomCol test(environment);
-    test.Run(&conn);
-    EXPECT_TRUE(test.Pass());
-    EXPECT_EQ(test.ResultDetails(), "No rows in GEOMETRY_COLUMNS table");
-    EXPECT_EQ(conn.Sent().size(), 1u);
+    ScriptedRun run(Make<clsTst_OrphGeomCol>(), AfterLast(3, {{"SHAPE", "ROADS", "GIS"}}));
+    EXPECT_TRUE(run.Run().Pass());
+    EXPECT_EQ(run.test->ResultDetails(), "No rows in GEOMETRY_COLUMNS table");
+    EXPECT_EQ(run.conn.Sent().size(), 1u);
 }
 
 TEST(OrphanedEntries, UntranslatableNameSendsNothingAndSaysSo) {
@@ -468,11 +381,6 @@ TEST(OrphanedEntries, UntranslatableNameSendsNothingAndSaysSo) {
         EXPECT_EQ(test->ResultDetails(), "Cannot translate system table name");
         EXPECT_TRUE(conn.Sent().empty());
         EXPECT_EQ(environment.ui.shown.size(), 1u);
-
-        auto fresh = make(environment);
-        fresh->Run(nullptr);
-        EXPECT_FALSE(fresh->WasRun());
-        EXPECT_EQ(fresh->ResultDetails(), "No ADO connection passed to test");
     }
 }
 

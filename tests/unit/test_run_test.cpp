@@ -4,172 +4,126 @@
 #include <functional>
 
 #include "db/runtime_error.h"
-#include "framework/ado_test_base.h"
 #include "framework/test_run.h"
+#include "support/fake_test.h"
 #include "support/recording_interaction.h"
 #include "support/scripted_connection.h"
 
 namespace tabvet {
 namespace {
 
+using testsupport::FakeTest;
 using testsupport::RecordingInteraction;
-using testsupport::ScriptedConnection;
 
-// A test whose Run is given by the test case; it records that it ran.
-class ScriptedTest final : public AdoTestBase {
-  public:
-    using Behaviour = std::function<void(ScriptedTest&)>;
-    ScriptedTest(const TestDefinition& definition, const TestEnvironment& env, Behaviour behaviour)
-        : AdoTestBase(definition, env), behaviour_(std::move(behaviour)) {}
-    void Run(Connection*) override {
-        wasRun_ = true;
-        ++runs;
-        behaviour_(*this);
-    }
-    void Verdict(bool pass, std::string details) {
-        pass_ = pass;
-        resultDetails_ = std::move(details);
-    }
-    int runs = 0;
-
-  private:
-    Behaviour behaviour_;
-};
-
-const TestDefinition kEverywhere{.className = "A",
-                                 .name = "Alpha",
-                                 .category = "Environment",
-                                 .description = "a",
-                                 .worksWithOracle = true,
-                                 .worksWithSqlServer = true,
-                                 .worksWithInformix = true,
-                                 .worksWithDb2 = true,
-                                 .versionRule = VersionRule::V1};
-const TestDefinition kNotDb2{.className = "B",
-                             .name = "Beta",
-                             .category = "Referential Integrity",
-                             .description = "b",
-                             .worksWithOracle = true,
-                             .worksWithSqlServer = true,
-                             .worksWithInformix = true,
-                             .worksWithDb2 = false,
-                             .versionRule = VersionRule::V2};
-const TestDefinition kOracle90{.className = "C",
-                               .name = "Gamma",
-                               .category = "Index Analysis",
-                               .description = "c",
-                               .worksWithOracle = true,
-                               .versionRule = VersionRule::V4};
+// A window state ready to run: connected, server type and version chosen.
+void MakeReady(MainState& s, RecordingInteraction& ui) {
+    s.now = [] { return std::string("23/11/2026 10:00:00"); };
+    s.g_QDON = std::make_unique<clsQualDbObjName>(ui);
+    auto conn = std::make_unique<testsupport::ScriptedConnection>();
+    conn->Open("");
+    s.g_pAdoConn = std::move(conn);
+    s.selectedDbms = DbmsOption::Oracle;
+    s.txtMajorVersion = "9";
+    s.txtMinorVersion = "0";
+    s.txtBugfix = "0";
+}
 
 class TestRunTest : public ::testing::Test {
   protected:
-    TestRunTest() : state(ui) {
-        state.now = [] { return std::string("23/11/2026 10:00:00"); };
-        state.g_QDON = std::make_unique<clsQualDbObjName>(ui);
-        auto conn = std::make_unique<ScriptedConnection>();
-        conn->Open("");
-        state.g_pAdoConn = std::move(conn);
-        state.selectedDbms = DbmsOption::Oracle;
-        state.txtMajorVersion = "9";
-        state.txtMinorVersion = "0";
-        state.txtBugfix = "0";
-    }
+    TestRunTest() { MakeReady(state, ui); }
 
-    void Catalogue(std::vector<std::pair<const TestDefinition*, ScriptedTest::Behaviour>> rows) {
-        std::vector<std::unique_ptr<IAdoTest>> tests;
-        for (auto& [definition, behaviour] : rows) {
-            auto test = std::make_unique<ScriptedTest>(*definition, state, behaviour);
-            scripted.push_back(test.get());
-            tests.push_back(std::move(test));
+    // Alpha runs everywhere; Beta not on DB2 and from 3.x on; Gamma only on Oracle 8.2 to 9.0. Each
+    // counts its runs in `runs` and ends with the verdict given.
+    void Catalogue(std::vector<std::function<void(FakeTest::State&)>> verdicts) {
+        std::vector<FakeTest::State> tests = {{.name = "Alpha", .category = "Environment"},
+                                              {.name = "Beta", .versionRule = VersionRule::V2, .db2 = false},
+                                              {.name = "Gamma",
+                                               .versionRule = VersionRule::V4,
+                                               .informix = false,
+                                               .db2 = false,
+                                               .sqlServer = false}};
+        tests.resize(verdicts.size());
+        runs.assign(verdicts.size(), 0);
+        for (std::size_t i = 0; i < tests.size(); ++i) {
+            tests[i].onRun = [this, i, verdict = verdicts[i]](FakeTest::State& s) {
+                ++runs[i];
+                verdict(s);
+            };
         }
-        state.g_pTestCollection = std::make_unique<clsAdoTestCollection>(std::move(tests));
+        state.g_pTestCollection = testsupport::FakeCatalogue(std::move(tests));
     }
 
-    static ScriptedTest::Behaviour Passes() {
-        return [](ScriptedTest& t) { t.Verdict(true, "fine"); };
-    }
-    static ScriptedTest::Behaviour Fails(std::string details) {
-        return [details](ScriptedTest& t) { t.Verdict(false, details); };
+    static std::function<void(FakeTest::State&)> Verdict(bool pass, std::string details) {
+        return [pass, details](FakeTest::State& s) {
+            s.pass = pass;
+            s.resultDetails = details;
+        };
     }
 
     RecordingInteraction ui;
-    MainState state;
-    std::vector<ScriptedTest*> scripted;
+    MainState state{ui};
+    std::vector<int> runs;
 };
 
 TEST_F(TestRunTest, NotReadyShowsOnlyTheBoxAndChangesNothing) {
     const std::vector<std::function<void(MainState&)>> spoilers = {
         [](MainState& s) { s.g_pAdoConn.reset(); },
         [](MainState& s) { s.g_pTestCollection.reset(); },
+        [](MainState& s) { s.g_pTestCollection = testsupport::FakeCatalogue({}); },
         [](MainState& s) { s.selectedDbms = DbmsOption::None; },
         [](MainState& s) { s.txtMajorVersion = ""; },
-        [](MainState& s) { s.txtMajorVersion = "0"; },
         [](MainState& s) { s.txtMajorVersion = "abc"; },
         [](MainState& s) { s.txtMajorVersion = "0.4"; },  // rounds to 0
-        [](MainState& s) {
-            s.g_pTestCollection =
-                std::make_unique<clsAdoTestCollection>(std::vector<std::unique_ptr<IAdoTest>>{});
-        },
     };
     for (std::size_t k = 0; k < spoilers.size(); ++k) {
+        SCOPED_TRACE(k);
         RecordingInteraction localUi;
         MainState s(localUi);
-        s.g_QDON = std::make_unique<clsQualDbObjName>(localUi);
-        auto conn = std::make_unique<ScriptedConnection>();
-        conn->Open("");
-        s.g_pAdoConn = std::move(conn);
-        s.selectedDbms = DbmsOption::Oracle;
-        s.txtMajorVersion = "9";
+        MakeReady(s, localUi);
         s.rtbStatus = "earlier log";
         s.stsRunFeedback = "earlier status";
-        std::vector<std::unique_ptr<IAdoTest>> tests;
-        auto test = std::make_unique<ScriptedTest>(kEverywhere, s, Fails("x"));
-        ScriptedTest* probe = test.get();
-        tests.push_back(std::move(test));
-        s.g_pTestCollection = std::make_unique<clsAdoTestCollection>(std::move(tests));
+        s.g_pTestCollection = testsupport::FakeCatalogue({{.name = "Alpha"}});
         spoilers[k](s);
-        EXPECT_FALSE(IsReadyToRun(s)) << k;
+        EXPECT_FALSE(IsReadyToRun(s));
         ProcessRunTests(s);
-        EXPECT_EQ(localUi.Lines(),
-                  std::vector<std::string>{
-                      "Need Server Type: Please Select Server Type (DBMS type and Tessel version)"})
-            << k;
-        EXPECT_EQ(s.rtbStatus, "earlier log") << k;
-        EXPECT_EQ(s.stsRunFeedback, "earlier status") << k;
-        EXPECT_FALSE(s.g_bTestsWereRun) << k;
-        EXPECT_EQ(probe->runs, 0) << k;
+        EXPECT_EQ(localUi.Lines(), std::vector<std::string>{"Need Server Type: Please Select Server Type "
+                                                            "(DBMS type and Tessel version)"});
+        EXPECT_EQ(s.rtbStatus, "earlier log");
+        EXPECT_EQ(s.stsRunFeedback, "earlier status");
+        EXPECT_FALSE(s.g_bTestsWereRun);
+        if (s.g_pTestCollection && s.g_pTestCollection->Count() > 0) {
+            EXPECT_FALSE(s.g_pTestCollection->Item(1)->WasRun());
+        }
     }
 }
 
-TEST_F(TestRunTest, LogOfARunWithOneFailure) {
-    Catalogue({{&kEverywhere, Passes()}, {&kNotDb2, Fails("line one\r\nline two")}, {&kOracle90, Passes()}});
+TEST_F(TestRunTest, LogOfARunWithOneFailureThenTwoRunsAppendAndClearingKeepsResults) {
+    Catalogue({Verdict(true, "fine"), Verdict(false, "line one\r\nline two"), Verdict(true, "fine")});
     state.rtbStatus = "kept";
     ProcessRunTests(state);
-    EXPECT_EQ(state.rtbStatus,
-              "kept\r\nNew Test Run started at 23/11/2026 10:00:00\r\n"
-              "\r\n=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-\r\n"
-              "TEST FAILED: Beta\r\n"
-              "Details: line one\r\nline two\r\n"
-              "\r\nTest run finished at 23/11/2026 10:00:00");
+    const std::string failedRun =
+        "\r\nNew Test Run started at 23/11/2026 10:00:00\r\n"
+        "\r\n=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-\r\n"
+        "TEST FAILED: Beta\r\n"
+        "Details: line one\r\nline two\r\n"
+        "\r\nTest run finished at 23/11/2026 10:00:00";
+    EXPECT_EQ(state.rtbStatus, "kept" + failedRun);
     EXPECT_EQ(state.stsRunFeedback, "Testing complete.");
-    EXPECT_TRUE(state.g_bTestsWereRun);
     EXPECT_TRUE(ui.shown.empty());
-}
 
-TEST_F(TestRunTest, AllPassingWritesOnlyStartAndFinishAndTwoRunsAppend) {
-    Catalogue({{&kEverywhere, Passes()}});
+    Catalogue({Verdict(true, "fine")});
     ProcessRunTests(state);
-    ProcessRunTests(state);
-    const std::string one =
-        "\r\nNew Test Run started at 23/11/2026 10:00:00\r\n\r\nTest run finished at 23/11/2026 10:00:00";
-    EXPECT_EQ(state.rtbStatus, one + one);
+    EXPECT_EQ(state.rtbStatus,
+              "kept" + failedRun +
+                  "\r\nNew Test Run started at 23/11/2026 10:00:00\r\n\r\nTest run finished at "
+                  "23/11/2026 10:00:00");
     ClearRunStatus(state);
     EXPECT_EQ(state.rtbStatus, "");
-    EXPECT_TRUE(state.g_bTestsWereRun);  // clearing the log keeps results
-    EXPECT_TRUE(scripted[0]->WasRun());
+    EXPECT_TRUE(state.g_bTestsWereRun);
+    EXPECT_TRUE(state.g_pTestCollection->Item(1)->WasRun());
 }
 
-TEST_F(TestRunTest, FiltersByDbmsVersionAndEnabledAndCountsOnlyWhatRuns) {
+TEST_F(TestRunTest, FiltersByDbmsAndVersionAndCountsOnlyWhatRuns) {
     struct Case {
         DbmsOption dbms;
         const char* major;
@@ -182,10 +136,10 @@ TEST_F(TestRunTest, FiltersByDbmsVersionAndEnabledAndCountsOnlyWhatRuns) {
         {DbmsOption::Oracle, "9", "1", {1, 1, 0}, "Running test 2 of 2: Beta"},
         {DbmsOption::DB2, "8", "2", {1, 0, 0}, "Running test 1 of 1: Alpha"},
         {DbmsOption::SqlServer, "9", "0", {1, 1, 0}, "Running test 2 of 2: Beta"},
-        {DbmsOption::Informix, "3", "0", {1, 0, 0}, "Running test 1 of 1: Alpha"},
         {DbmsOption::Oracle, "8.6", "2", {1, 1, 0}, "Running test 2 of 2: Beta"},  // 8.6 rounds to 9, minor 2
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.major) + "." + c.minor);
         std::vector<std::string> progress;
         struct ProgressView : MainView {
             const MainState* s;
@@ -195,58 +149,40 @@ TEST_F(TestRunTest, FiltersByDbmsVersionAndEnabledAndCountsOnlyWhatRuns) {
         view.s = &state;
         view.out = &progress;
         state.AttachView(view);
-        Catalogue({{&kEverywhere, Passes()}, {&kNotDb2, Passes()}, {&kOracle90, Passes()}});
+        Catalogue({Verdict(true, ""), Verdict(true, ""), Verdict(true, "")});
         state.selectedDbms = c.dbms;
         state.txtMajorVersion = c.major;
         state.txtMinorVersion = c.minor;
         ProcessRunTests(state);
-        for (std::size_t i = 0; i < scripted.size(); ++i) {
-            EXPECT_EQ(scripted[i]->runs, c.expectedRuns[i])
-                << c.major << "." << c.minor << " position " << i + 1;
-        }
+        EXPECT_EQ(runs, c.expectedRuns);
         ASSERT_GE(progress.size(), 2u);
         EXPECT_EQ(progress[progress.size() - 2], c.lastProgress);
         EXPECT_EQ(progress.back(), "Testing complete.");
-        scripted.clear();
         MainView silent;
         state.AttachView(silent);
     }
 }
 
 TEST_F(TestRunTest, DisabledAndSkippedTestsKeepEarlierResults) {
-    Catalogue({{&kEverywhere, Fails("first run")}, {&kOracle90, Fails("index problem")}});
+    Catalogue({Verdict(false, "first run"), Verdict(false, "x"), Verdict(false, "index problem")});
     ProcessRunTests(state);
-    scripted[0]->Enable(false);
+    state.g_pTestCollection->Item(1)->Enable(false);
     state.txtMinorVersion = "1";  // rule V4 no longer applies
     ProcessRunTests(state);
-    EXPECT_EQ(scripted[0]->runs, 1);
-    EXPECT_EQ(scripted[1]->runs, 1);
-    EXPECT_EQ(scripted[1]->ResultDetails(), "index problem");
+    EXPECT_EQ(runs, (std::vector<int>{1, 2, 1}));
+    EXPECT_EQ(state.g_pTestCollection->Item(3)->ResultDetails(), "index problem");
     EXPECT_FALSE(ShouldRunTest(state, 0));
-    EXPECT_FALSE(ShouldRunTest(state, 3));
+    EXPECT_FALSE(ShouldRunTest(state, 4));
 }
 
 TEST_F(TestRunTest, AnEscapedErrorEndsTheRunWithoutClosingLines) {
-    Catalogue({{&kEverywhere, Fails("before")},
-               {&kNotDb2, [](ScriptedTest&) { throw RuntimeError(94, "Invalid use of Null"); }},
-               {&kOracle90, Passes()}});
+    Catalogue({Verdict(false, "before"),
+               [](FakeTest::State&) { throw RuntimeError(94, "Invalid use of Null"); }, Verdict(true, "")});
     EXPECT_THROW(ProcessRunTests(state), RuntimeError);
-    EXPECT_EQ(scripted[2]->runs, 0);
+    EXPECT_EQ(runs, (std::vector<int>{1, 1, 0}));
     EXPECT_EQ(state.rtbStatus.find("Test run finished"), std::string::npos);
     EXPECT_NE(state.rtbStatus.find("TEST FAILED: Alpha"), std::string::npos);
     EXPECT_EQ(state.stsRunFeedback, "Running test 2 of 3: Beta");
-}
-
-TEST_F(TestRunTest, VersionBoxesReadTheirLeadingNumber) {
-    struct Case {
-        const char* text;
-        std::int16_t expected;
-    };
-    for (const Case& c : {Case{"", 0}, Case{"9", 9}, Case{"9.5", 10}, Case{"8.5", 8}, Case{"x9", 0},
-                          Case{"12abc", 12}, Case{"32767", 32767}}) {
-        EXPECT_EQ(VersionBoxNumber(c.text), c.expected) << c.text;
-    }
-    EXPECT_THROW((void)VersionBoxNumber("99999"), RuntimeError);
 }
 
 }  // namespace
