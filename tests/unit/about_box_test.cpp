@@ -34,7 +34,6 @@ TEST(AboutBoxTest, SystemInformationLookupOrder) {
          true,
          "C:\\x\\msinfo32.exe"},
         {"folder with the program", {{folderKey, "C:\\y"}}, true, true, "C:\\y\\MSINFO32.EXE"},
-        {"folder without the program", {{folderKey, "C:\\y"}}, false, true, ""},
         {"nothing registered", {}, true, true, ""},
         {"program does not start", {{pathKey, "C:\\x\\msinfo32.exe"}}, true, false, ""},
     };

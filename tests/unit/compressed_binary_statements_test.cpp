@@ -103,13 +103,9 @@ TEST(CompressedBinaryStatementsTest, ExistenceProbesSelectTheColumnsTheFormatNee
         {ExistenceStep::FeatureTableExists, kRoads,
          "SELECT A.FID, A.NUMOFPTS, A.ENTITY, A.EMINX, A.EMINY, A.EMAXX, A.EMAXY, A.EMINZ, A.EMAXZ, "
          "A.MIN_MEASURE, A.MAX_MEASURE, A.AREA, A.LEN, A.POINTS FROM GIS.F12 A WHERE 1 = 2"},
-        {ExistenceStep::SpatialIndexTableExists, kRoads,
-         "SELECT A.SP_FID, A.GX, A.GY, A.EMINX, A.EMINY, A.EMAXX, A.EMAXY  FROM GIS.S12 A WHERE 1 = 2"},
         {ExistenceStep::AddsTableExists, kRoads, "SELECT TSL_STATE_ID, OBJECTID FROM GIS.A40 WHERE 1 = 2"},
         // Without a row-id column the statement cannot parse; that failure is the report.
         {ExistenceStep::AddsTableExists, noRowId, "SELECT TSL_STATE_ID,  FROM GIS.A40 WHERE 1 = 2"},
-        {ExistenceStep::DeletesTableExists, kRoads,
-         "SELECT DELETED_AT, TSL_DELETES_ROW_ID, TSL_STATE_ID FROM GIS.D40 WHERE 1 = 2"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(ExistenceQuery(ExistenceProbeFor(c.step), c.layer), c.sql);

@@ -44,10 +44,8 @@ TEST(HeadlessReportOptions, MistakesAreOneLineErrors) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {With({"--report"}), "option --report needs a value"},
         {With({"--report="}), "option --report needs a file name"},
-        {With({"--json", ""}), "option --json needs a file name"},
         {With({"--only-failures=yes"}), "option --only-failures takes no value"},
         {With({"--only-failures", "--only-failures"}), "option --only-failures given more than once"},
-        {With({"--json", "a", "--json", "b"}), "option --json given more than once"},
         {With({"--report", "same.txt", "--json", "same.txt"}),
          "--report and --json must name different files"},
     };

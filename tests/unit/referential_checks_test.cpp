@@ -91,20 +91,11 @@ TEST(ReferentialStatements, EachCheckSendsItsStatementInTheFormOfTheServerType) 
          "SELECT a.table_name, a.owner, a.database_name FROM GISDB.TSL.LAYERS a WHERE NOT EXISTS (SELECT 'x' "
          "FROM GISDB.TSL.GEOMETRY_COLUMNS b WHERE a.database_name = b.f_table_catalog and a.owner = "
          "b.f_table_schema and a.table_name = b.f_table_name)"},
-        {"GEOMETRY_COLUMNS in LAYERS, no database names", Make<clsTst_GeomColInLyr>(), dbtype::kOracle,
-         kNoDatabaseName,
-         "SELECT b.f_table_schema, b.f_table_name, NULL FROM TSL.GEOMETRY_COLUMNS b WHERE NOT EXISTS (SELECT "
-         "'x' FROM TSL.LAYERS a WHERE a.owner = b.f_table_schema and a.table_name = b.f_table_name)"},
         {"GEOMETRY_COLUMNS in LAYERS, database names", Make<clsTst_GeomColInLyr>(), dbtype::kSqlServer,
          "GISDB",
          "SELECT b.f_table_schema, b.f_table_name, b.f_table_catalog FROM GISDB.TSL.tsl_GEOMETRY_COLUMNS b "
          "WHERE NOT EXISTS (SELECT 'x' FROM GISDB.TSL.tsl_LAYERS a WHERE a.database_name = b.f_table_catalog "
          "and a.owner = b.f_table_schema and a.table_name = b.f_table_name)"},
-        {"LAYERS in TABLE_REGISTRY, no database names", Make<clsTst_LyrInTblReg>(), dbtype::kOracle,
-         kNoDatabaseName,
-         "SELECT a.table_name, a.owner FROM TSL.LAYERS a WHERE NOT EXISTS (SELECT 'x' FROM "
-         "TSL.TABLE_REGISTRY b "
-         "WHERE a.table_name = b.table_name and a.owner = b.owner)"},
         {"RASTER_COLUMNS in TABLE_REGISTRY, database names", Make<clsTst_RasColInTblReg>(), dbtype::kDb2,
          "GISDB",
          "SELECT a.table_name, a.owner, a.database_name FROM GISDB.TSL.RASTER_COLUMNS a WHERE NOT EXISTS "
@@ -120,9 +111,6 @@ TEST(ReferentialStatements, EachCheckSendsItsStatementInTheFormOfTheServerType) 
          "SELECT a.spatial_column, a.table_name, a.owner, a.database_name FROM GISDB.TSL.tsl_LAYERS a"},
         {"TABLE_REGISTRY rows, no database names", Make<clsTst_OrphTblReg>(), dbtype::kOracle,
          kNoDatabaseName, "SELECT a.rowid_column, a.table_name, a.owner  FROM TSL.TABLE_REGISTRY a"},
-        {"GEOMETRY_COLUMNS rows, database names", Make<clsTst_OrphGeomCol>(), dbtype::kInformix, "GISDB",
-         "SELECT a.f_geometry_column, a.f_table_name, a.f_table_schema, a.f_table_catalog FROM "
-         "GISDB:TSL.GEOMETRY_COLUMNS a"},
     };
     for (const StatementCase& c : cases) {
         SCOPED_TRACE(c.label);

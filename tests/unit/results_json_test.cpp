@@ -180,7 +180,6 @@ TEST_F(ResultsJsonTest, NamesTheTarget) {
     const std::vector<std::pair<DbmsOption, const char*>> dbmsNames = {
         {DbmsOption::Oracle, "oracle"},
         {DbmsOption::SqlServer, "sqlserver"},
-        {DbmsOption::DB2, "db2"},
         {DbmsOption::Informix, "informix"},
     };
     for (const auto& [option, name] : dbmsNames) {
