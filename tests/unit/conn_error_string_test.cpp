@@ -1,4 +1,5 @@
-// The error-list text every failure is reported with, and the box that shows a failed connect.
+// The error-list text every failure is reported with (the connect box that shows it is tested with the real
+// driver's messages).
 #include <gtest/gtest.h>
 
 #include "db/conn_error_string.h"
@@ -61,18 +62,6 @@ TEST(ConnErrorStringTest, NullConnectionShowsTheUnexpectedConditionBox) {
     EXPECT_EQ(formatter.Build(nullptr), "");
     ASSERT_EQ(ui.Lines(),
               std::vector<std::string>{"Unexpected condition: clsConnErrorString.Build got NULL connection"});
-    EXPECT_EQ(ui.shown[0].buttons, MsgButtons::Ok);
-}
-
-TEST(ConnErrorStringTest, DisplayAdoErrorsShowsErrorsThenABlankLine) {
-    RecordingInteraction ui;
-    ScriptedConnection conn;
-    FillErrors(conn, {{101, "refused"}, {0, "second"}});
-    DisplayAdoErrors(&conn, "Error connecting to DBMS", ui);
-    ASSERT_EQ(ui.shown.size(), 1u);
-    EXPECT_EQ(ui.shown[0].title, "Error connecting to DBMS");
-    EXPECT_EQ(ui.shown[0].text, "Errors:\r\n\r\n>>>> Err#101: refused\r\n>>>> Err#0: second");
-    EXPECT_EQ(ui.shown[0].icon, MsgIcon::Exclamation);
     EXPECT_EQ(ui.shown[0].buttons, MsgButtons::Ok);
 }
 

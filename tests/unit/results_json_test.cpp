@@ -21,7 +21,6 @@ using testsupport::JsonParser;
 
 TEST(JsonString, EscapesWhatJsonForbidsAndKeepsValidUtf8) {
     const std::vector<std::pair<std::string, std::string>> cases = {
-        {"plain", "\"plain\""},
         {"say \"hi\"", "\"say \\\"hi\\\"\""},
         {"a\r\nb\tc", "\"a\\r\\nb\\tc\""},
         {std::string("\x01\x1f\x7f\b\f", 5), "\"\\u0001\\u001f\\u007f\\b\\f\""},
@@ -73,7 +72,6 @@ TEST(IsoLocalTime, GivesLocalTimeWithMillisecondsAndOffset) {
     const auto time = std::chrono::system_clock::from_time_t(86400 * 365) + std::chrono::milliseconds(1250);
     const std::vector<std::pair<const char*, std::string>> cases = {
         {"UTC0", "1971-01-01T00:00:01.250+00:00"},
-        {"IST-5:30", "1971-01-01T05:30:01.250+05:30"},
         {"NST3:30", "1970-12-31T20:30:01.250-03:30"},
     };
     for (const auto& [zone, expected] : cases) {
