@@ -1,8 +1,6 @@
 // Conversions that decide whether a check reads a value or ends the run with an error.
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "db/runtime_error.h"
 #include "db/value.h"
 
@@ -76,14 +74,6 @@ TEST(ValueConversionTest, LeadingNumberOfTypedText) {
     for (const Case& c : cases) {
         EXPECT_DOUBLE_EQ(LeadingNumber(c.text), c.expected) << "'" << c.text << "'";
     }
-}
-
-TEST(ValueConversionTest, RoundingToSixteenBits) {
-    EXPECT_EQ(RoundToInt16(0.5), 0);
-    EXPECT_EQ(RoundToInt16(1.5), 2);
-    EXPECT_EQ(RoundToInt16(-32768), -32768);
-    EXPECT_EQ(RaisedNumber([] { (void)RoundToInt16(99999); }), errnum::kOverflow);
-    EXPECT_EQ(RaisedNumber([] { (void)RoundToInt16(std::nan("")); }), errnum::kOverflow);
 }
 
 }  // namespace
