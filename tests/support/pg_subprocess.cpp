@@ -104,7 +104,8 @@ void StartWatchdog(const std::vector<std::string>& argv) {
     // A new session: Ctrl-C at the terminal must not kill the watchdog with the tests.
     Spawn(argv, {{*readEnd, STDIN_FILENO}}, true);
     // Kept open, and close-on-exec, until this process ends; then the kernel closes it for us.
-    (void)writeEnd.release();
+    static std::vector<Fd> lifelines;
+    lifelines.push_back(std::move(writeEnd));
 }
 
 }  // namespace tabvet::testsupport
