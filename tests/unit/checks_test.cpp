@@ -612,6 +612,29 @@ TEST(CompressedBinaryRunTest, LookupErrorsListEveryEntryOfTheErrorList) {
     EXPECT_TRUE(env.ui.shown.empty());
 }
 
+// A server without the dictionary views: every index probe of a plain layer is a lookup error, in probe
+// order, while the side tables themselves are found.
+TEST(CompressedBinaryRunTest, UnreadableDictionaryGivesOneLookupErrorPerIndex) {
+    CheckEnvironment env(dbtype::kOracle);
+    ScriptedConnection conn;
+    conn.Open("");
+    conn.Answer(kWalk, Rows(8, {WalkRow(kRoads, 16777216, 0)}));
+    conn.AnswerOthers([](const std::string& sql) {
+        return sql.find("ALL_IND_COLUMNS") != std::string::npos ? testsupport::Failure({{942, "no view"}})
+                                                                : Rows(1, {});
+    });
+    clsTst_IdxLyrBinOra test(env);
+    test.Run(&conn);
+    std::string expected;
+    for (const char* index :
+         {"A12_IX1", "R40_TSL_ROWID_UK", "F12_AREA_IX2", "F12_LEN_IX3", "F12_UK1", "S12_IX1", "S12_IX2"}) {
+        expected += std::string("\r\n\r\nError looking for index ") + index + ": \r\n>>>> Err#942: no view";
+    }
+    expected += "\r\n(The previous errors were for layer GIS.ROADS.SHAPE (#12))";
+    EXPECT_FALSE(test.Pass());
+    EXPECT_EQ(test.ResultDetails(), expected);
+}
+
 // Building 32768 real layers would take minutes; the count is the same whatever answers the probes.
 TEST(CompressedBinaryRunTest, MoreLayersThanTheSixteenBitCountEndTheRunWithOverflow) {
     CheckEnvironment env(dbtype::kOracle);

@@ -25,6 +25,19 @@ std::vector<std::string> With(std::vector<std::string> extra) {
     return args;
 }
 
+TEST(HeadlessOptions, HelpAndVersionAnswerWithoutRunning) {
+    for (const char* option : {"--help", "--version"}) {
+        std::ostringstream out;
+        std::ostringstream err;
+        EXPECT_EQ(RunHeadless({option}, out, err), exit_code::kAllPassed) << option;
+        EXPECT_TRUE(err.str().empty()) << option;
+        EXPECT_EQ(out.str().rfind(
+                      std::string(option) == "--help" ? "usage: tabvet --connect STRING" : "tabvet ", 0),
+                  0u)
+            << out.str();
+    }
+}
+
 TEST(HeadlessReportOptions, AreParsed) {
     const ParsedArguments none = ParseHeadlessArguments(kTarget);
     ASSERT_TRUE(none.options);
