@@ -9,34 +9,26 @@
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QtTest>
-#include <filesystem>
-#include <fstream>
 
 #include "db/odbc_logon.h"
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
+#include "support/temp_folder.h"
 #include "window/frm_nav.h"
 
-using tabvet::DbmsOption;
-using tabvet::frmNav;
-using tabvet::MainState;
-using tabvet::MsgAnswer;
-using tabvet::testsupport::PgCluster;
-using tabvet::testsupport::RecordingInteraction;
-using tabvet::testsupport::ScriptedEditorLauncher;
-using tabvet::testsupport::ScriptedFileDialog;
+using namespace tabvet;
+using namespace tabvet::testsupport;
 
 namespace {
 
 constexpr const char* kDatabase = "gui_window";
 
 // Fills the logon dialog as a user would and presses OK.
-class ScriptedLogon final : public tabvet::LogonDialogPresenter {
+class ScriptedLogon final : public LogonDialogPresenter {
   public:
-    void ShowModal(tabvet::frmODBCLogon& dialog) override {
-        ++shown;
+    void ShowModal(frmODBCLogon& dialog) override {
         if (cancel) {
             dialog.CancelClick();
             return;
@@ -45,18 +37,16 @@ class ScriptedLogon final : public tabvet::LogonDialogPresenter {
         dialog.cboDriversText = "PostgreSQL Unicode";
         dialog.txtServer = "127.0.0.1";
         dialog.txtUID = "tabvet";
-        dialog.txtPWD = "";
         dialog.txtDatabase = "tsl";
         dialog.OkClick();
     }
     bool cancel = false;
-    int shown = 0;
 };
 
 // One window with its model and scripted dialogs.
 struct Fixture {
     Fixture() : state(ui) {
-        tabvet::WindowServices services;
+        WindowServices services;
         services.fileDialog = &files;
         services.editor = &editor;
         services.logonDialog = &logon;
@@ -131,11 +121,11 @@ class MainWindowTest : public QObject {
         QVERIFY(f.Button("cmdCreateReport")->isEnabled());
         QVERIFY(f.Button("cmdViewReport")->isEnabled());
         QCOMPARE(f.Log(), QString());
-        const QStringList menus{"&File", "&Help"};
-        const auto actions = f.window->menuBar()->actions();
-        QCOMPARE(actions.size(), 2);
-        QCOMPARE(actions[0]->text(), menus[0]);
-        QCOMPARE(actions[1]->text(), menus[1]);
+        QStringList menus;
+        for (const QAction* action : f.window->menuBar()->actions()) {
+            menus << action->text();
+        }
+        QCOMPARE(menus, QStringList({"&File", "&Help"}));
         QVERIFY(f.ui.shown.empty());
     }
 
@@ -159,17 +149,6 @@ class MainWindowTest : public QObject {
         QVERIFY(f.ui.shown.empty());
     }
 
-    void failedConnectShowsTheDriverErrors() {
-        Fixture f;
-        QTest::keyClicks(f.Find<QLineEdit>("txtConnString"), "Driver=NoSuchDriver;");
-        f.Click("cmdConnect");
-        QCOMPARE(f.ui.shown.size(), size_t{1});
-        QCOMPARE(QString::fromStdString(f.ui.shown[0].title), QString("Error connecting to DBMS"));
-        QVERIFY(QString::fromStdString(f.ui.shown[0].text).startsWith("Errors:\r\n\r\n>>>> Err#"));
-        QCOMPARE(f.Button("cmdConnect")->text(), QString("Connect"));
-        QVERIFY(f.state.g_pAdoConn == nullptr);
-    }
-
     void buildAndCannedStringsFillTheBox() {
         Fixture f;
         f.Click("cmdCanned");
@@ -178,7 +157,6 @@ class MainWindowTest : public QObject {
                     .startsWith("Provider=MSDASQL;Driver=Oracle in OraHome90;"));
         QVERIFY(f.Button("cmdConnect")->isEnabled());
         f.Click("cmdBuildString");
-        QCOMPARE(f.logon.shown, 1);
         QCOMPARE(
             f.Find<QLineEdit>("txtConnString")->text(),
             QString(
@@ -210,21 +188,6 @@ class MainWindowTest : public QObject {
         QVERIFY(!f.Find<QRadioButton>("optOracle")->isChecked());
     }
 
-    void runWritesTheLogAndTheStatusBarAndClearingKeepsResults() {
-        Fixture f;
-        f.ConnectToDemo();
-        f.Click("cmdQueryType");
-        f.Click("cmdRun");
-        QVERIFY(f.Log().startsWith("\nNew Test Run started at "));
-        QVERIFY(f.Log().contains("\nTest run finished at "));
-        QCOMPARE(f.Find<QLabel>("stsRunFeedback")->text(), QString("Testing complete."));
-        QVERIFY(QApplication::overrideCursor() == nullptr);
-        f.Click("cmdClearRunStatus");
-        QCOMPARE(f.Log(), QString());
-        QVERIFY(f.state.g_bTestsWereRun);
-        QVERIFY(f.state.g_pTestCollection->Item(1)->WasRun());
-    }
-
     void runWithoutServerTypeShowsOnlyTheBox() {
         Fixture f;
         f.ConnectToDemo();
@@ -235,87 +198,67 @@ class MainWindowTest : public QObject {
         QCOMPARE(f.Log(), QString());
     }
 
-    void reportFlowWritesTheChosenFile() {
+    // One session from the run to File, Exit: the log and the status bar, clearing that keeps results, the
+    // report, the disconnect question (Cancel, then OK resets everything) and the close questions.
+    void aRunThenItsReportThenDisconnectingAndClosing() {
         Fixture f;
-        const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tabvet_gui_report";
-        std::filesystem::create_directories(folder);
-        const std::string path = (folder / "report.txt").string();
-        std::filesystem::remove(path);
         f.Click("cmdCreateReport");  // nothing ran yet
         QCOMPARE(f.ui.Lines(), std::vector<std::string>{"No results available: No test have been run."});
         f.ConnectToDemo();
         f.Click("cmdQueryType");
         f.Click("cmdRun");
+        QVERIFY(f.Log().startsWith("\nNew Test Run started at "));
+        QVERIFY(f.Log().contains("\nTest run finished at "));
+        QCOMPARE(f.Find<QLabel>("stsRunFeedback")->text(), QString("Testing complete."));
+        QVERIFY(QApplication::overrideCursor() == nullptr);
+        f.Click("cmdClearRunStatus");
+        QCOMPARE(f.Log(), QString());
+        QVERIFY(f.state.g_pTestCollection->Item(1)->WasRun());
+
+        TempFolder folder;
+        const std::string path = folder.File("report.txt");
         f.ui.shown.clear();
         f.files.Answer(path);
         f.ui.answers.push_back(MsgAnswer::Yes);  // view it now
         f.Click("cmdCreateReport");
-        QVERIFY(std::filesystem::exists(path));
-        std::ifstream in(path, std::ios::binary);
-        std::string firstLine;
-        std::getline(in, firstLine);
-        QCOMPARE(QString::fromStdString(firstLine),
-                 QString("Tessel System Table Diagnostics:  Test Results Report\r"));
-        QCOMPARE(f.ui.shown.size(), size_t{1});
-        QCOMPARE(QString::fromStdString(f.ui.shown[0].title), QString("Report Created"));
+        QVERIFY(ReadBytes(path).starts_with("Tessel System Table Diagnostics:  Test Results Report\r\n"));
+        QCOMPARE(QString::fromStdString(f.ui.shown.at(0).title), QString("Report Created"));
         QCOMPARE(f.editor.launched.size(), size_t{1});
         QCOMPARE(QString::fromStdString(f.editor.launched[0].path), QString::fromStdString(path));
-        std::filesystem::remove_all(folder);
-    }
 
-    void disconnectAfterARunAsksAndOkResetsEverything() {
-        Fixture f;
-        f.ConnectToDemo();
-        f.Click("cmdQueryType");
-        f.Click("cmdRun");
-        f.ui.answers.push_back(MsgAnswer::Cancel);
-        f.Click("cmdConnect");
-        QCOMPARE(f.Button("cmdConnect")->text(), QString("Disconnect"));
-        QCOMPARE(f.ui.shown.back().title, std::string("Disconnecting..."));
-        f.ui.answers.push_back(MsgAnswer::Ok);
-        f.Click("cmdConnect");
-        QCOMPARE(f.Button("cmdConnect")->text(), QString("Connect"));
-        QCOMPARE(f.Log(), QString());
-        QVERIFY(!f.Find<QRadioButton>("optOracle")->isChecked());
-        QCOMPARE(f.Find<QLineEdit>("txtMajorVersion")->text(), QString());
-        QVERIFY(!f.Button("cmdQueryType")->isEnabled());
-        QVERIFY(!f.Find<QLineEdit>("txtConnString")->text().isEmpty());  // the string stays
-    }
-
-    void closingAsksAndOnlyConfirmedShutdownEndsTheProgram() {
-        Fixture f;
-        f.ConnectToDemo();
-        f.Click("cmdQueryType");
-        f.Click("cmdRun");
         f.ui.shown.clear();
         f.ui.answers = {MsgAnswer::Cancel};
         QVERIFY(!f.window->close());
         QVERIFY(f.window->isVisible());
-        QCOMPARE(f.ui.Lines(), std::vector<std::string>{"Exiting...: Really exit?"});
         f.ui.answers = {MsgAnswer::Ok, MsgAnswer::Cancel};  // exit yes, but keep the results
         QVERIFY(!f.window->close());
-        QVERIFY(f.state.g_pAdoConn != nullptr);
+        f.ui.answers = {MsgAnswer::Cancel};
+        f.Click("cmdConnect");
+        const std::string question =
+            "Disconnecting...: Tests have been run.  Disconnecting will discard results held in memory.\r\n"
+            "If you have not written your results to a text file, you should do so before disconnecting.\r\n"
+            "\r\nDisconnect? ";
+        QCOMPARE(f.ui.Lines(), (std::vector<std::string>{"Exiting...: Really exit?",
+                                                         "Exiting...: Really exit?", question, question}));
+        QCOMPARE(f.Button("cmdConnect")->text(), QString("Disconnect"));
+        QVERIFY(f.state.g_bTestsWereRun);
         QVERIFY(!f.ended);
-        f.ui.answers = {MsgAnswer::Ok, MsgAnswer::Ok};
+
+        f.ui.answers = {MsgAnswer::Ok};
+        f.Click("cmdConnect");
+        QCOMPARE(f.Button("cmdConnect")->text(), QString("Connect"));
+        QVERIFY(!f.state.g_bTestsWereRun);
+        QVERIFY(!f.state.g_pTestCollection->Item(1)->WasRun());
+        QVERIFY(!f.Find<QRadioButton>("optOracle")->isChecked());
+        QCOMPARE(f.Find<QLineEdit>("txtMajorVersion")->text(), QString());
+        QVERIFY(!f.Button("cmdQueryType")->isEnabled());
+        QVERIFY(!f.Find<QLineEdit>("txtConnString")->text().isEmpty());  // the string stays
+
+        f.ui.answers = {MsgAnswer::Ok};
         f.window->findChild<QAction*>("mnuFileExit")->trigger();  // File, Exit is the close box
         QVERIFY(f.ended);
-        QVERIFY(f.state.g_pAdoConn == nullptr);
         QVERIFY(f.state.g_pTestCollection == nullptr);
         QVERIFY(f.window->close());  // once confirmed, the window may close
-    }
-
-    void aboutBoxSaysSystemInformationIsUnavailableHere() {
-        Fixture f;
-        QTimer::singleShot(0, [&f] {
-            auto* about = QApplication::activeModalWidget();
-            QVERIFY(about != nullptr);
-            QCOMPARE(about->windowTitle(), QString("About Tessel System Table Diagnostics"));
-            QCOMPARE(about->findChild<QLabel*>("lblVersion")->text().left(8), QString("Version "));
-            QTest::mouseClick(about->findChild<QPushButton*>("cmdSysInfo"), Qt::LeftButton);
-            QTest::mouseClick(about->findChild<QPushButton*>("cmdOK"), Qt::LeftButton);
-        });
-        f.window->findChild<QAction*>("mnuAbout")->trigger();
-        QCOMPARE(f.ui.Lines(), std::vector<std::string>{": System Information Is Unavailable At This Time"});
     }
 };
 

@@ -1,10 +1,14 @@
-// Where the about box finds the system-information program; only the last resort is reachable off Windows,
-// so the lookup order is checked with a scripted registry.
+// The about box's texts and where it finds the system-information program (only the last resort is
+// reachable off Windows, so the lookup order is checked with a scripted registry); and what a person sees on
+// a terminal, where the log (standard output) and progress (standard error) share one screen.
 #include <gtest/gtest.h>
 
 #include <map>
 
+#include <sstream>
 #include "about_box.h"
+#include "console_interaction.h"
+#include "framework/test_run.h"
 #include "support/recording_interaction.h"
 
 namespace tabvet {
@@ -34,7 +38,6 @@ TEST(AboutBoxTest, SystemInformationLookupOrder) {
          true,
          "C:\\x\\msinfo32.exe"},
         {"folder with the program", {{folderKey, "C:\\y"}}, true, true, "C:\\y\\MSINFO32.EXE"},
-        {"folder without the program", {{folderKey, "C:\\y"}}, false, true, ""},
         {"nothing registered", {}, true, true, ""},
         {"program does not start", {{pathKey, "C:\\x\\msinfo32.exe"}}, true, false, ""},
     };
@@ -69,6 +72,38 @@ TEST(AboutBoxTest, OffWindowsTheProgramIsUnavailable) {
     StartSysInfo(PlatformSysInfoLocator(), ui);
     EXPECT_EQ(ui.Lines(), std::vector<std::string>{": System Information Is Unavailable At This Time"});
 #endif
+}
+
+TEST(ConsoleViewTest, ProgressNeverLandsOnTheEndOfALogLine) {
+    testsupport::RecordingInteraction ui;
+    MainState state(ui);
+    std::ostringstream screen;
+    ConsoleView view(state, screen, screen);
+    state.AttachView(view);
+    SetStatusWindow(state, "\r\nNew Test Run started at T\r\n", true);
+    SetRunStatusBarText(state, "Running test 1 of 1: A");
+    SetStatusWindow(state, "\r\nTest run finished at T", true);
+    SetRunStatusBarText(state, "Testing complete.");
+    view.FinishLog();
+    EXPECT_EQ(
+        screen.str(),
+        "\nNew Test Run started at T\nRunning test 1 of 1: A\n\nTest run finished at T\nTesting complete.\n");
+}
+
+TEST(ConsoleViewTest, TheLogAloneIsPrintedExactlyOnceWithOneFinalLineBreak) {
+    testsupport::RecordingInteraction ui;
+    MainState state(ui);
+    std::ostringstream out;
+    std::ostringstream err;
+    ConsoleView view(state, out, err);
+    state.AttachView(view);
+    SetStatusWindow(state, "one\r\ntwo", true);
+    SetRunStatusBarText(state, "progress");  // ends the open line early
+    SetStatusWindow(state, "\r\nthree", true);
+    view.FinishLog();
+    view.FinishLog();
+    EXPECT_EQ(out.str(), "one\ntwo\nthree\n");
+    EXPECT_EQ(err.str(), "progress\n");
 }
 
 }  // namespace
