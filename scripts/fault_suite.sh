@@ -29,7 +29,6 @@ netns_vanished_host() {
     wait "$run" || status=$?
     ip link set lo up
     echo "$(elapsed_since "$started") $status"
-    grep -m1 -o 'Err#35: [^;]*' "$work/out" >&2 || true
     bash scripts/pg_cluster.sh stop "$state"
     rm -rf "$work"
 }
@@ -99,7 +98,7 @@ for rows in 10000 100000; do
     status=0
     /usr/bin/time -f '%e %M' -o "$work/time" build/src/app/tabvet --connect "$(connection "$port" "$database")" \
         --dbms oracle --tessel-version 9.0.0 >"$work/out" 2>/dev/null || status=$?
-    read -r seconds kilobytes <"$work/time"
+    read -r seconds kilobytes < <(tail -n 1 "$work/time")  # time writes a line of its own for a failed command
     echo "$rows rows: exit $status, $seconds s, peak RSS $((kilobytes / 1024)) MB"
     [ "$status" -eq 0 ] || { echo "expected every test to pass"; exit 1; }
     [ "$kilobytes" -lt 262144 ] || { echo "peak RSS above 256 MB"; exit 1; }
@@ -118,11 +117,11 @@ if [ "$long" = yes ]; then
     status=0
     /usr/bin/time -f '%e %M' -o "$work/time" build/src/app/tabvet --connect "$(connection "$port" layers_cb)" \
         --dbms oracle --tessel-version 9.0.0 >/dev/null 2>"$work/err" || status=$?
-    read -r seconds kilobytes <"$work/time"
+    read -r seconds kilobytes < <(tail -n 1 "$work/time")  # time writes a line of its own for a failed command
     tail -n 1 "$work/err"
     grep -q "Run-time error '6': Overflow" "$work/err" && [ "$status" -eq 3 ] ||
-        { echo "expected the designed Overflow escape at layer 32768"; exit 1; }
-    figures+=("40,000 compressed-binary layers: designed Overflow escape after $seconds s, peak RSS $((kilobytes / 1024)) MB")
+        { echo "expected the run to end with Overflow at layer 32768"; exit 1; }
+    figures+=("40,000 compressed-binary layers: Overflow at layer 32768 after $seconds s, peak RSS $((kilobytes / 1024)) MB")
 fi
 
 section "Servers that stop answering"

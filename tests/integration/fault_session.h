@@ -123,11 +123,12 @@ inline std::size_t Occurrences(const std::string& text, const std::string& part)
     return count;
 }
 
-/// Ends one server session from a session of its own, as another administrator would. That session is
-/// opened anew when a server restart took the previous one.
+/// Ends one server session from a session of its own, as another administrator would, and waits until
+/// it has ended, so that the very next statement meets the loss. That session is opened anew when a server
+/// restart took the previous one.
 inline void EndSession(const std::string& pid) {
     static OdbcConnection admin;
-    const std::string sql = "SELECT pg_terminate_backend(" + pid + ")";
+    const std::string sql = "SELECT pg_terminate_backend(" + pid + ", 10000)";
     ResultTable result;
     if (admin.State() == Connection::kStateOpen && admin.Query(sql, result)) {
         return;
