@@ -95,7 +95,9 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
             return {std::nullopt, "unknown argument '" + name + "'"};
         }
         if (!value) {
-            if (i + 1 >= args.size()) {
+            // "--connect --dbms oracle" forgot the string: taking "--dbms" as it would only shift the
+            // complaint to "oracle". A value that starts with "--" can still be given as --name=value.
+            if (i + 1 >= args.size() || args[i + 1].rfind("--", 0) == 0) {
                 return {std::nullopt, "option " + name + " needs a value"};
             }
             value = args[++i];

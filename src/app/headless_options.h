@@ -28,7 +28,8 @@ struct ParsedArguments {
 };
 
 /// Parses the arguments that follow the program name. "--name value" and "--name=value" both work; an
-/// option given twice, an unknown option or a missing value is an error.
+/// option given twice, an unknown option or a missing value is an error. A separate value cannot start
+/// with "--" (that is the next option); "--name=--value" can.
 ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args);
 
 /// The usage text printed by --help and after a bad argument.

@@ -40,17 +40,13 @@ bool DetectMissingServerType(MainState& state, const HeadlessOptions& options) {
     return dbmsKnown && versionKnown;
 }
 
-int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
-    if (!CheckOutputFiles(options, err)) {
-        return exit_code::kCannotStart;
-    }
-    ConsoleInteraction ui(err);
-    MainState state(ui);
-    ConsoleView view(state, out, err);
-    state.AttachView(view);
-    if (!StartUp(state)) {
-        return exit_code::kCannotStart;
-    }
+// The version as the three boxes hold it, for messages about it.
+std::string VersionText(const MainState& state) {
+    return state.txtMajorVersion + "." + state.txtMinorVersion + "." + state.txtBugfix;
+}
+
+// Connects and settles the server type. False, with the reason printed, when the run cannot start.
+bool PrepareRun(MainState& state, const HeadlessOptions& options) {
     if (options.database) {
         SetSystemTableDatabase(state, *options.database);
     }
@@ -58,10 +54,10 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
     ConnectionStringChanged(state, options.connect);
     ConnectToDbms(state);
     if (state.g_pAdoConn == nullptr) {
-        return exit_code::kCannotStart;
+        return false;
     }
     if (!DetectMissingServerType(state, options)) {
-        return exit_code::kCannotStart;
+        return false;
     }
     if (options.dbms) {
         OptionClick(state, *options.dbms);
@@ -73,6 +69,31 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
     }
     if (!IsReadyToRun(state)) {
         ProcessRunTests(state);  // shows why it cannot run
+        return false;
+    }
+    return true;
+}
+
+int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
+    if (!CheckOutputFiles(options, err)) {
+        return exit_code::kCannotStart;
+    }
+    ConsoleInteraction ui(err);
+    MainState state(ui);
+    ConsoleView view(state, out, err);
+    state.AttachView(view);
+    if (!StartUp(state)) {
+        return exit_code::kCannotStart;
+    }
+    // A version read from a damaged VERSION table may not fit the boxes' 16 bits; the window shows that
+    // error in a box, here it is one line and the run does not start.
+    try {
+        if (!PrepareRun(state, options)) {
+            return exit_code::kCannotStart;
+        }
+    } catch (const RuntimeError& e) {
+        err << "tabvet: the run could not start: " << DescribeRuntimeError(e) << " (Tessel version "
+            << VersionText(state) << ")" << std::endl;
         return exit_code::kCannotStart;
     }
     RunRecord record;
@@ -86,6 +107,13 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
     } catch (const RuntimeError& e) {
         view.FinishLog();
         record.error = DescribeRuntimeError(e);
+        if (!state.g_bTestsWereRun) {
+            // Raised while the applicable tests were counted: no test ran.
+            err << "tabvet: the run could not start: " << *record.error << " (Tessel version "
+                << VersionText(state) << ")" << std::endl;
+            return exit_code::kCannotStart;
+        }
+        // The progress line just before names the test that was running.
         err << "tabvet: a test ended the run with an unexpected error: " << *record.error << std::endl;
         status = exit_code::kEscapedError;
     }

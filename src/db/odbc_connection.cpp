@@ -48,6 +48,13 @@ bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, FieldValue& cell, ErrorList& e
     return true;
 }
 
+// Errors the layer finds itself, before any driver is involved.
+constexpr std::int32_t kLayerErrorNumber = -1;
+
+// SQLDriverConnect takes the string's length as a 16-bit number: a longer string would reach the driver
+// cut short (and connect with what is left) or be refused with a bare "invalid length".
+constexpr std::size_t kMaxConnectionStringUnits = 32767;
+
 }  // namespace
 
 OdbcConnection::~OdbcConnection() {
@@ -56,9 +63,16 @@ OdbcConnection::~OdbcConnection() {
 
 bool OdbcConnection::DoOpen(const std::string& connectionString) {
     Close();
+    OdbcWideString wide = ToOdbcWide(TranslateConnectionString(connectionString));
+    if (wide.size() > kMaxConnectionStringUnits) {
+        Errors().Add({kLayerErrorNumber, "The connection string is " + std::to_string(wide.size()) +
+                                             " characters long; ODBC accepts at most " +
+                                             std::to_string(kMaxConnectionStringUnits)});
+        return false;
+    }
     env_ = AllocateEnvironment();
     if (!env_) {
-        Errors().Add({-1, "The ODBC driver manager could not allocate an environment"});
+        Errors().Add({kLayerErrorNumber, "The ODBC driver manager could not allocate an environment"});
         return false;
     }
     SQLHANDLE dbc = SQL_NULL_HANDLE;
@@ -67,7 +81,6 @@ bool OdbcConnection::DoOpen(const std::string& connectionString) {
         return false;
     }
     dbc_ = DbcHandle(dbc);
-    OdbcWideString wide = ToOdbcWide(TranslateConnectionString(connectionString));
     SQLWCHAR unused[8];
     SQLSMALLINT unusedLength = 0;
     const SQLRETURN rc =

@@ -1,0 +1,70 @@
+// A real ODBC connection that runs a fault (stop the server, end the session) right before a chosen
+// statement, so that a test can break a run at an exact point instead of racing it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "db/connection.h"
+#include "db/odbc_connection.h"
+
+namespace tabvet::testsupport {
+
+class FaultInjectingConnection final : public Connection {
+  public:
+    /// Decides, before each statement, whether the fault strikes now; `number` counts statements from 1.
+    using Trigger = std::function<bool(const std::string& sql, std::size_t number)>;
+
+    /// The fault runs once, before the first statement for which `trigger` is true.
+    void InjectBefore(Trigger trigger, std::function<void()> fault) {
+        trigger_ = std::move(trigger);
+        fault_ = std::move(fault);
+        injected_ = false;
+    }
+    bool Injected() const { return injected_; }
+    /// Every statement that reached the driver, in order.
+    const std::vector<std::string>& Sent() const { return sent_; }
+
+    /// The server process behind this session, read on the session itself (not counted as a statement).
+    std::string BackendPid() {
+        ResultTable table;
+        return inner_.Query("SELECT pg_backend_pid()", table) && !table.cells.empty() ? *table.cells[0] : "";
+    }
+
+    void Close() override { inner_.Close(); }
+    int State() const override { return inner_.State(); }
+
+  protected:
+    bool DoOpen(const std::string& connectionString) override {
+        const bool opened = inner_.Open(connectionString);
+        CopyErrors();
+        return opened;
+    }
+    bool DoQuery(const std::string& sql, ResultTable& out) override {
+        sent_.push_back(sql);
+        if (!injected_ && trigger_ && trigger_(sql, sent_.size())) {
+            injected_ = true;
+            fault_();
+        }
+        const bool ok = inner_.Query(sql, out);
+        CopyErrors();
+        return ok;
+    }
+
+  private:
+    void CopyErrors() {
+        for (std::int32_t i = 0; i < inner_.Errors().Count(); ++i) {
+            Errors().Add(inner_.Errors().Item(i));
+        }
+    }
+
+    OdbcConnection inner_;
+    Trigger trigger_;
+    std::function<void()> fault_;
+    bool injected_ = false;
+    std::vector<std::string> sent_;
+};
+
+}  // namespace tabvet::testsupport
