@@ -13,6 +13,9 @@ namespace tabvet {
 namespace {
 
 constexpr std::size_t kCellBufferUnits = 256;
+// A driver's row count is only trusted this far for reserving room: a wrong answer must not cost a huge
+// allocation up front.
+constexpr SQLLEN kMaxReservedRows = 1 << 20;
 
 // Reads one column of the current row as text into `cell`, through `buffer`; false on a driver error.
 bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, std::vector<SQLWCHAR>& buffer, FieldValue& cell,
@@ -139,6 +142,12 @@ bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
     out.columns = static_cast<std::size_t>(columns < 0 ? 0 : columns);
     if (out.columns == 0) {
         return true;
+    }
+    // Drivers that buffer the whole result know its size: room for exactly that many cells spares a long
+    // result the copies and the slack of a growing vector. Only a hint: a driver may say nothing (-1).
+    SQLLEN rows = -1;
+    if (OdbcOk(SQLRowCount(stmt.Get(), &rows)) && rows > 0) {
+        out.cells.reserve(static_cast<std::size_t>(std::min(rows, kMaxReservedRows)) * out.columns);
     }
     for (;;) {
         const SQLRETURN rc = SQLFetch(stmt.Get());
