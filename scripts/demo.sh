@@ -1,25 +1,13 @@
 #!/usr/bin/env bash
 # Runs tabvet headless against a sample Tessel schema (Oracle layout) in a throwaway PostgreSQL cluster.
-# The cluster is removed when the demo ends, whether it succeeds, fails or is interrupted.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/setup.sh
 
-state=$(mktemp /tmp/tabvet-demo-state.XXXXXX)
-cleanup() { bash scripts/pg_cluster.sh stop "$state"; }
-trap cleanup EXIT
-trap 'exit 130' INT TERM
-
-bash scripts/pg_cluster.sh start "$state"
-bash scripts/pg_cluster.sh createdb "$state" tsl tests/fixtures/tessel_schema.sql \
-    tests/fixtures/oracle_dictionary.sql tests/fixtures/demo/demo_schema.sql
-port=$(sed -n 's/^PGPORT=//p' "$state")
-connection="Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=$port;Database=tsl;UID=tabvet;PWD=;"
+source scripts/demo_database.sh
 echo "Connection string: $connection"
 
-# The drivers as the system registers them, minus the driver's communication log in /tmp.
-export ODBCSYSINI="$PWD/tests/fixtures/odbc" ODBCINI="$PWD/tests/fixtures/odbc/odbc.ini"
 tabvet=build/src/app/tabvet
 if [ ! -x "$tabvet" ]; then
     echo "demo: $tabvet was not built" >&2

@@ -23,23 +23,36 @@ MsgAnswer ConsoleInteraction::ShowMessage(const std::string& text, const std::st
 
 void ConsoleView::StatusLogChanged() {
     const std::string& log = state_.rtbStatus;
-    if (log.compare(0, printed_.size(), printed_) == 0) {
-        out_ << ConsoleText(log.substr(printed_.size()));
-    } else {
-        out_ << ConsoleText(log);
+    std::string text =
+        ConsoleText(log.compare(0, printed_.size(), printed_) == 0 ? log.substr(printed_.size()) : log);
+    if (brokeLine_ && !text.empty() && text.front() == '\n') {
+        text.erase(0, 1);  // the line was already ended before a progress line
     }
+    if (!text.empty()) {
+        brokeLine_ = false;
+        lineOpen_ = text.back() != '\n';
+    }
+    out_ << text;
     out_.flush();
     printed_ = log;
 }
 
 void ConsoleView::StatusBarChanged() {
+    // On a terminal both streams share the screen: end the log's open line before a progress line.
+    EndOpenLine();
     err_ << ConsoleText(state_.stsRunFeedback) << std::endl;
 }
 
 void ConsoleView::FinishLog() {
-    if (!printed_.empty() && printed_.back() != '\n') {
+    EndOpenLine();
+}
+
+void ConsoleView::EndOpenLine() {
+    if (lineOpen_) {
         out_ << '\n';
         out_.flush();
+        lineOpen_ = false;
+        brokeLine_ = true;
     }
 }
 

@@ -40,7 +40,11 @@ class ConsoleView final : public MainView {
     const MainState& state_;
     std::ostream& out_;
     std::ostream& err_;
-    std::string printed_;  // the log as printed so far
+    void EndOpenLine();
+
+    std::string printed_;     // the log as printed so far
+    bool lineOpen_ = false;   // the output does not end with a line break yet
+    bool brokeLine_ = false;  // a line break was added that the log itself will also bring
 };
 
 }  // namespace tabvet

@@ -5,6 +5,9 @@
 #include <vector>
 
 #include "headless_run.h"
+#ifdef TABVET_WITH_WINDOW
+#include "window/window_main.h"
+#endif
 
 int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");  // dates and times in the user's own format
@@ -12,7 +15,10 @@ int main(int argc, char** argv) {
     if (!args.empty()) {
         return tabvet::RunHeadless(args, std::cout, std::cerr);
     }
-    std::cerr
-        << "tabvet: the main window is not part of this build yet; use the headless mode (tabvet --help)\n";
+#ifdef TABVET_WITH_WINDOW
+    return tabvet::RunWindow(argc, argv);
+#else
+    std::cerr << "tabvet: this build has no main window; use the headless mode (tabvet --help)\n";
     return tabvet::exit_code::kCannotStart;
+#endif
 }

@@ -33,24 +33,13 @@ constexpr const char* kRegistryJoinWithDatabase =
     "and a.owner = b.owner "
     "and a.database_name = b.database_name)";
 
-constexpr TestDefinition CrossTableDefinition(const char* className, const char* name,
-                                              const char* description, bool worksWithDb2, VersionRule rule) {
-    return {.className = className,
-            .name = name,
-            .category = category::kReferentialIntegrity,
-            .description = description,
-            .fatal = false,
-            .worksWithOracle = true,
-            .worksWithSqlServer = true,
-            .worksWithInformix = true,
-            .worksWithDb2 = worksWithDb2,
-            .versionRule = rule};
-}
-
-const MembershipCheckSpec kLyrInGeomCol{
-    .definition = CrossTableDefinition("clsTst_LyrInGeomCol", "LAYERS in GEOMETRY_COLUMNS",
-                                       "Check whether entries in LAYERS are also in GEOMETRY_COLUMNS", false,
-                                       VersionRule::V2),
+const MembershipCheckRow kLyrInGeomCol{
+    .definition =
+        ReferentialIntegrity({.className = "clsTst_LyrInGeomCol",
+                              .name = "LAYERS in GEOMETRY_COLUMNS",
+                              .description = "Check whether entries in LAYERS are also in GEOMETRY_COLUMNS",
+                              .worksWithDb2 = false,
+                              .versionRule = VersionRule::V2}),
     .outerTable = kLayers,
     .outerAlias = " a ",
     .innerTable = kGeometryColumns,
@@ -72,10 +61,13 @@ const MembershipCheckSpec kLyrInGeomCol{
 
 // The outer table is GEOMETRY_COLUMNS under alias b. Its entry passes the schema as the table name and the
 // table as the owner, so the two parts of a listed name stand in each other's place; kept as it always was.
-const MembershipCheckSpec kGeomColInLyr{
-    .definition = CrossTableDefinition("clsTst_GeomColInLyr", "GEOMETRY_COLUMNS in LAYERS",
-                                       "Check whether entries in GEOMETRY_COLUMNS are also in LAYERS", false,
-                                       VersionRule::V2),
+const MembershipCheckRow kGeomColInLyr{
+    .definition =
+        ReferentialIntegrity({.className = "clsTst_GeomColInLyr",
+                              .name = "GEOMETRY_COLUMNS in LAYERS",
+                              .description = "Check whether entries in GEOMETRY_COLUMNS are also in LAYERS",
+                              .worksWithDb2 = false,
+                              .versionRule = VersionRule::V2}),
     .outerTable = kGeometryColumns,
     .outerAlias = " b ",
     .innerTable = kLayers,
@@ -95,10 +87,13 @@ const MembershipCheckSpec kGeomColInLyr{
     .open = MembershipOpen::kTrapped,
 };
 
-const MembershipCheckSpec kLyrInSpatRef{
-    .definition = CrossTableDefinition("clsTst_LyrInSpatRef", "LAYERS.SRID in SPATIAL_REFERENCES",
-                                       "Check whether all SRIDs in LAYERS are in SPATIAL_REFERENCES", false,
-                                       VersionRule::V1),
+const MembershipCheckRow kLyrInSpatRef{
+    .definition =
+        ReferentialIntegrity({.className = "clsTst_LyrInSpatRef",
+                              .name = "LAYERS.SRID in SPATIAL_REFERENCES",
+                              .description = "Check whether all SRIDs in LAYERS are in SPATIAL_REFERENCES",
+                              .worksWithDb2 = false,
+                              .versionRule = VersionRule::V1}),
     .outerTable = kLayers,
     .outerAlias = " a ",
     .innerTable = kSpatialReferences,
@@ -116,10 +111,13 @@ const MembershipCheckSpec kLyrInSpatRef{
     .open = MembershipOpen::kTrapped,
 };
 
-const MembershipCheckSpec kRasColInSpatRef{
-    .definition = CrossTableDefinition("clsTst_RasColInSpatRef", "RASTER_COLUMNS.SRID in SPATIAL_REFERENCES",
-                                       "Check whether all SRIDs in RASTER_COLUMNS are in SPATIAL_REFERENCES",
-                                       false, VersionRule::V1),
+const MembershipCheckRow kRasColInSpatRef{
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_RasColInSpatRef",
+         .name = "RASTER_COLUMNS.SRID in SPATIAL_REFERENCES",
+         .description = "Check whether all SRIDs in RASTER_COLUMNS are in SPATIAL_REFERENCES",
+         .worksWithDb2 = false,
+         .versionRule = VersionRule::V1}),
     .outerTable = kRasterColumns,
     .outerAlias = " a ",
     .innerTable = kSpatialReferences,
@@ -137,10 +135,13 @@ const MembershipCheckSpec kRasColInSpatRef{
     .open = MembershipOpen::kTrapped,
 };
 
-const MembershipCheckSpec kLyrInTblReg{
-    .definition = CrossTableDefinition("clsTst_LyrInTblReg", "LAYERS in TABLE_REGISTRY",
-                                       "Check whether entries in LAYERS exist in TABLE_REGISTRY", true,
-                                       VersionRule::V2),
+const MembershipCheckRow kLyrInTblReg{
+    .definition =
+        ReferentialIntegrity({.className = "clsTst_LyrInTblReg",
+                              .name = "LAYERS in TABLE_REGISTRY",
+                              .description = "Check whether entries in LAYERS exist in TABLE_REGISTRY",
+                              .worksWithDb2 = true,
+                              .versionRule = VersionRule::V2}),
     .outerTable = kLayers,
     .outerAlias = " a ",
     .innerTable = kTableRegistry,
@@ -158,10 +159,13 @@ const MembershipCheckSpec kLyrInTblReg{
     .open = MembershipOpen::kTrapped,
 };
 
-const MembershipCheckSpec kRasColInTblReg{
-    .definition = CrossTableDefinition("clsTst_RasColInTblReg", "RASTER_COLUMNS in TABLE_REGISTRY",
-                                       "Check whether entries in RASTER_COLUMNS exist in TABLE_REGISTRY",
-                                       true, VersionRule::V2),
+const MembershipCheckRow kRasColInTblReg{
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_RasColInTblReg",
+         .name = "RASTER_COLUMNS in TABLE_REGISTRY",
+         .description = "Check whether entries in RASTER_COLUMNS exist in TABLE_REGISTRY",
+         .worksWithDb2 = true,
+         .versionRule = VersionRule::V2}),
     .outerTable = kRasterColumns,
     .outerAlias = " a ",
     .innerTable = kTableRegistry,
@@ -195,33 +199,33 @@ bool OpenFailed(Recordset& rs, const std::string& sql, Connection& conn, Members
 
 }  // namespace
 
-MembershipCheck::MembershipCheck(const MembershipCheckSpec& spec, const TestEnvironment& environment)
-    : AdoTestBase(spec.definition, environment), spec_(spec) {}
+MembershipCheck::MembershipCheck(const MembershipCheckRow& row, const TestEnvironment& environment)
+    : AdoTestBase(row.definition, environment), row_(row) {}
 
 std::string MembershipCheck::Entry(const Recordset& rs) const {
     const clsQualDbObjName& namer = Environment().Namer();
-    switch (spec_.entry) {
+    switch (row_.entry) {
         case MembershipEntry::kQualifiedName: {
             const std::string table = ToText(rs.Fields(0));
             const std::string owner = ToText(rs.Fields(1));
             const std::string database = ToText(rs.Fields(2));
-            return spec_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
+            return row_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
         }
         case MembershipEntry::kRegisteredName: {
             const std::string table = ToText(rs.Fields(0));
             const std::string owner = ToText(rs.Fields(1));
             const std::string database = namer.UsesDatabaseName() ? ToText(rs.Fields(2)) : kNoDatabaseName;
-            return spec_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
+            return row_.entryPrefix + namer.UserTable(table, owner, database) + common_text::kCrLf;
         }
         case MembershipEntry::kSrid:
-            return spec_.entryPrefix + TextOrEmpty(rs.Fields(3)) + spec_.idText + TextOrEmpty(rs.Fields(0)) +
+            return row_.entryPrefix + TextOrEmpty(rs.Fields(3)) + row_.idText + TextOrEmpty(rs.Fields(0)) +
                    " : " + TextOrEmpty(rs.Fields(1)) + "." + TextOrEmpty(rs.Fields(2)) + common_text::kCrLf;
         case MembershipEntry::kKeyword: {
             const std::string table = ToText(rs.Fields(2));
             const std::string owner = ToText(rs.Fields(3));
             const std::string database = ToText(rs.Fields(4));
             const std::string userTable = namer.UserTable(table, owner, database);
-            return spec_.entryPrefix + TextOrEmpty(rs.Fields(1)) + spec_.idText + TextOrEmpty(rs.Fields(0)) +
+            return row_.entryPrefix + TextOrEmpty(rs.Fields(1)) + row_.idText + TextOrEmpty(rs.Fields(0)) +
                    " : " + userTable + common_text::kCrLf;
         }
     }
@@ -239,8 +243,8 @@ void MembershipCheck::Run(Connection* conn) {
     resultDetails_.clear();
     bool verdict = false;
 
-    const std::string outer = Environment().Namer().TslSystemTable(spec_.outerTable);
-    const std::string inner = Environment().Namer().TslSystemTable(spec_.innerTable);
+    const std::string outer = Environment().Namer().TslSystemTable(row_.outerTable);
+    const std::string inner = Environment().Namer().TslSystemTable(row_.innerTable);
     if (outer.empty() || inner.empty()) {
         resultDetails_ = common_text::kCannotTranslateNames;
         pass_ = verdict;
@@ -248,12 +252,12 @@ void MembershipCheck::Run(Connection* conn) {
     }
     const bool usesDatabaseName = Environment().Namer().UsesDatabaseName();
     const std::string sql =
-        std::string(usesDatabaseName ? spec_.selectListWithDatabase : spec_.selectListWithoutDatabase) +
-        "FROM " + outer + spec_.outerAlias + "WHERE NOT EXISTS " + "(SELECT 'x' FROM " + inner +
-        spec_.innerAlias + (usesDatabaseName ? spec_.joinWithDatabase : spec_.joinWithoutDatabase);
+        std::string(usesDatabaseName ? row_.selectListWithDatabase : row_.selectListWithoutDatabase) +
+        "FROM " + outer + row_.outerAlias + "WHERE NOT EXISTS " + "(SELECT 'x' FROM " + inner +
+        row_.innerAlias + (usesDatabaseName ? row_.joinWithDatabase : row_.joinWithoutDatabase);
 
     Recordset rs;
-    if (OpenFailed(rs, sql, *conn, spec_.open)) {
+    if (OpenFailed(rs, sql, *conn, row_.open)) {
         clsConnErrorString formatter(Environment().Ui());
         resultDetails_ = kErrorsPrefix + formatter.Build(conn);
     } else {
@@ -263,7 +267,7 @@ void MembershipCheck::Run(Connection* conn) {
             List(rs);
         } else {
             verdict = true;
-            resultDetails_ = spec_.passText;
+            resultDetails_ = row_.passText;
         }
     }
 
@@ -274,7 +278,7 @@ void MembershipCheck::Run(Connection* conn) {
 }
 
 void MembershipCheck::List(Recordset& rs) {
-    resultDetails_ = spec_.headerText + std::string(common_text::kCrLf);
+    resultDetails_ = row_.headerText + std::string(common_text::kCrLf);
     std::int16_t count = 0;
     rs.MoveFirst();
     while (true) {
@@ -282,7 +286,7 @@ void MembershipCheck::List(Recordset& rs) {
             rs.Close();
             return;
         }
-        if (spec_.loop == MembershipLoop::kCountBeforeEntry) {
+        if (row_.loop == MembershipLoop::kCountBeforeEntry) {
             count = RoundToInt16(count + 1);  // a 16-bit counter: overflow raises
             resultDetails_ += Entry(rs);
             if (count >= kReportLimit) {

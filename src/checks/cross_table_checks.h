@@ -31,7 +31,7 @@ enum class MembershipEntry {
 };
 
 /// The constant row of one membership check: identity, statement pieces, texts and the three variations.
-struct MembershipCheckSpec {
+struct MembershipCheckRow {
     TestDefinition definition;
     const char* outerTable;
     const char* outerAlias;  // " a " except where the roles are reversed
@@ -54,7 +54,7 @@ struct MembershipCheckSpec {
 /// reports end-of-file without begin-of-file; every other state passes.
 class MembershipCheck : public AdoTestBase {
   public:
-    MembershipCheck(const MembershipCheckSpec& spec, const TestEnvironment& environment);
+    MembershipCheck(const MembershipCheckRow& row, const TestEnvironment& environment);
     /// Only the open is trapped: moving the cursor or converting a NULL while listing raises out of Run.
     void Run(Connection* conn) override;
 
@@ -62,7 +62,7 @@ class MembershipCheck : public AdoTestBase {
     void List(Recordset& rs);
     std::string Entry(const Recordset& rs) const;
 
-    const MembershipCheckSpec& spec_;
+    const MembershipCheckRow& row_;
 };
 
 class clsTst_LyrInGeomCol final : public MembershipCheck {

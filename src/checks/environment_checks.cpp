@@ -8,7 +8,7 @@
 
 namespace tabvet {
 
-struct EnvironmentCheckSpec {
+struct EnvironmentCheckRow {
     TestDefinition definition;
     const char* systemTable;
     const char* selectList;  // followed directly by the qualified table name
@@ -19,7 +19,7 @@ struct EnvironmentCheckSpec {
 
 namespace {
 
-const EnvironmentCheckSpec kIsDbmsRunning{
+const EnvironmentCheckRow kIsDbmsRunning{
     .definition = {.className = "clsTst_IsDbmsRunning",
                    .name = "Is database running",
                    .category = category::kEnvironment,
@@ -38,7 +38,7 @@ const EnvironmentCheckSpec kIsDbmsRunning{
     .passText = "",
 };
 
-const EnvironmentCheckSpec kLyrTblExists{
+const EnvironmentCheckRow kLyrTblExists{
     .definition = {.className = "clsTst_LyrTblExists",
                    .name = "LAYERS table existence",
                    .category = category::kMissingSystemTables,
@@ -64,8 +64,8 @@ std::string VersionText(const Recordset& rs) {
 
 }  // namespace
 
-EnvironmentCheck::EnvironmentCheck(const EnvironmentCheckSpec& spec, const TestEnvironment& environment)
-    : AdoTestBase(spec.definition, environment), spec_(spec) {}
+EnvironmentCheck::EnvironmentCheck(const EnvironmentCheckRow& row, const TestEnvironment& environment)
+    : AdoTestBase(row.definition, environment), row_(row) {}
 
 void EnvironmentCheck::Run(Connection* conn) {
     wasRun_ = true;
@@ -75,7 +75,7 @@ void EnvironmentCheck::Run(Connection* conn) {
         return;
     }
     resultDetails_ = common_text::kRunning;
-    const std::string table = Environment().Namer().TslSystemTable(spec_.systemTable);
+    const std::string table = Environment().Namer().TslSystemTable(row_.systemTable);
     if (table.empty()) {
         pass_ = false;
         resultDetails_ = common_text::kCannotTranslateName;
@@ -84,18 +84,18 @@ void EnvironmentCheck::Run(Connection* conn) {
     Recordset rs;
     bool opened = false;
     try {
-        rs.Open(spec_.selectList + table, *conn);
+        rs.Open(row_.selectList + table, *conn);
         opened = true;
     } catch (const RuntimeError&) {
         // The handler itself is not guarded: an error while building the text escapes.
         pass_ = false;
         clsConnErrorString formatter(Environment().Ui());
-        resultDetails_ = spec_.errorPrefix + formatter.Build(conn);
+        resultDetails_ = row_.errorPrefix + formatter.Build(conn);
     }
     if (opened) {
         try {
             pass_ = true;
-            resultDetails_ = spec_.readsVersionRow ? VersionText(rs) : spec_.passText;
+            resultDetails_ = row_.readsVersionRow ? VersionText(rs) : row_.passText;
             rs.Close();
         } catch (const RuntimeError&) {
             // Deliberately unreported: the verdict and text stay as they were when the error arose.

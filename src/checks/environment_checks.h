@@ -5,16 +5,16 @@
 
 namespace tabvet {
 
-struct EnvironmentCheckSpec;
+struct EnvironmentCheckRow;
 
 /// One algorithm for both environment checks; the class is chosen by its constant row.
 class EnvironmentCheck : public AdoTestBase {
   public:
-    EnvironmentCheck(const EnvironmentCheckSpec& spec, const TestEnvironment& environment);
+    EnvironmentCheck(const EnvironmentCheckRow& row, const TestEnvironment& environment);
     void Run(Connection* conn) override;
 
   private:
-    const EnvironmentCheckSpec& spec_;
+    const EnvironmentCheckRow& row_;
 };
 
 class clsTst_IsDbmsRunning final : public EnvironmentCheck {

@@ -8,22 +8,13 @@ namespace {
 constexpr const char* kDbtune = "DBTUNE";
 constexpr const char* kKeywordEntryPrefix = ">>>> CONFIG_KEYWORD = ";
 
-constexpr TestDefinition KeywordDefinition(const char* className, const char* name, const char* description) {
-    return {.className = className,
-            .name = name,
-            .category = category::kReferentialIntegrity,
-            .description = description,
-            .fatal = false,
-            .worksWithOracle = true,
-            .worksWithSqlServer = true,
-            .worksWithInformix = true,
-            .worksWithDb2 = true,
-            .versionRule = VersionRule::V3};
-}
-
-const MembershipCheckSpec kLyrInDbtune{
-    .definition = KeywordDefinition("clsTst_LyrInDbtune", "LAYERS.LAYER_CONFIG in DBTUNE",
-                                    "Check whether all LAYER_CONFIG's in LAYERS are in DBTUNE.KEYWORD"),
+const MembershipCheckRow kLyrInDbtune{
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_LyrInDbtune",
+         .name = "LAYERS.LAYER_CONFIG in DBTUNE",
+         .description = "Check whether all LAYER_CONFIG's in LAYERS are in DBTUNE.KEYWORD",
+         .worksWithDb2 = true,
+         .versionRule = VersionRule::V3}),
     .outerTable = "LAYERS",
     .outerAlias = " a ",
     .innerTable = kDbtune,
@@ -41,10 +32,13 @@ const MembershipCheckSpec kLyrInDbtune{
     .open = MembershipOpen::kErrorsSuppressed,
 };
 
-const MembershipCheckSpec kRasColInDbtune{
-    .definition =
-        KeywordDefinition("clsTst_RasColInDbtune", "RASTER_COLUMNS.CONFIG_KEYWORD in DBTUNE",
-                          "Check whether all CONFIG_KEYWORD's in RASTER_COLUMNS are in DBTUNE.KEYWORD"),
+const MembershipCheckRow kRasColInDbtune{
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_RasColInDbtune",
+         .name = "RASTER_COLUMNS.CONFIG_KEYWORD in DBTUNE",
+         .description = "Check whether all CONFIG_KEYWORD's in RASTER_COLUMNS are in DBTUNE.KEYWORD",
+         .worksWithDb2 = true,
+         .versionRule = VersionRule::V3}),
     .outerTable = "RASTER_COLUMNS",
     .outerAlias = " a ",
     .innerTable = kDbtune,
@@ -64,10 +58,13 @@ const MembershipCheckSpec kRasColInDbtune{
 };
 
 // The id text says reg_id although registration_id is selected; users know the entries by that text.
-const MembershipCheckSpec kTblRegInDbtune{
-    .definition =
-        KeywordDefinition("clsTst_TblRegInDbtune", "TABLE_REGISTRY.CONFIG_KEYWORD in DBTUNE",
-                          "Check whether all CONFIG_KEYWORD's in TABLE_REGISTRY are in DBTUNE.KEYWORD"),
+const MembershipCheckRow kTblRegInDbtune{
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_TblRegInDbtune",
+         .name = "TABLE_REGISTRY.CONFIG_KEYWORD in DBTUNE",
+         .description = "Check whether all CONFIG_KEYWORD's in TABLE_REGISTRY are in DBTUNE.KEYWORD",
+         .worksWithDb2 = true,
+         .versionRule = VersionRule::V3}),
     .outerTable = "TABLE_REGISTRY",
     .outerAlias = " a ",
     .innerTable = kDbtune,

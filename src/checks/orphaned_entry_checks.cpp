@@ -16,7 +16,7 @@ enum class ProbedColumn {
     kWhenGiven  ///< position 0 trimmed, NULL read as empty; empty means the table alone is probed
 };
 
-struct OrphanedEntryCheckSpec {
+struct OrphanedEntryCheckRow {
     TestDefinition definition;
     const char* systemTable;
     const char* selectListWithoutDatabase;  // both lists are followed directly by "FROM "
@@ -38,25 +38,14 @@ constexpr const char* kEntrySeparator = ": ";
 constexpr const char* kLimitOpening = "(Report limit (";
 constexpr const char* kLimitClosing = ") reached. There may be more errors.)";
 
-constexpr TestDefinition OrphanedDefinition(const char* className, const char* name, const char* description,
-                                            bool worksWithDb2, VersionRule rule) {
-    return {.className = className,
-            .name = name,
-            .category = category::kReferentialIntegrity,
-            .description = description,
-            .fatal = false,
-            .worksWithOracle = true,
-            .worksWithSqlServer = true,
-            .worksWithInformix = true,
-            .worksWithDb2 = worksWithDb2,
-            .versionRule = rule};
-}
-
-const OrphanedEntryCheckSpec kOrphLyr{
-    .definition = OrphanedDefinition(
-        "clsTst_OrphLyr", "LAYERS entries exist as tables or views",
-        "Check whether entries in LAYERS table really exist as tables or views with specified columns", true,
-        VersionRule::V1),
+const OrphanedEntryCheckRow kOrphLyr{
+    .definition = ReferentialIntegrity(
+        {.className = "clsTst_OrphLyr",
+         .name = "LAYERS entries exist as tables or views",
+         .description =
+             "Check whether entries in LAYERS table really exist as tables or views with specified columns",
+         .worksWithDb2 = true,
+         .versionRule = VersionRule::V1}),
     .systemTable = "LAYERS",
     .selectListWithoutDatabase = "SELECT a.spatial_column, a.table_name, a.owner  ",
     .selectListWithDatabase = "SELECT a.spatial_column, a.table_name, a.owner, a.database_name ",
@@ -67,12 +56,14 @@ const OrphanedEntryCheckSpec kOrphLyr{
     .passText = "All LAYERS entries correspond to real columns in real tables or views",
 };
 
-const OrphanedEntryCheckSpec kOrphTblReg{
+const OrphanedEntryCheckRow kOrphTblReg{
     .definition =
-        OrphanedDefinition("clsTst_OrphTblReg", "TABLE_REGISTRY entries exist as tables or views",
-                           "Check whether entries in TABLE_REGISTRY table really exist as tables or "
-                           "views, and with any specified ROWID_COLUMN",
-                           true, VersionRule::V2),
+        ReferentialIntegrity({.className = "clsTst_OrphTblReg",
+                              .name = "TABLE_REGISTRY entries exist as tables or views",
+                              .description = "Check whether entries in TABLE_REGISTRY table really exist as "
+                                             "tables or views, and with any specified ROWID_COLUMN",
+                              .worksWithDb2 = true,
+                              .versionRule = VersionRule::V2}),
     .systemTable = "TABLE_REGISTRY",
     .selectListWithoutDatabase = "SELECT a.rowid_column, a.table_name, a.owner  ",
     .selectListWithDatabase = "SELECT a.rowid_column, a.table_name, a.owner, a.database_name ",
@@ -83,12 +74,14 @@ const OrphanedEntryCheckSpec kOrphTblReg{
     .passText = "All TABLE_REGISTRY entries correspond to real columns in real tables or views",
 };
 
-const OrphanedEntryCheckSpec kOrphRasCol{
+const OrphanedEntryCheckRow kOrphRasCol{
     .definition =
-        OrphanedDefinition("clsTst_OrphRasCol", "RASTER_COLUMNS entries exist as tables or views",
-                           "Check whether entries in RASTER_COLUMNS table really exist as tables or "
-                           "views and has the specified RASTER_COLUMN",
-                           true, VersionRule::V2),
+        ReferentialIntegrity({.className = "clsTst_OrphRasCol",
+                              .name = "RASTER_COLUMNS entries exist as tables or views",
+                              .description = "Check whether entries in RASTER_COLUMNS table really exist as "
+                                             "tables or views and has the specified RASTER_COLUMN",
+                              .worksWithDb2 = true,
+                              .versionRule = VersionRule::V2}),
     .systemTable = "RASTER_COLUMNS",
     .selectListWithoutDatabase = "SELECT a.raster_column, a.table_name, a.owner  ",
     .selectListWithDatabase = "SELECT a.raster_column, a.table_name, a.owner, a.database_name ",
@@ -99,12 +92,14 @@ const OrphanedEntryCheckSpec kOrphRasCol{
     .passText = "All RASTER_COLUMNS entries correspond to real columns in real tables or views",
 };
 
-const OrphanedEntryCheckSpec kOrphGeomCol{
+const OrphanedEntryCheckRow kOrphGeomCol{
     .definition =
-        OrphanedDefinition("clsTst_OrphGeomCol", "GEOMETRY_COLUMNS entries exist as tables or views",
-                           "Check whether entries in GEOMETRY_COLUMNS table really exist as tables or "
-                           "views, and with any specified ROWID_COLUMN",
-                           false, VersionRule::V2),
+        ReferentialIntegrity({.className = "clsTst_OrphGeomCol",
+                              .name = "GEOMETRY_COLUMNS entries exist as tables or views",
+                              .description = "Check whether entries in GEOMETRY_COLUMNS table really exist "
+                                             "as tables or views, and with any specified ROWID_COLUMN",
+                              .worksWithDb2 = false,
+                              .versionRule = VersionRule::V2}),
     .systemTable = "GEOMETRY_COLUMNS",
     .selectListWithoutDatabase = "SELECT a.f_geometry_column, a.f_table_name, a.f_table_schema  ",
     .selectListWithDatabase =
@@ -132,8 +127,8 @@ std::string TrimBlanks(const std::string& text) {
 
 }  // namespace
 
-OrphanedEntryCheck::OrphanedEntryCheck(const OrphanedEntryCheckSpec& spec, const TestEnvironment& environment)
-    : AdoTestBase(spec.definition, environment), spec_(spec) {}
+OrphanedEntryCheck::OrphanedEntryCheck(const OrphanedEntryCheckRow& row, const TestEnvironment& environment)
+    : AdoTestBase(row.definition, environment), row_(row) {}
 
 void OrphanedEntryCheck::Run(Connection* conn) {
     if (conn == nullptr) {
@@ -145,15 +140,15 @@ void OrphanedEntryCheck::Run(Connection* conn) {
     resultDetails_.clear();
     pass_ = true;
 
-    const std::string systemTable = Environment().Namer().TslSystemTable(spec_.systemTable);
+    const std::string systemTable = Environment().Namer().TslSystemTable(row_.systemTable);
     if (systemTable.empty()) {
         pass_ = false;
         resultDetails_ = common_text::kCannotTranslateName;
         return;
     }
     const std::string sql =
-        std::string(Environment().Namer().UsesDatabaseName() ? spec_.selectListWithDatabase
-                                                             : spec_.selectListWithoutDatabase) +
+        std::string(Environment().Namer().UsesDatabaseName() ? row_.selectListWithDatabase
+                                                             : row_.selectListWithoutDatabase) +
         "FROM " + systemTable + " a";
 
     Recordset rows;
@@ -161,13 +156,13 @@ void OrphanedEntryCheck::Run(Connection* conn) {
     rows.OpenSuppressed(sql, *conn);
     if (conn->Errors().Count() != 0) {
         clsConnErrorString formatter(Environment().Ui());
-        resultDetails_ = spec_.selectFailedText + std::string(common_text::kCrLf) + formatter.Build(conn);
+        resultDetails_ = row_.selectFailedText + std::string(common_text::kCrLf) + formatter.Build(conn);
         pass_ = false;
         conn->Errors().Clear();
         return;
     }
     if (rows.Bof() || rows.Eof()) {
-        resultDetails_ = spec_.emptyTableText;
+        resultDetails_ = row_.emptyTableText;
         CloseIfOpen(rows);
         return;
     }
@@ -178,7 +173,7 @@ void OrphanedEntryCheck::Run(Connection* conn) {
         if (rows.Eof()) {
             rows.Close();
             if (pass_) {
-                resultDetails_ = spec_.passText;
+                resultDetails_ = row_.passText;
             }
             break;
         }
@@ -189,12 +184,12 @@ void OrphanedEntryCheck::Run(Connection* conn) {
             Environment().Namer().UsesDatabaseName() ? ToText(rows.Fields(3)) : std::string(kNoDatabaseName);
         const std::string userTable = Environment().Namer().UserTable(tableName, owner, database);
 
-        if (spec_.skipsUnnamedTable && userTable.empty()) {
+        if (row_.skipsUnnamedTable && userTable.empty()) {
             rows.MoveNext();
             continue;
         }
         std::string probeSql;
-        if (spec_.probedColumn == ProbedColumn::kWhenGiven) {
+        if (row_.probedColumn == ProbedColumn::kWhenGiven) {
             const std::string column = TrimBlanks(TextOrEmpty(rows.Fields(0)));
             probeSql = column.empty() ? Environment().Namer().SqlToFindTable(userTable)
                                       : Environment().Namer().SqlToFindColumn(column, userTable);

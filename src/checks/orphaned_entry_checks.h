@@ -6,19 +6,19 @@
 
 namespace tabvet {
 
-struct OrphanedEntryCheckSpec;
+struct OrphanedEntryCheckRow;
 
 /// One algorithm for the four orphaned-entry checks: walk the system table, probe each registered table or
 /// column, list what the database cannot find. The class is chosen by its constant row.
 class OrphanedEntryCheck : public AdoTestBase {
   public:
-    OrphanedEntryCheck(const OrphanedEntryCheckSpec& spec, const TestEnvironment& environment);
+    OrphanedEntryCheck(const OrphanedEntryCheckRow& row, const TestEnvironment& environment);
     /// A NULL table name, owner or database name (or column name, except in TABLE_REGISTRY) is not trapped:
     /// its RuntimeError leaves Run.
     void Run(Connection* conn) override;
 
   private:
-    const OrphanedEntryCheckSpec& spec_;
+    const OrphanedEntryCheckRow& row_;
 };
 
 class clsTst_OrphLyr final : public OrphanedEntryCheck {

@@ -92,10 +92,7 @@ std::string clsQualDbObjName::TslSystemTable(const std::string& TableName) const
     return UserTable(table, kSystemOwner, systemDatabaseName_);
 }
 
-std::string clsQualDbObjName::SqlToFindTable(const std::string& QualifiedTableName) const {
-    if (QualifiedTableName.empty()) {
-        return {};
-    }
+std::string clsQualDbObjName::ProbeFor(const std::string& oracleForm, const std::string& otherForm) const {
     switch (dbmsTypeCode_) {
         case dbtype::kNotSetUp:
             CallOutOfSequence();
@@ -103,13 +100,22 @@ std::string clsQualDbObjName::SqlToFindTable(const std::string& QualifiedTableNa
         case dbtype::kDb2:
         case dbtype::kInformix:
         case dbtype::kSqlServer:
-            return "SELECT * FROM " + QualifiedTableName + " WHERE 1 = 2";
+            return otherForm;
         case dbtype::kOracle:
-            return "SELECT COUNT(*) FROM " + QualifiedTableName + " WHERE 1 = 2";
+            return oracleForm;
         default:
             UnknownDbType();
             return {};
     }
+}
+
+std::string clsQualDbObjName::SqlToFindTable(const std::string& QualifiedTableName) const {
+    if (QualifiedTableName.empty()) {
+        return {};
+    }
+    // Oracle gets an aggregate, which answers with one row; either way no row of the table is read.
+    return ProbeFor("SELECT COUNT(*) FROM " + QualifiedTableName + " WHERE 1 = 2",
+                    "SELECT * FROM " + QualifiedTableName + " WHERE 1 = 2");
 }
 
 std::string clsQualDbObjName::SqlToFindColumn(const std::string& ColumnName,
@@ -117,20 +123,8 @@ std::string clsQualDbObjName::SqlToFindColumn(const std::string& ColumnName,
     if (ColumnName.empty() || QualifiedTableName.empty()) {
         return {};
     }
-    switch (dbmsTypeCode_) {
-        case dbtype::kNotSetUp:
-            CallOutOfSequence();
-            return {};
-        case dbtype::kDb2:
-        case dbtype::kInformix:
-        case dbtype::kSqlServer:
-            return "SELECT A." + ColumnName + " FROM " + QualifiedTableName + " A WHERE 1 = 2";
-        case dbtype::kOracle:
-            return "SELECT COUNT(A." + ColumnName + ") FROM " + QualifiedTableName + " A WHERE 1 = 2";
-        default:
-            UnknownDbType();
-            return {};
-    }
+    return ProbeFor("SELECT COUNT(A." + ColumnName + ") FROM " + QualifiedTableName + " A WHERE 1 = 2",
+                    "SELECT A." + ColumnName + " FROM " + QualifiedTableName + " A WHERE 1 = 2");
 }
 
 }  // namespace tabvet

@@ -42,6 +42,8 @@ class clsQualDbObjName {
     const std::string& SystemTablePrefix() const { return systemTablePrefix_; }
 
   private:
+    /// The probe statement for the stored server type, or an empty text after the matching message.
+    std::string ProbeFor(const std::string& oracleForm, const std::string& otherForm) const;
     void CallOutOfSequence() const;
     void UnknownDbType() const;
 

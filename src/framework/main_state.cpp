@@ -39,6 +39,12 @@ MainState::MainState(IUserInteraction& ui)
 
 MainState::~MainState() = default;
 
+void MainState::DetachView(const MainView& view) {
+    if (view_ == &view) {
+        view_ = &SilentView();
+    }
+}
+
 std::string GeneralDateTimeText() {
     const std::time_t t = std::time(nullptr);
     std::tm local{};

@@ -36,6 +36,8 @@ class MainState final : public TestEnvironment {
     MainView& View() const { return *view_; }
     /// Attaches the view that mirrors this model; the model never owns it.
     void AttachView(MainView& view) { view_ = &view; }
+    /// Stops notifying `view` (if it is the attached one); the model then shows nothing.
+    void DetachView(const MainView& view);
 
     /// The current local date and time as text ("short date, then long time"); replaceable for tests.
     std::function<std::string()> now;

@@ -26,4 +26,15 @@ struct TestDefinition {
     VersionRule versionRule = VersionRule::V1;
 };
 
+/// A referential-integrity test: fills in what all of them share (category, not fatal, Oracle, SQL Server
+/// and Informix) around the row's own name, texts, DB2 flag and version rule.
+constexpr TestDefinition ReferentialIntegrity(TestDefinition definition) {
+    definition.category = category::kReferentialIntegrity;
+    definition.fatal = false;
+    definition.worksWithOracle = true;
+    definition.worksWithSqlServer = true;
+    definition.worksWithInformix = true;
+    return definition;
+}
+
 }  // namespace tabvet

@@ -1,12 +1,12 @@
-// The connect button against the real driver: connect and disconnect, the error box of a failed open, and
-// what a disconnect after a test run asks and discards.
+// The connect button and "Query DBMS" against the real driver: connect and disconnect, the error box of a
+// failed open, what a disconnect after a run asks and discards, and the server type read from each layout.
 #include <gtest/gtest.h>
 
-#include <string>
+#include <optional>
 
 #include "db/connection_handling.h"
-#include "db/server_type_selection.h"
-#include "framework/test_run.h"
+#include "db/recordset.h"
+#include "db/server_type_detection.h"
 #include "startup.h"
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
@@ -18,7 +18,16 @@ using testsupport::PgCluster;
 
 const PgCluster& Cluster() {
     static const bool built = [] {
-        PgCluster::Shared().CreateDatabase("conn6", {"tessel_schema.sql", "healthy_version.sql"});
+        const PgCluster& pg = PgCluster::Shared();
+        pg.CreateDatabase("conn6", {"tessel_schema.sql", "healthy_version.sql"});
+        for (const char* database : {"detect6_db2", "detect6_desc", "detect6_fail"}) {
+            pg.CreateDatabase(database, {"tessel_schema.sql"});
+            pg.Execute(database, "INSERT INTO tsl.version VALUES (9, 1, 2, 0, 'Tessel 9.1 for IBM DB2 UDB')");
+        }
+        pg.CreateDatabase("detect6_mss", {"tessel_schema.sql", "layout_sqlserver.sql"});
+        pg.Execute("detect6_mss",
+                   "INSERT INTO tsl.tsl_version VALUES (9, 1, 2, 0, 'Tessel for SQL Server 2000')");
+        pg.CreateDatabase("detect6_none", {});
         return true;
     }();
     static_cast<void>(built);
@@ -33,37 +42,25 @@ class ConnectButton : public ::testing::Test {
         SetSystemTableDatabase(state, "gis");
     }
 
-    // Caption and enabling of both steps, as one text to compare.
-    std::string Controls() const {
-        return state.cmdConnectCaption + (state.txtConnStringEnabled ? " string" : "") +
-               (state.cmdBuildStringEnabled ? " build" : "") + (state.cmdCannedEnabled ? " canned" : "") +
-               (state.cmdQueryTypeEnabled ? " query" : "") + (state.cmdRunEnabled ? " run" : "");
+    // Connects with `systemDatabase` as typed into the logon dialog, then presses "Query DBMS" over an
+    // earlier choice that detection must not keep.
+    void Detect(const std::string& database, const std::string& systemDatabase) {
+        ui.shown.clear();
+        ConnectionStringChanged(state, Cluster().ConnectionString(database));
+        SetSystemTableDatabase(state, systemDatabase);
+        ConnectToDbms(state);
+        ASSERT_NE(state.g_pAdoConn, nullptr) << testing::PrintToString(ui.Lines());
+        state.selectedDbms = DbmsOption::Informix;
+        state.txtMajorVersion = state.txtMinorVersion = state.txtBugfix = "7";
+        QueryDbmsType(state);
     }
-
-    void ConnectAndRun() {
-        ConnectButtonClick(state);
-        ASSERT_EQ(Controls(), "Disconnect query run");
-        OptionClick(state, DbmsOption::Oracle);
-        state.txtMajorVersion = "9";
-        state.txtMinorVersion = state.txtBugfix = "0";
-        ProcessRunTests(state);
-        ASSERT_TRUE(state.g_pTestCollection->Item(1)->WasRun());
+    std::string Boxes() const {
+        return state.txtMajorVersion + "." + state.txtMinorVersion + "." + state.txtBugfix;
     }
 
     testsupport::RecordingInteraction ui;
     MainState state;
 };
-
-TEST_F(ConnectButton, ClickingTwiceConnectsThenDisconnectsWithoutAsking) {
-    ConnectButtonClick(state);
-    EXPECT_EQ(Controls(), "Disconnect query run");
-    EXPECT_EQ(state.g_pAdoConn->State(), Connection::kStateOpen);
-    ConnectButtonClick(state);
-    EXPECT_EQ(Controls(), "Connect string build canned");
-    EXPECT_EQ(state.g_pAdoConn, nullptr);
-    EXPECT_TRUE(ui.shown.empty()) << testing::PrintToString(ui.Lines());
-    EXPECT_TRUE(DisconnectFromDbms(state));  // nothing left to close
-}
 
 TEST_F(ConnectButton, AFailedOpenShowsTheDriversMessagesAndTheNextClickTriesAgain) {
     const std::pair<std::string, std::string> cases[] = {
@@ -78,49 +75,91 @@ TEST_F(ConnectButton, AFailedOpenShowsTheDriversMessagesAndTheNextClickTriesAgai
         for (int click = 1; click <= 2; ++click) {
             ui.shown.clear();
             ConnectButtonClick(state);
-            ASSERT_EQ(ui.shown.size(), 1u);
-            EXPECT_EQ(ui.shown[0].title, "Error connecting to DBMS");
+            EXPECT_EQ(ui.Lines(),
+                      std::vector<std::string>{"Error connecting to DBMS: Errors:\r\n\r\n" + errors});
             EXPECT_EQ(ui.shown[0].icon, MsgIcon::Exclamation);
-            EXPECT_EQ(ui.shown[0].text, "Errors:\r\n\r\n" + errors);
-            EXPECT_EQ(Controls(), "Connect string build canned");
-            EXPECT_EQ(state.g_pAdoConn, nullptr);
+            EXPECT_EQ(state.cmdConnectCaption + (state.cmdBuildStringEnabled ? " build" : ""),
+                      "Connect build");
         }
     }
 }
 
-TEST_F(ConnectButton, AfterARunDisconnectAsksCancelKeepsEverythingOkDiscards) {
-    ConnectAndRun();
-    const std::string log = state.rtbStatus;
-    ui.answers = {MsgAnswer::Cancel};
-    EXPECT_FALSE(DisconnectFromDbms(state));
-    ASSERT_EQ(ui.shown.size(), 1u);
-    EXPECT_EQ(ui.shown[0].title, "Disconnecting...");
-    EXPECT_EQ(ui.shown[0].buttons, MsgButtons::OkCancel);
-    EXPECT_EQ(
-        ui.shown[0].text,
-        "Tests have been run.  Disconnecting will discard results held in memory.\r\n"
-        "If you have not written your results to a text file, you should do so before disconnecting.\r\n"
-        "\r\n"
-        "Disconnect? ");
-    EXPECT_EQ(Controls(), "Disconnect query run");
-    EXPECT_TRUE(state.g_bTestsWereRun);
-    EXPECT_EQ(state.rtbStatus, log);
-    EXPECT_EQ(state.selectedDbms, DbmsOption::Oracle);
-
-    ui.answers = {MsgAnswer::Ok};
-    ConnectButtonClick(state);
-    EXPECT_EQ(ui.shown.size(), 2u);
-    EXPECT_EQ(Controls(), "Connect string build canned");
-    EXPECT_FALSE(state.g_bTestsWereRun);
-    for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
-        EXPECT_FALSE(state.g_pTestCollection->Item(i)->WasRun()) << i;
+// In PostgreSQL the DB2 style reads VERSION only when it names the connected database, the SQL Server
+// layout only through its own style, and without a database name only the Oracle style reads it.
+TEST_F(ConnectButton, QueryDbmsReadsEachLayoutAndLeavesTheNamerReadyForTheTests) {
+    const struct {
+        const char* database;
+        const char* systemDatabase;
+        DbmsOption option;
+        const char* layersName;
+    } cases[] = {
+        {"detect6_db2", "detect6_db2", DbmsOption::DB2, "DETECT6_DB2.TSL.LAYERS"},
+        {"detect6_mss", "detect6_mss", DbmsOption::SqlServer, "DETECT6_MSS.TSL.tsl_LAYERS"},
+        {"conn6", "", DbmsOption::Oracle, "TSL.LAYERS"},
+        {"conn6", "elsewhere", DbmsOption::Oracle, "TSL.LAYERS"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.database) + " named '" + c.systemDatabase + "'");
+        Detect(c.database, c.systemDatabase);
+        EXPECT_TRUE(ui.shown.empty()) << testing::PrintToString(ui.Lines());
+        EXPECT_EQ(state.selectedDbms, c.option);
+        EXPECT_EQ(Boxes(), c.option == DbmsOption::Oracle ? "9.0.0" : "9.1.2");
+        EXPECT_EQ(state.g_QDON->TslSystemTable("LAYERS"), c.layersName);
+        Recordset probe;
+        EXPECT_TRUE(probe.OpenSuppressed(state.g_QDON->SqlToFindTable(c.layersName), *state.g_pAdoConn));
+        ASSERT_TRUE(DisconnectFromDbms(state));
     }
-    EXPECT_EQ(state.rtbStatus, "");
-    EXPECT_EQ(state.selectedDbms, DbmsOption::None);
-    EXPECT_EQ(state.txtMajorVersion + state.txtMinorVersion + state.txtBugfix, "");
-    // The first step keeps what the user typed and chose.
-    EXPECT_EQ(state.txtConnString, Cluster().ConnectionString("conn6"));
-    EXPECT_EQ(state.g_sTslSystemTableDatabase, "GIS");
+}
+
+TEST_F(ConnectButton, TheDescriptionDecidesTheType) {
+    const std::pair<std::optional<std::string>, DbmsOption> cases[] = {
+        {"TESSEL 9.1 FOR ORACLE9I", DbmsOption::Oracle},
+        {"Tessel for InFoRmIx Dynamic Server", DbmsOption::Informix},
+        {"tessel 9.1 for ibm db2 udb", DbmsOption::DB2},
+        {"Tessel for Microsoft Sql Server", DbmsOption::SqlServer},
+        {"SQL edition for DB2", DbmsOption::DB2},
+        {"Tessel for SQL Server, Storage edition", DbmsOption::Oracle},  // "ORA" inside "Storage"
+        {"Informix SQL", DbmsOption::Informix},
+        {"Tessel 9.1 Build 7", DbmsOption::None},
+        {std::nullopt, DbmsOption::None},
+    };
+    for (const auto& [description, option] : cases) {
+        SCOPED_TRACE(description.value_or("NULL"));
+        Cluster().Execute("detect6_desc", "UPDATE tsl.version SET description = " +
+                                              (description ? "'" + *description + "'" : std::string("NULL")));
+        Detect("detect6_desc", "");
+        EXPECT_EQ(ui.Lines(),
+                  option == DbmsOption::None
+                      ? std::vector<std::string>{"Cannot parse DBMS description: Cannot determine "
+                                                 "DBMS type.  Please select it manually."}
+                      : std::vector<std::string>{});
+        EXPECT_EQ(state.selectedDbms, option);
+        EXPECT_EQ(state.g_QDON->DbmsTypeCode(), DbmsTypeCodeOf(option));  // 1 when nothing is named
+        EXPECT_EQ(Boxes(), "9.1.2");
+        ASSERT_TRUE(DisconnectFromDbms(state));
+    }
+}
+
+TEST_F(ConnectButton, NoCompleteVersionRowLeavesEverythingEmpty) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"detect6_fail", "UPDATE tsl.version SET major = NULL"},
+        {"detect6_fail", "UPDATE tsl.version SET major = 9, bugfix = NULL"},
+        {"detect6_fail", "DELETE FROM tsl.version"},
+        {"detect6_none", nullptr},
+    };
+    for (const auto& [database, change] : cases) {
+        SCOPED_TRACE(change ? change : "no VERSION");
+        if (change != nullptr) {
+            Cluster().Execute(database, change);
+        }
+        Detect(database, database);  // both the DB2 and the Oracle style reach VERSION where it exists
+        EXPECT_EQ(ui.Lines(), std::vector<std::string>{
+                                  "Unexpected Condition: Unable to determine type of database. Sorry."});
+        EXPECT_EQ(state.selectedDbms, DbmsOption::None);
+        EXPECT_EQ(state.g_QDON->DbmsTypeCode(), dbtype::kSqlServer);  // the last style tried
+        EXPECT_EQ(Boxes(), "..");
+        ASSERT_TRUE(DisconnectFromDbms(state));
+    }
 }
 
 }  // namespace

@@ -12,27 +12,13 @@ namespace tabvet::testsupport {
 enum class Layout { Oracle, Db2, SqlServer };
 
 inline const char* LayoutName(Layout layout) {
-    switch (layout) {
-        case Layout::Oracle:
-            return "oracle";
-        case Layout::Db2:
-            return "db2";
-        case Layout::SqlServer:
-            return "sqlserver";
-    }
-    return "";
+    return layout == Layout::Oracle ? "oracle" : layout == Layout::Db2 ? "db2" : "sqlserver";
 }
 
 inline std::int32_t LayoutTypeCode(Layout layout) {
-    switch (layout) {
-        case Layout::Oracle:
-            return dbtype::kOracle;
-        case Layout::Db2:
-            return dbtype::kDb2;
-        case Layout::SqlServer:
-            return dbtype::kSqlServer;
-    }
-    return dbtype::kNotSetUp;
+    return layout == Layout::Oracle ? dbtype::kOracle
+           : layout == Layout::Db2  ? dbtype::kDb2
+                                    : dbtype::kSqlServer;
 }
 
 /// Fixture files for a database in `layout`: the empty system tables, the situation, and the renaming

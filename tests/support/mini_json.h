@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -44,267 +45,144 @@ struct Json {
     }
 };
 
-/// Parses a complete document (RFC 8259: no trailing commas, no comments, strings valid UTF-8 without raw
-/// control characters, nothing after the value). Throws std::runtime_error saying where it is wrong.
+/// Parses a complete document (RFC 8259: no trailing commas, no comments, no raw control characters in
+/// strings, well-formed UTF-8 sequences, nothing after the value). Throws std::runtime_error when invalid.
 class JsonParser {
   public:
     static Json Parse(std::string_view text) {
         JsonParser parser(text);
         Json value = parser.Value();
-        parser.Blanks();
-        if (parser.at_ != text.size()) {
-            parser.Fail("text after the document");
-        }
+        parser.Check(parser.Peek() == '\0' && parser.at_ == text.size(), "text after the document");
         return value;
     }
 
   private:
-    explicit JsonParser(std::string_view text) : text_(text) {}
+    explicit JsonParser(std::string_view text) : t_(text) {}
 
-    [[noreturn]] void Fail(const std::string& what) const {
-        throw std::runtime_error("invalid JSON at byte " + std::to_string(at_) + ": " + what);
+    void Check(bool ok, const char* what) const {
+        if (!ok) {
+            throw std::runtime_error("invalid JSON at byte " + std::to_string(at_) + ": " + what);
+        }
     }
-    void Blanks() {
-        while (at_ < text_.size() &&
-               (text_[at_] == ' ' || text_[at_] == '\t' || text_[at_] == '\n' || text_[at_] == '\r')) {
+    char Peek() {
+        while (at_ < t_.size() && std::string_view(" \t\n\r").find(t_[at_]) != std::string_view::npos) {
             ++at_;
         }
+        return at_ < t_.size() ? t_[at_] : '\0';
     }
     bool Take(char c) {
-        Blanks();
-        if (at_ < text_.size() && text_[at_] == c) {
-            ++at_;
-            return true;
-        }
-        return false;
-    }
-    void Expect(char c) {
-        if (!Take(c)) {
-            Fail(std::string("expected '") + c + "'");
-        }
+        const bool found = Peek() == c;
+        at_ += found ? 1 : 0;
+        return found;
     }
     bool Word(std::string_view word) {
-        if (text_.substr(at_, word.size()) == word) {
-            at_ += word.size();
-            return true;
-        }
-        return false;
+        const bool found = t_.substr(at_, word.size()) == word;
+        at_ += found ? word.size() : 0;
+        return found;
     }
 
     Json Value() {
-        Blanks();
-        if (at_ >= text_.size()) {
-            Fail("value expected");
+        if (Take('{')) {
+            auto object = std::make_shared<JsonObject>();
+            if (!Take('}')) {
+                do {
+                    Check(Peek() == '"', "member name expected");
+                    std::string name = String();
+                    Check(Take(':'), "':' expected");
+                    object->emplace_back(std::move(name), Value());
+                } while (Take(','));
+                Check(Take('}'), "'}' expected");
+            }
+            return Json{object};
         }
-        const char c = text_[at_];
-        if (c == '{')
-            return Object();
-        if (c == '[')
-            return Array();
-        if (c == '"')
+        if (Take('[')) {
+            auto array = std::make_shared<JsonArray>();
+            if (!Take(']')) {
+                do {
+                    array->push_back(Value());
+                } while (Take(','));
+                Check(Take(']'), "']' expected");
+            }
+            return Json{array};
+        }
+        if (Peek() == '"') {
             return Json{String()};
-        if (Word("null"))
+        }
+        if (Word("null")) {
             return Json{nullptr};
-        if (Word("true"))
+        }
+        if (Word("true")) {
             return Json{true};
-        if (Word("false"))
+        }
+        if (Word("false")) {
             return Json{false};
-        return Json{Number()};
-    }
-
-    Json Object() {
-        auto object = std::make_shared<JsonObject>();
-        Expect('{');
-        if (!Take('}')) {
-            do {
-                Blanks();
-                if (at_ >= text_.size() || text_[at_] != '"') {
-                    Fail("member name expected");
-                }
-                std::string name = String();
-                Expect(':');
-                object->emplace_back(std::move(name), Value());
-            } while (Take(','));
-            Expect('}');
         }
-        return Json{object};
-    }
-
-    Json Array() {
-        auto array = std::make_shared<JsonArray>();
-        Expect('[');
-        if (!Take(']')) {
-            do {
-                array->push_back(Value());
-            } while (Take(','));
-            Expect(']');
-        }
-        return Json{array};
-    }
-
-    double Number() {
-        const std::size_t start = at_;
-        auto digits = [&] {
-            const std::size_t from = at_;
-            while (at_ < text_.size() && text_[at_] >= '0' && text_[at_] <= '9') {
-                ++at_;
-            }
-            return at_ - from;
-        };
-        Word("-");
-        if (Word("0")) {
-        } else if (digits() == 0) {
-            Fail("number expected");
-        }
-        if (Word(".") && digits() == 0) {
-            Fail("digits expected after '.'");
-        }
-        if (Word("e") || Word("E")) {
-            Word("+") || Word("-");
-            if (digits() == 0) {
-                Fail("exponent expected");
-            }
-        }
-        return std::stod(std::string(text_.substr(start, at_ - start)));
-    }
-
-    unsigned Hex4() {
-        if (at_ + 4 > text_.size()) {
-            Fail("short \\u escape");
-        }
-        unsigned code = 0;
-        for (int k = 0; k < 4; ++k) {
-            const char h = text_[at_++];
-            code <<= 4;
-            if (h >= '0' && h <= '9')
-                code |= h - '0';
-            else if (h >= 'a' && h <= 'f')
-                code |= h - 'a' + 10;
-            else if (h >= 'A' && h <= 'F')
-                code |= h - 'A' + 10;
-            else
-                Fail("bad hex digit");
-        }
-        return code;
-    }
-
-    static void AppendUtf8(std::string& out, std::uint32_t code) {
-        if (code < 0x80) {
-            out.push_back(static_cast<char>(code));
-        } else if (code < 0x800) {
-            out.push_back(static_cast<char>(0xC0 | (code >> 6)));
-            out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-        } else if (code < 0x10000) {
-            out.push_back(static_cast<char>(0xE0 | (code >> 12)));
-            out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-        } else {
-            out.push_back(static_cast<char>(0xF0 | (code >> 18)));
-            out.push_back(static_cast<char>(0x80 | ((code >> 12) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-        }
-    }
-
-    // Copies one raw UTF-8 sequence, checking that it is well formed.
-    void RawUtf8(std::string& out) {
-        const auto lead = static_cast<unsigned char>(text_[at_]);
-        std::size_t length = lead < 0x80                    ? 1
-                             : lead >= 0xC2 && lead <= 0xDF ? 2
-                             : lead >= 0xE0 && lead <= 0xEF ? 3
-                             : lead >= 0xF0 && lead <= 0xF4 ? 4
-                                                            : 0;
-        if (length == 0 || at_ + length > text_.size()) {
-            Fail("invalid UTF-8");
-        }
-        std::uint32_t code = length == 1 ? lead : lead & (0x7F >> length);
-        for (std::size_t k = 1; k < length; ++k) {
-            const auto next = static_cast<unsigned char>(text_[at_ + k]);
-            if ((next & 0xC0) != 0x80) {
-                Fail("invalid UTF-8");
-            }
-            code = (code << 6) | (next & 0x3F);
-        }
-        const std::uint32_t minimum[] = {0, 0, 0x80, 0x800, 0x10000};
-        if (code < minimum[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
-            Fail("invalid UTF-8");
-        }
-        out.append(text_.substr(at_, length));
-        at_ += length;
+        static const std::regex number(R"(-?(0|[1-9]\d*)(\.\d+)?([eE][+-]?\d+)?)");
+        std::cmatch match;
+        Check(std::regex_search(t_.data() + at_, t_.data() + t_.size(), match, number,
+                                std::regex_constants::match_continuous),
+              "value expected");
+        at_ += match.length(0);
+        return Json{std::stod(match.str(0))};
     }
 
     std::string String() {
         ++at_;  // opening quote
         std::string out;
-        while (true) {
-            if (at_ >= text_.size()) {
-                Fail("unterminated string");
-            }
-            const char c = text_[at_];
+        for (;;) {
+            Check(at_ < t_.size(), "unterminated string");
+            const auto c = static_cast<unsigned char>(t_[at_++]);
             if (c == '"') {
-                ++at_;
                 return out;
             }
-            if (static_cast<unsigned char>(c) < 0x20) {
-                Fail("raw control character in string");
-            }
-            if (c != '\\') {
-                RawUtf8(out);
+            Check(c >= 0x20, "raw control character in string");
+            if (c != '\\') {  // one UTF-8 sequence
+                const int more = c < 0x80                 ? 0
+                                 : c >= 0xC2 && c <= 0xDF ? 1
+                                 : c >= 0xE0 && c <= 0xEF ? 2
+                                 : c >= 0xF0 && c <= 0xF4 ? 3
+                                                          : -1;
+                Check(more >= 0 && at_ + more <= t_.size(), "invalid UTF-8");
+                out.push_back(static_cast<char>(c));
+                for (int k = 0; k < more; ++k) {
+                    Check((t_[at_] & 0xC0) == 0x80, "invalid UTF-8");
+                    out.push_back(t_[at_++]);
+                }
                 continue;
             }
-            if (++at_ >= text_.size()) {
-                Fail("unterminated escape");
+            Check(at_ < t_.size(), "unterminated escape");
+            const char e = t_[at_++];
+            if (const auto k = std::string_view("\"\\/bfnrt").find(e); k != std::string_view::npos) {
+                out.push_back("\"\\/\b\f\n\r\t"[k]);
+                continue;
             }
-            const char e = text_[at_++];
-            switch (e) {
-                case '"':
-                    out.push_back('"');
-                    break;
-                case '\\':
-                    out.push_back('\\');
-                    break;
-                case '/':
-                    out.push_back('/');
-                    break;
-                case 'b':
-                    out.push_back('\b');
-                    break;
-                case 'f':
-                    out.push_back('\f');
-                    break;
-                case 'n':
-                    out.push_back('\n');
-                    break;
-                case 'r':
-                    out.push_back('\r');
-                    break;
-                case 't':
-                    out.push_back('\t');
-                    break;
-                case 'u': {
-                    std::uint32_t code = Hex4();
-                    if (code >= 0xD800 && code <= 0xDBFF) {
-                        if (!Word("\\u")) {
-                            Fail("unpaired surrogate");
-                        }
-                        const unsigned low = Hex4();
-                        if (low < 0xDC00 || low > 0xDFFF) {
-                            Fail("unpaired surrogate");
-                        }
-                        code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-                    } else if (code >= 0xDC00 && code <= 0xDFFF) {
-                        Fail("unpaired surrogate");
-                    }
-                    AppendUtf8(out, code);
-                    break;
-                }
-                default:
-                    Fail("unknown escape");
+            Check(e == 'u', "bad escape");
+            std::uint32_t code = Hex4();
+            if (code >= 0xD800 && code <= 0xDBFF) {
+                Check(Word("\\u"), "unpaired surrogate");
+                const std::uint32_t low = Hex4();
+                Check(low >= 0xDC00 && low <= 0xDFFF, "unpaired surrogate");
+                code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+            }
+            Check(code < 0xDC00 || code > 0xDFFF, "unpaired surrogate");
+            const int more = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+            const unsigned lead[] = {0x00, 0xC0, 0xE0, 0xF0};
+            out.push_back(static_cast<char>(lead[more] | (code >> (6 * more))));
+            for (int k = more - 1; k >= 0; --k) {
+                out.push_back(static_cast<char>(0x80 | ((code >> (6 * k)) & 0x3F)));
             }
         }
     }
 
-    std::string_view text_;
+    std::uint32_t Hex4() {
+        const std::string hex(t_.substr(at_, 4));
+        Check(hex.size() == 4 && hex.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos,
+              "bad \\u escape");
+        at_ += 4;
+        return static_cast<std::uint32_t>(std::stoul(hex, nullptr, 16));
+    }
+
+    std::string_view t_;
     std::size_t at_ = 0;
 };
 

@@ -15,44 +15,27 @@
 namespace tabvet::testsupport {
 namespace {
 
-constexpr const char* kStateVariable = "TABVET_PG_STATE";
-
-std::string Trim(const std::string& text) {
-    const auto begin = text.find_first_not_of(" \t\r\n");
-    if (begin == std::string::npos) {
-        return {};
-    }
-    return text.substr(begin, text.find_last_not_of(" \t\r\n") - begin + 1);
-}
-
 int ReadPort(const std::string& stateFile) {
     std::ifstream in(stateFile);
-    if (!in) {
-        throw std::runtime_error("no cluster state file at " + stateFile);
-    }
     for (std::string line; std::getline(in, line);) {
         if (line.rfind("PGPORT=", 0) == 0) {
             return std::stoi(line.substr(7));
         }
     }
-    throw std::runtime_error("no PGPORT in " + stateFile);
-}
-
-// A state file of this process's own, so that parallel test processes never share one by accident.
-std::string PrivateStateFile() {
-    const std::filesystem::path dir = std::filesystem::temp_directory_path();
-    return (dir / ("tabvet-pg-state." + std::to_string(::getpid()))).string();
+    throw std::runtime_error("no PGPORT in cluster state file " + stateFile);
 }
 
 }  // namespace
 
 PgCluster& PgCluster::Shared() {
+    // Without a ctest fixture, a state file of this process's own, so parallel processes never share one.
     static PgCluster cluster = [] {
-        const char* fromFixture = std::getenv(kStateVariable);
+        const char* fromFixture = std::getenv("TABVET_PG_STATE");
         if (fromFixture != nullptr && *fromFixture != '\0') {
             return PgCluster(fromFixture, false);
         }
-        return PgCluster(PrivateStateFile(), true);
+        const auto dir = std::filesystem::temp_directory_path();
+        return PgCluster((dir / ("tabvet-pg-state." + std::to_string(::getpid()))).string(), true);
     }();
     return cluster;
 }
@@ -83,12 +66,8 @@ std::string PgCluster::RunScript(const std::vector<std::string>& arguments) cons
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     ProcessResult result = RunProcess(argv);
     if (result.exitCode != 0) {
-        std::string command;
-        for (const std::string& argument : arguments) {
-            command += " " + argument;
-        }
-        throw std::runtime_error("pg_cluster.sh" + command + " failed (" + std::to_string(result.exitCode) +
-                                 "):\n" + result.output);
+        throw std::runtime_error("pg_cluster.sh " + arguments[0] + " failed (" +
+                                 std::to_string(result.exitCode) + "):\n" + result.output);
     }
     return std::move(result.output);
 }
@@ -112,7 +91,10 @@ void PgCluster::Execute(const std::string& database, const std::string& sql) con
 }
 
 std::string PgCluster::QueryValue(const std::string& database, const std::string& sql) const {
-    return Trim(RunScript({"psql", stateFile_, database, "-v", "ON_ERROR_STOP=1", "-At", "-c", sql}));
+    std::string value = RunScript({"psql", stateFile_, database, "-v", "ON_ERROR_STOP=1", "-At", "-c", sql});
+    value.erase(0, value.find_first_not_of(" \t\r\n"));
+    value.erase(value.find_last_not_of(" \t\r\n") + 1);
+    return value;
 }
 
 void PgCluster::StopServer() const {

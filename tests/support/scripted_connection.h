@@ -14,9 +14,9 @@ namespace tabvet::testsupport {
 
 /// What a scripted statement gives back: rows, or a failure with error entries.
 struct ScriptedAnswer {
-    std::vector<std::vector<FieldValue>> rows;
+    std::vector<std::vector<FieldValue>> rows{};
     std::size_t columns = 0;
-    std::vector<AdoError> errors;  ///< non-empty: the statement fails with these entries
+    std::vector<AdoError> errors{};  ///< non-empty: the statement fails with these entries
     bool freshCursorAfterLast = false;
 };
 
@@ -73,16 +73,11 @@ class ScriptedConnection final : public Connection {
 
 /// Rows from text cells; std::nullopt stands for NULL.
 inline ScriptedAnswer Rows(std::size_t columns, std::vector<std::vector<FieldValue>> rows) {
-    ScriptedAnswer answer;
-    answer.columns = columns;
-    answer.rows = std::move(rows);
-    return answer;
+    return {.rows = std::move(rows), .columns = columns};
 }
 
 inline ScriptedAnswer Failure(std::vector<AdoError> errors) {
-    ScriptedAnswer answer;
-    answer.errors = std::move(errors);
-    return answer;
+    return {.errors = std::move(errors)};
 }
 
 }  // namespace tabvet::testsupport

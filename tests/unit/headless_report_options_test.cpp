@@ -25,6 +25,19 @@ std::vector<std::string> With(std::vector<std::string> extra) {
     return args;
 }
 
+TEST(HeadlessOptions, HelpAndVersionAnswerWithoutRunning) {
+    for (const char* option : {"--help", "--version"}) {
+        std::ostringstream out;
+        std::ostringstream err;
+        EXPECT_EQ(RunHeadless({option}, out, err), exit_code::kAllPassed) << option;
+        EXPECT_TRUE(err.str().empty()) << option;
+        EXPECT_EQ(out.str().rfind(
+                      std::string(option) == "--help" ? "usage: tabvet --connect STRING" : "tabvet ", 0),
+                  0u)
+            << out.str();
+    }
+}
+
 TEST(HeadlessReportOptions, AreParsed) {
     const ParsedArguments none = ParseHeadlessArguments(kTarget);
     ASSERT_TRUE(none.options);
@@ -44,10 +57,8 @@ TEST(HeadlessReportOptions, MistakesAreOneLineErrors) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {With({"--report"}), "option --report needs a value"},
         {With({"--report="}), "option --report needs a file name"},
-        {With({"--json", ""}), "option --json needs a file name"},
         {With({"--only-failures=yes"}), "option --only-failures takes no value"},
         {With({"--only-failures", "--only-failures"}), "option --only-failures given more than once"},
-        {With({"--json", "a", "--json", "b"}), "option --json given more than once"},
         {With({"--report", "same.txt", "--json", "same.txt"}),
          "--report and --json must name different files"},
     };
@@ -56,13 +67,6 @@ TEST(HeadlessReportOptions, MistakesAreOneLineErrors) {
         const ParsedArguments parsed = ParseHeadlessArguments(args);
         EXPECT_FALSE(parsed.options);
         EXPECT_EQ(parsed.error, error);
-    }
-}
-
-TEST(HeadlessReportOptions, UsageShowsThem) {
-    const std::string usage = HeadlessUsage();
-    for (const char* option : {"[--report FILE]", "[--only-failures]", "[--json FILE]"}) {
-        EXPECT_NE(usage.find(option), std::string::npos) << option;
     }
 }
 
@@ -83,9 +87,8 @@ TEST(HeadlessReportOptions, AnUnwritableOutputStopsBeforeConnecting) {
     };
     for (const auto& [extra, message] : cases) {
         SCOPED_TRACE(message);
-        std::vector<std::string> args = {
-            "--connect", "Driver=tabvet-no-such-driver;", "--dbms", "oracle", "--tessel-version", "9.1.0"};
-        args.insert(args.end(), extra.begin(), extra.end());
+        std::vector<std::string> args = With(extra);
+        args[1] = "Driver=tabvet-no-such-driver;";
         std::ostringstream out;
         std::ostringstream err;
         EXPECT_EQ(RunHeadless(args, out, err), exit_code::kCannotStart);

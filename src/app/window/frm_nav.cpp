@@ -1,0 +1,420 @@
+// Slots forward to the model and then mirror it; no decision is taken here. Widgets are owned by their Qt
+// parents.
+#include "frm_nav.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QFontDatabase>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScrollBar>
+#include <QSignalBlocker>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+#include "db/connection_handling.h"
+#include "db/runtime_error.h"
+#include "db/server_type_detection.h"
+#include "db/server_type_selection.h"
+#include "framework/test_run.h"
+#include "frm_about.h"
+#include "frm_odbc_logon.h"
+#include "qt_file_dialog.h"
+#include "report/report_flow.h"
+#include "shutdown.h"
+#include "startup.h"
+#include "window_texts.h"
+
+namespace tabvet {
+namespace {
+
+QLabel* Instructions(const char* text, QWidget* parent, const char* name) {
+    auto* label = new QLabel(text, parent);
+    label->setObjectName(name);
+    label->setWordWrap(true);
+    return label;
+}
+
+QPushButton* Button(const char* caption, QWidget* parent, const char* name) {
+    auto* button = new QPushButton(caption, parent);
+    button->setObjectName(name);
+    return button;
+}
+
+QLineEdit* VersionBox(QWidget* parent, const char* name) {
+    auto* box = new QLineEdit(parent);
+    box->setObjectName(name);
+    box->setMaximumWidth(56);
+    return box;
+}
+
+QString Displayed(const std::string& text) {
+    return QString::fromStdString(text).replace("\r\n", "\n");
+}
+
+void SetText(QLineEdit* box, const std::string& text) {
+    const QString wanted = QString::fromStdString(text);
+    if (box->text() != wanted) {
+        box->setText(wanted);
+    }
+}
+
+}  // namespace
+
+frmNav::frmNav(MainState& state, WindowServices services, QWidget* parent)
+    : QMainWindow(parent), state_(state), services_(std::move(services)) {
+    setObjectName("frmNav");
+    setWindowTitle(window_text::kTitle);
+    SSTab1 = new QTabWidget(this);
+    SSTab1->setObjectName("SSTab1");
+    SSTab1->addTab(BuildConnectTab(), window_text::kTabConnect);
+    SSTab1->addTab(BuildServerTypeTab(), window_text::kTabServerType);
+    SSTab1->addTab(BuildRunTab(), window_text::kTabRun);
+    SSTab1->addTab(BuildReportTab(), window_text::kTabReport);
+    setCentralWidget(SSTab1);
+    stsRunFeedback = new QLabel(this);
+    stsRunFeedback->setObjectName("stsRunFeedback");
+    statusBar()->setObjectName("stsRunFeedbackBar");
+    statusBar()->addWidget(stsRunFeedback, 1);
+    BuildMenus();
+
+    if (services_.fileDialog == nullptr) {
+        ownFileDialog_ = std::make_unique<QtFileDialog>(this);
+        services_.fileDialog = ownFileDialog_.get();
+    }
+    if (services_.editor == nullptr) {
+        ownEditor_ = std::make_unique<SpawnEditorLauncher>();
+        services_.editor = ownEditor_.get();
+    }
+    if (services_.logonDialog == nullptr) {
+        services_.logonDialog = new frmODBCLogonWindow(this);  // kept loaded between openings
+    }
+    Wire();
+    resize(640, 520);
+    state_.AttachView(*this);
+}
+
+frmNav::~frmNav() {
+    state_.DetachView(*this);
+    while (busyDepth_ > 0) {
+        SetBusyPointer(false);
+    }
+}
+
+QWidget* frmNav::BuildConnectTab() {
+    auto* page = new QWidget;
+    lblConnectInstructions = Instructions(window_text::kConnectInstructions, page, "lblConnectInstructions");
+    auto* frmConnString = new QGroupBox(window_text::kConnStringFrame, page);
+    frmConnString->setObjectName("frmConnString");
+    txtConnString = new QLineEdit(frmConnString);
+    txtConnString->setObjectName("txtConnString");
+    auto* frameLayout = new QVBoxLayout(frmConnString);
+    frameLayout->addWidget(txtConnString);
+    cmdConnect = Button("Connect", page, "cmdConnect");
+    cmdBuildString = Button(window_text::kBuildString, page, "cmdBuildString");
+    cmdCanned = Button(window_text::kCanned, page, "cmdCanned");
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdConnect);
+    buttons->addWidget(cmdBuildString);
+    buttons->addWidget(cmdCanned);
+    buttons->addStretch();
+    auto* layout = new QVBoxLayout(page);
+    layout->addWidget(lblConnectInstructions);
+    layout->addWidget(frmConnString);
+    layout->addLayout(buttons);
+    layout->addStretch();
+    return page;
+}
+
+QWidget* frmNav::BuildServerTypeTab() {
+    auto* page = new QWidget;
+    lblSettingsInstructions =
+        Instructions(window_text::kSettingsInstructions, page, "lblSettingsInstructions");
+    auto* frmDBMS = new QGroupBox(window_text::kDbmsFrame, page);
+    frmDBMS->setObjectName("frmDBMS");
+    optOracle = new QRadioButton(window_text::kOracle, frmDBMS);
+    optOracle->setObjectName("optOracle");
+    optInformix = new QRadioButton(window_text::kInformix, frmDBMS);
+    optInformix->setObjectName("optInformix");
+    optDB2 = new QRadioButton(window_text::kDb2, frmDBMS);
+    optDB2->setObjectName("optDB2");
+    optSqlServer = new QRadioButton(window_text::kSqlServer, frmDBMS);
+    optSqlServer->setObjectName("optSqlServer");
+    for (QRadioButton* option : {optOracle, optInformix, optDB2, optSqlServer}) {
+        option->setAutoExclusive(false);  // the model decides which one is selected, possibly none
+    }
+    auto* dbmsLayout = new QVBoxLayout(frmDBMS);
+    for (QRadioButton* option : {optOracle, optInformix, optDB2, optSqlServer}) {
+        dbmsLayout->addWidget(option);
+    }
+    auto* frmTesselVersion = new QGroupBox(window_text::kVersionFrame, page);
+    frmTesselVersion->setObjectName("frmTesselVersion");
+    txtMajorVersion = VersionBox(frmTesselVersion, "txtMajorVersion");
+    txtMinorVersion = VersionBox(frmTesselVersion, "txtMinorVersion");
+    txtBugfix = VersionBox(frmTesselVersion, "txtBugfix");
+    lblVersion = new QLabel(window_text::kVersionLabel, frmTesselVersion);
+    lblVersion->setObjectName("lblVersion");
+    auto* versionLayout = new QGridLayout(frmTesselVersion);
+    versionLayout->addWidget(txtMajorVersion, 0, 0);
+    versionLayout->addWidget(new QLabel(".", frmTesselVersion), 0, 1);
+    versionLayout->addWidget(txtMinorVersion, 0, 2);
+    versionLayout->addWidget(new QLabel(".", frmTesselVersion), 0, 3);
+    versionLayout->addWidget(txtBugfix, 0, 4);
+    versionLayout->addWidget(lblVersion, 1, 0, 1, 5);
+    versionLayout->setColumnStretch(5, 1);
+    cmdQueryType = Button(window_text::kQueryType, page, "cmdQueryType");
+    auto* frames = new QHBoxLayout;
+    frames->addWidget(frmDBMS);
+    frames->addWidget(frmTesselVersion);
+    auto* layout = new QVBoxLayout(page);
+    layout->addWidget(lblSettingsInstructions);
+    layout->addLayout(frames);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdQueryType);
+    buttons->addStretch();
+    layout->addLayout(buttons);
+    layout->addStretch();
+    return page;
+}
+
+QWidget* frmNav::BuildRunTab() {
+    auto* page = new QWidget;
+    lblRunInstructions = Instructions(window_text::kRunInstructions, page, "lblRunInstructions");
+    cmdRun = Button(window_text::kRun, page, "cmdRun");
+    rtbStatus = new QPlainTextEdit(page);
+    rtbStatus->setObjectName("rtbStatus");
+    rtbStatus->setReadOnly(true);
+    rtbStatus->setPlainText("Status Window");  // replaced by start-up
+    rtbStatus->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    rtbStatus->setLineWrapMode(QPlainTextEdit::NoWrap);
+    cmdClearRunStatus = Button(window_text::kClearRunStatus, page, "cmdClearRunStatus");
+    cmdClearRunStatus->setToolTip(window_text::kClearRunStatusTip);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdRun);
+    buttons->addStretch();
+    buttons->addWidget(cmdClearRunStatus);
+    auto* layout = new QVBoxLayout(page);
+    layout->addWidget(lblRunInstructions);
+    layout->addLayout(buttons);
+    layout->addWidget(rtbStatus, 1);
+    return page;
+}
+
+QWidget* frmNav::BuildReportTab() {
+    auto* page = new QWidget;
+    lblCreateReportNote = Instructions(window_text::kReportNote, page, "lblCreateReportNote");
+    chkOnlyReportFailures = new QCheckBox(window_text::kOnlyFailures, page);
+    chkOnlyReportFailures->setObjectName("chkOnlyReportFailures");
+    cmdCreateReport = Button(window_text::kCreateReport, page, "cmdCreateReport");
+    cmdViewReport = Button(window_text::kViewReport, page, "cmdViewReport");
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdCreateReport);
+    buttons->addWidget(cmdViewReport);
+    buttons->addStretch();
+    auto* layout = new QVBoxLayout(page);
+    layout->addWidget(lblCreateReportNote);
+    layout->addWidget(chkOnlyReportFailures);
+    layout->addLayout(buttons);
+    layout->addStretch();
+    return page;
+}
+
+void frmNav::BuildMenus() {
+    QMenu* mnuFile = menuBar()->addMenu(window_text::kMenuFile);
+    mnuFile->setObjectName("mnuFile");
+    QAction* mnuFileExit = mnuFile->addAction(window_text::kMenuExit);
+    mnuFileExit->setObjectName("mnuFileExit");
+    connect(mnuFileExit, &QAction::triggered, this, [this] { RequestShutdown(); });
+    QMenu* mnuHelp = menuBar()->addMenu(window_text::kMenuHelp);
+    mnuHelp->setObjectName("mnuHelp");
+    QAction* mnuAbout = mnuHelp->addAction(window_text::kMenuAbout);
+    mnuAbout->setObjectName("mnuAbout");
+    connect(mnuAbout, &QAction::triggered, this, [this] { ShowAbout(); });
+}
+
+void frmNav::Wire() {
+    connect(txtConnString, &QLineEdit::textEdited, this, [this](const QString& text) {
+        Guarded([&] { ConnectionStringChanged(state_, text.toStdString()); });
+    });
+    connect(cmdConnect, &QPushButton::clicked, this,
+            [this] { Guarded([&] { ConnectButtonClick(state_); }); });
+    connect(cmdBuildString, &QPushButton::clicked, this,
+            [this] { Guarded([&] { BuildStringClick(state_, *services_.logonDialog); }); });
+    connect(cmdCanned, &QPushButton::clicked, this, [this] { Guarded([&] { CannedStringClick(state_); }); });
+
+    const std::pair<QRadioButton*, DbmsOption> options[] = {{optOracle, DbmsOption::Oracle},
+                                                            {optInformix, DbmsOption::Informix},
+                                                            {optDB2, DbmsOption::DB2},
+                                                            {optSqlServer, DbmsOption::SqlServer}};
+    for (const auto& [button, option] : options) {
+        connect(button, &QRadioButton::clicked, this,
+                [this, option = option] { Guarded([&] { OptionClick(state_, option); }); });
+    }
+    const std::pair<QLineEdit*, std::string MainState::*> boxes[] = {
+        {txtMajorVersion, &MainState::txtMajorVersion},
+        {txtMinorVersion, &MainState::txtMinorVersion},
+        {txtBugfix, &MainState::txtBugfix}};
+    for (const auto& [box, field] : boxes) {
+        box->installEventFilter(this);
+        connect(box, &QLineEdit::textEdited, this,
+                [this, field = field](const QString& text) { state_.*field = text.toStdString(); });
+    }
+    connect(cmdQueryType, &QPushButton::clicked, this, [this] { Guarded([&] { QueryDbmsType(state_); }); });
+
+    connect(cmdRun, &QPushButton::clicked, this, [this] {
+        Guarded([&] {
+            SetBusyPointer(true);
+            ProcessRunTests(state_);
+        });
+    });
+    connect(cmdClearRunStatus, &QPushButton::clicked, this,
+            [this] { Guarded([&] { ClearRunStatus(state_); }); });
+
+    connect(chkOnlyReportFailures, &QCheckBox::toggled, this,
+            [this](bool checked) { state_.chkOnlyReportFailures = checked; });
+    connect(cmdCreateReport, &QPushButton::clicked, this,
+            [this] { Guarded([&] { CreateNewReport(state_, *services_.fileDialog, *services_.editor); }); });
+    connect(cmdViewReport, &QPushButton::clicked, this,
+            [this] { Guarded([&] { ViewReportClick(state_, *services_.fileDialog, *services_.editor); }); });
+}
+
+bool frmNav::Load() {
+    if (!StartUp(state_)) {
+        ReleaseProcessObjects(state_);
+        shutdownConfirmed_ = true;
+        return false;
+    }
+    Refresh();
+    return true;
+}
+
+void frmNav::Refresh() {
+    const QSignalBlocker blockConn(txtConnString);
+    SetText(txtConnString, state_.txtConnString);
+    txtConnString->setEnabled(state_.txtConnStringEnabled);
+    cmdConnect->setText(QString::fromStdString(state_.cmdConnectCaption));
+    cmdConnect->setEnabled(state_.cmdConnectEnabled);
+    cmdBuildString->setEnabled(state_.cmdBuildStringEnabled);
+    cmdCanned->setEnabled(state_.cmdCannedEnabled);
+
+    optOracle->setChecked(state_.selectedDbms == DbmsOption::Oracle);
+    optInformix->setChecked(state_.selectedDbms == DbmsOption::Informix);
+    optDB2->setChecked(state_.selectedDbms == DbmsOption::DB2);
+    optSqlServer->setChecked(state_.selectedDbms == DbmsOption::SqlServer);
+    SetText(txtMajorVersion, state_.txtMajorVersion);
+    SetText(txtMinorVersion, state_.txtMinorVersion);
+    SetText(txtBugfix, state_.txtBugfix);
+    cmdQueryType->setEnabled(state_.cmdQueryTypeEnabled);
+    cmdRun->setEnabled(state_.cmdRunEnabled);
+
+    const QSignalBlocker blockCheck(chkOnlyReportFailures);
+    chkOnlyReportFailures->setChecked(state_.chkOnlyReportFailures);
+    StatusLogChanged();
+    StatusBarChanged();
+}
+
+void frmNav::StatusLogChanged() {
+    const std::string& log = state_.rtbStatus;
+    if (log == shownLog_) {
+        return;
+    }
+    if (!shownLog_.empty() && log.size() > shownLog_.size() &&
+        log.compare(0, shownLog_.size(), shownLog_) == 0) {
+        QTextCursor end(rtbStatus->document());
+        end.movePosition(QTextCursor::End);
+        end.insertText(Displayed(log.substr(shownLog_.size())));
+    } else {
+        rtbStatus->setPlainText(Displayed(log));
+    }
+    shownLog_ = log;
+    rtbStatus->verticalScrollBar()->setValue(rtbStatus->verticalScrollBar()->maximum());
+    rtbStatus->repaint();  // the run blocks the event loop: paint now so that progress shows
+}
+
+void frmNav::StatusBarChanged() {
+    stsRunFeedback->setText(QString::fromStdString(state_.stsRunFeedback));
+    stsRunFeedback->repaint();
+}
+
+void frmNav::SetBusyPointer(bool busy) {
+    if (busy) {
+        ++busyDepth_;
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    } else if (busyDepth_ > 0) {
+        --busyDepth_;
+        QApplication::restoreOverrideCursor();
+    }
+}
+
+void frmNav::ProcessPendingEvents() {
+    QCoreApplication::processEvents();
+}
+
+bool frmNav::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress &&
+        (watched == txtMajorVersion || watched == txtMinorVersion || watched == txtBugfix)) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        // Only keys that type a character are filtered; moving the cursor and deleting stay possible.
+        if (!key->text().isEmpty() && key->key() != Qt::Key_Delete && key->key() != Qt::Key_Tab &&
+            key->key() != Qt::Key_Backtab) {
+            const int code = key->key() == Qt::Key_Backspace ? 8 : key->text().at(0).unicode();
+            if (!VersionKeyPasses(code)) {
+                return true;
+            }
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void frmNav::Guarded(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const RuntimeError& e) {
+        state_.Ui().ShowMessage(DescribeRuntimeError(e), window_text::kTitle, MsgButtons::Ok,
+                                MsgIcon::Critical);
+    } catch (const std::exception& e) {
+        // For instance a report file that could not be written completely: the message names file and reason.
+        state_.Ui().ShowMessage(e.what(), "Unexpected error", MsgButtons::Ok, MsgIcon::Critical);
+    }
+    while (busyDepth_ > 0) {
+        SetBusyPointer(false);  // an interrupted operation must not leave the hourglass behind
+    }
+    Refresh();
+}
+
+void frmNav::RequestShutdown() {
+    Guarded([&] {
+        ProcessShutdownRequest(state_, [this] {
+            shutdownConfirmed_ = true;
+            if (services_.endProgram) {
+                services_.endProgram();
+            }
+        });
+    });
+}
+
+void frmNav::closeEvent(QCloseEvent* event) {
+    if (shutdownConfirmed_) {
+        event->accept();
+        return;
+    }
+    event->ignore();  // the program ends only when shutdown is confirmed
+    RequestShutdown();
+}
+
+void frmNav::ShowAbout() {
+    frmAbout about(state_.Ui(), services_.sysInfo, this);
+    about.exec();
+}
+
+}  // namespace tabvet

@@ -1,0 +1,102 @@
+// The main window: four tabs that lead through connect, server type, run and report. It mirrors the
+// display-free model and forwards every action to it.
+#pragma once
+
+#include <QMainWindow>
+#include <functional>
+#include <memory>
+
+#include "about_box.h"
+#include "db/odbc_logon.h"
+#include "framework/main_state.h"
+#include "report/editor_launcher.h"
+#include "report/file_dialog.h"
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
+class QPushButton;
+class QRadioButton;
+class QTabWidget;
+
+namespace tabvet {
+
+/// What the window uses besides its model; tests replace the dialogs and the end of the program.
+struct WindowServices {
+    IFileDialog* fileDialog = nullptr;            ///< null: a QFileDialog
+    IEditorLauncher* editor = nullptr;            ///< null: the platform's editor
+    LogonDialogPresenter* logonDialog = nullptr;  ///< null: the window's own logon dialog
+    SysInfoLocator sysInfo = PlatformSysInfoLocator();
+    std::function<void()> endProgram;  ///< called once shutdown is confirmed
+};
+
+class frmNav final : public QMainWindow, public MainView {
+    Q_OBJECT
+  public:
+    frmNav(MainState& state, WindowServices services, QWidget* parent = nullptr);
+    ~frmNav() override;
+
+    /// Start-up of the window; false when the program must end (the reason has been shown).
+    bool Load();
+
+    // MainView
+    void StatusLogChanged() override;
+    void StatusBarChanged() override;
+    void ControlsChanged() override { Refresh(); }
+    void SetBusyPointer(bool busy) override;
+    void ProcessPendingEvents() override;
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    QWidget* BuildConnectTab();
+    QWidget* BuildServerTypeTab();
+    QWidget* BuildRunTab();
+    QWidget* BuildReportTab();
+    void BuildMenus();
+    void Wire();
+    void Refresh();
+    /// Runs a user action; an error that escapes it is shown and the window stays usable.
+    void Guarded(const std::function<void()>& action);
+    void RequestShutdown();
+    void ShowAbout();
+
+    MainState& state_;
+    WindowServices services_;
+    std::unique_ptr<IFileDialog> ownFileDialog_;
+    std::unique_ptr<IEditorLauncher> ownEditor_;
+    bool shutdownConfirmed_ = false;
+    int busyDepth_ = 0;
+    std::string shownLog_ = "Status Window";  // the log's text before start-up empties it
+
+    QTabWidget* SSTab1;
+    QLabel* lblConnectInstructions;
+    QLineEdit* txtConnString;
+    QPushButton* cmdConnect;
+    QPushButton* cmdBuildString;
+    QPushButton* cmdCanned;
+    QLabel* lblSettingsInstructions;
+    QRadioButton* optOracle;
+    QRadioButton* optInformix;
+    QRadioButton* optDB2;
+    QRadioButton* optSqlServer;
+    QLineEdit* txtMajorVersion;
+    QLineEdit* txtMinorVersion;
+    QLineEdit* txtBugfix;
+    QLabel* lblVersion;
+    QPushButton* cmdQueryType;
+    QLabel* lblRunInstructions;
+    QPushButton* cmdRun;
+    QPlainTextEdit* rtbStatus;
+    QPushButton* cmdClearRunStatus;
+    QLabel* stsRunFeedback;
+    QLabel* lblCreateReportNote;
+    QCheckBox* chkOnlyReportFailures;
+    QPushButton* cmdCreateReport;
+    QPushButton* cmdViewReport;
+};
+
+}  // namespace tabvet
