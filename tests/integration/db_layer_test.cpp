@@ -2,6 +2,9 @@
 // flags, NULLs, text forms of values, connection-string keywords and refused statements.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "db/odbc_connection.h"
 #include "db/recordset.h"
 #include "db/runtime_error.h"
@@ -91,6 +94,17 @@ TEST_F(DbLayerTest, CursorFlagsAtBothEndsAndTwoResultsOpenAtOnce) {
     EXPECT_EQ(walk.Fields(0), "1");
 }
 
+// Every value of a one-column result, in order; NULL as "<null>".
+std::vector<std::string> Column(Connection& conn, const std::string& sql) {
+    Recordset rs;
+    rs.Open(sql, conn);
+    std::vector<std::string> values;
+    for (; !rs.Eof(); rs.MoveNext()) {
+        values.push_back(rs.Fields(0).value_or("<null>"));
+    }
+    return values;
+}
+
 // Values are read in pieces through a buffer that the connection keeps and grows: every length around its
 // size, a character of two units split at its edge, and short values after long ones must arrive whole.
 TEST_F(DbLayerTest, ValuesOfEveryLengthArriveWhole) {
@@ -99,7 +113,7 @@ TEST_F(DbLayerTest, ValuesOfEveryLengthArriveWhole) {
     for (const int n : lengths) {
         for (const std::string& tail : {std::string(), std::string("\xC3\xA9"), smiley}) {
             const std::string sql = "SELECT repeat('a', " + std::to_string(n) + ") || '" + tail + "'";
-            EXPECT_EQ(Column(sql),
+            EXPECT_EQ(Column(conn, sql),
                       std::vector<std::string>{std::string(static_cast<std::size_t>(n), 'a') + tail})
                 << n << " units and a tail of " << tail.size() << " bytes";
         }
@@ -128,7 +142,8 @@ TEST_F(DbLayerTest, EachStatementStartsAfreshWhateverThePreviousOneDid) {
     for (const Step& step : steps) {
         Recordset rs;
         EXPECT_EQ(rs.OpenSuppressed(step.sql, conn), step.opens) << step.label;
-        EXPECT_EQ(conn.Errors().Count() == 0, step.opens) << step.label << "\n" << ErrorsText(conn);
+        EXPECT_EQ(conn.Errors().Count() == 0, step.opens)
+            << step.label << ": " << (conn.Errors().Count() > 0 ? conn.Errors().Item(0).Description : "");
         if (!step.opens) {
             continue;
         }
