@@ -188,6 +188,11 @@ for n in $sizes; do
     best_run=$(printf '%s\n' "${run_times[@]}" | smallest)
     best_floor=$(printf '%s\n' "${floor_times[@]}" | smallest)
     ratio=$(awk -v a="$best_run" -v b="$best_floor" 'BEGIN { printf "%.3f", a / b }')
+    # Each round's own ratio: the two runs of a round are close in time, so their spread shows the noise.
+    round_ratios=$(paste <(printf '%s\n' "${run_times[@]}") <(printf '%s\n' "${floor_times[@]}") |
+        awk '{ printf "%.3f\n", $1 / $2 }')
+    round_median=$(median <<<"$round_ratios")
+    round_range="$(sort -g <<<"$round_ratios" | head -n 1)-$(sort -g <<<"$round_ratios" | tail -n 1)"
     peak=$(printf '%s\n' "${rss[@]}" | sort -g | tail -n 1)
     cpu=$(printf '%s\n' "${run_cpu[@]}" | smallest)
     cpu_floor=$(printf '%s\n' "${floor_cpu[@]}" | smallest)
@@ -203,9 +208,10 @@ for n in $sizes; do
     previous_rss=$peak
 
     rows+=("$(awk -v n="$n" -v st="$statements" -v run="$best_run" -v fl="$best_floor" -v r="$ratio" -v rss="$peak" \
-        -v su="$start_ms" -v fsu="$floor_start_ms" -v c="$cpu" -v cf="$cpu_floor" 'BEGIN {
-            printf "| %d | %d | %.2f s | %.2f s | %.3f | %.1f MB | %.0f ms | %.0f ms | %.2f s | %.2f s |",
-                n, st, run / 1000, fl / 1000, r, rss / 1024, su, fsu, c / 1000, cf / 1000 }')")
+        -v su="$start_ms" -v fsu="$floor_start_ms" -v c="$cpu" -v cf="$cpu_floor" -v rm="$round_median" \
+        -v rr="$round_range" 'BEGIN {
+            printf "| %d | %d | %.2f s | %.2f s | %.3f | %.3f (%s) | %.1f MB | %.0f ms | %.0f ms | %.2f s | %.2f s |",
+                n, st, run / 1000, fl / 1000, r, rm, rr, rss / 1024, su, fsu, c / 1000, cf / 1000 }')")
 done
 # Start-up comes before any work on the schema, so every size's samples measure the same thing.
 startup_all=$(printf '%s\n' "${all_startup[@]}" | median)
@@ -224,8 +230,9 @@ echo "tabvet $(git rev-parse --short HEAD 2>/dev/null || echo unknown), best of 
     "($((repeat * 3)) below 10,000 layers)," \
     "median of $startup_samples start-ups, priority $priority"
 echo
-echo "| N | statements sent | run time | floor time | ratio | peak RSS | start-up | floor start-up | run CPU | floor CPU |"
-echo "|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
+echo "| N | statements sent | run time | floor time | ratio | ratio per round: median (range) | peak RSS" \
+    "| start-up | floor start-up | run CPU | floor CPU |"
+echo "|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
 printf '%s\n' "${rows[@]}"
 echo
 echo "Start-up to the first statement, all sizes: median $startup_all ms over ${#all_startup[@]} samples" \
