@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "headless_run.h"
-#ifdef TABVET_WITH_WINDOW
+#if defined(TABVET_WINDOW_MODULE)
+#include "window_loader.h"
+#elif defined(TABVET_WITH_WINDOW)
 #include "window/window_main.h"
 #endif
 
@@ -15,7 +17,9 @@ int main(int argc, char** argv) {
     if (!args.empty()) {
         return tabvet::RunHeadless(args, std::cout, std::cerr);
     }
-#ifdef TABVET_WITH_WINDOW
+#if defined(TABVET_WINDOW_MODULE)
+    return tabvet::RunWindowFromModule(argc, argv, std::cerr);
+#elif defined(TABVET_WITH_WINDOW)
     return tabvet::RunWindow(argc, argv);
 #else
     std::cerr << "tabvet: this build has no main window; use the headless mode (tabvet --help)\n";

@@ -1,7 +1,8 @@
-// Runs each statement on its own statement handle and reads every row before releasing it, so that the
-// checks may keep several result sets open on one connection whatever the driver allows.
+// Reads every row of a statement and closes its cursor before the next one runs, so that the checks may keep
+// several result sets open on one connection whatever the driver allows.
 #include "odbc_connection.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "connection_string.h"
@@ -11,10 +12,16 @@
 namespace tabvet {
 namespace {
 
-// Reads one column of the current row as text; false on a driver error.
-bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, FieldValue& cell, ErrorList& errors) {
-    std::vector<SQLWCHAR> buffer(256);
-    OdbcWideString text;
+constexpr std::size_t kCellBufferUnits = 256;
+// A driver's row count is only trusted this far for reserving room: a wrong answer must not cost a huge
+// allocation up front.
+constexpr SQLLEN kMaxReservedRows = 1 << 20;
+
+// Reads one column of the current row as text into `cell`, through `buffer`; false on a driver error.
+bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, std::vector<SQLWCHAR>& buffer, FieldValue& cell,
+              ErrorList& errors) {
+    OdbcWideString rest;  // pieces of a value longer than the buffer
+    std::size_t got = 0;
     for (;;) {
         SQLLEN indicator = 0;
         const SQLRETURN rc = SQLGetData(stmt, column, SQL_C_WCHAR, buffer.data(),
@@ -30,11 +37,15 @@ bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, FieldValue& cell, ErrorList& e
             return true;
         }
         const std::size_t capacity = buffer.size() - 1;  // one unit is the terminator
-        std::size_t got = capacity;
+        got = capacity;
         if (indicator != SQL_NO_TOTAL && static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR) < capacity) {
             got = static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR);
         }
-        text.append(buffer.data(), got);
+        if (rc == SQL_SUCCESS && rest.empty()) {
+            break;  // the common case: the whole value in one piece, converted straight from the buffer
+        }
+        rest.append(buffer.data(), got);
+        got = 0;
         if (rc == SQL_SUCCESS) {
             break;
         }
@@ -44,7 +55,7 @@ bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, FieldValue& cell, ErrorList& e
                 std::max<std::size_t>(buffer.size(), static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR)));
         }
     }
-    cell = FromOdbcWide(text.data(), text.size());
+    cell = rest.empty() ? FromOdbcWide(buffer.data(), got) : FromOdbcWide(rest.data(), rest.size());
     return true;
 }
 
@@ -54,6 +65,19 @@ constexpr std::int32_t kLayerErrorNumber = -1;
 // SQLDriverConnect takes the string's length as a 16-bit number: a longer string would reach the driver
 // cut short (and connect with what is left) or be refused with a bare "invalid length".
 constexpr std::size_t kMaxConnectionStringUnits = 32767;
+
+// Closes the cursor of the shared statement handle however a query ends, so that the next one finds it
+// ready and no result is kept in the driver after use.
+class CursorCloser {
+  public:
+    explicit CursorCloser(SQLHSTMT stmt) : stmt_(stmt) {}
+    ~CursorCloser() { SQLFreeStmt(stmt_, SQL_CLOSE); }
+    CursorCloser(const CursorCloser&) = delete;
+    CursorCloser& operator=(const CursorCloser&) = delete;
+
+  private:
+    SQLHSTMT stmt_;
+};
 
 }  // namespace
 
@@ -96,21 +120,28 @@ bool OdbcConnection::DoOpen(const std::string& connectionString) {
 }
 
 void OdbcConnection::Close() {
+    stmt_.Reset();  // before the disconnect, which would free it behind our back
     if (connected_) {
         SQLDisconnect(dbc_.Get());  // a failing disconnect still leaves us closed
         connected_ = false;
     }
     dbc_.Reset();
     env_.Reset();
+    cellBuffer_ = std::vector<SQLWCHAR>();
 }
 
 bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
-    SQLHANDLE raw = SQL_NULL_HANDLE;
-    if (!OdbcCall(SQLAllocHandle(SQL_HANDLE_STMT, dbc_.Get(), &raw), SQL_HANDLE_DBC, dbc_.Get(), Errors(),
-                  "SQLAllocHandle")) {
-        return false;
+    if (!stmt_) {
+        SQLHANDLE raw = SQL_NULL_HANDLE;
+        if (!OdbcCall(SQLAllocHandle(SQL_HANDLE_STMT, dbc_.Get(), &raw), SQL_HANDLE_DBC, dbc_.Get(), Errors(),
+                      "SQLAllocHandle")) {
+            return false;
+        }
+        stmt_ = StmtHandle(raw);
+        cellBuffer_.resize(kCellBufferUnits);
     }
-    StmtHandle stmt(raw);
+    const StmtHandle& stmt = stmt_;
+    const CursorCloser closer(stmt.Get());
     OdbcWideString wide = ToOdbcWide(sql);
     if (!OdbcCall(SQLExecDirectW(stmt.Get(), wide.data(), static_cast<SQLINTEGER>(wide.size())),
                   SQL_HANDLE_STMT, stmt.Get(), Errors(), "SQLExecDirect")) {
@@ -125,6 +156,12 @@ bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
     if (out.columns == 0) {
         return true;
     }
+    // Drivers that buffer the whole result know its size: room for exactly that many cells spares a long
+    // result the copies and the slack of a growing vector. Only a hint: a driver may say nothing (-1).
+    SQLLEN rows = -1;
+    if (OdbcOk(SQLRowCount(stmt.Get(), &rows)) && rows > 0) {
+        out.cells.reserve(static_cast<std::size_t>(std::min(rows, kMaxReservedRows)) * out.columns);
+    }
     for (;;) {
         const SQLRETURN rc = SQLFetch(stmt.Get());
         if (rc == SQL_NO_DATA) {
@@ -136,7 +173,7 @@ bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
         }
         for (SQLUSMALLINT c = 1; c <= out.columns; ++c) {
             FieldValue cell;
-            if (!ReadCell(stmt.Get(), c, cell, Errors())) {
+            if (!ReadCell(stmt.Get(), c, cellBuffer_, cell, Errors())) {
                 out = ResultTable{};
                 return false;
             }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "connection.h"
 #include "odbc_handles.h"
@@ -23,9 +24,15 @@ class OdbcConnection final : public Connection {
     bool DoQuery(const std::string& sql, ResultTable& out) override;
 
   private:
-    // Declared in this order so that the connection handle is freed before its environment.
+    // Declared in this order so that the statement handle is freed before its connection, and the connection
+    // before its environment.
     EnvHandle env_;
     DbcHandle dbc_;
+    // One statement handle serves every query: each query reads its rows completely and closes its cursor
+    // before it returns, and allocating a handle costs the driver more than a small statement does.
+    StmtHandle stmt_;
+    // Where cells are read into; it keeps the size of the longest cell so far, not the cells.
+    std::vector<SQLWCHAR> cellBuffer_;
     bool connected_ = false;
 };
 

@@ -26,29 +26,36 @@ void AppendUtf8(std::string& out, char32_t cp) {
     }
 }
 
-void AppendWide(OdbcWideString& out, char32_t cp) {
+// Writes one code point at `out` and returns the position after it.
+SQLWCHAR* PutWide(SQLWCHAR* out, char32_t cp) {
     if (cp >= 0x10000) {
         cp -= 0x10000;
-        out.push_back(static_cast<SQLWCHAR>(0xD800 + (cp >> 10)));
-        out.push_back(static_cast<SQLWCHAR>(0xDC00 + (cp & 0x3FF)));
+        *out++ = static_cast<SQLWCHAR>(0xD800 + (cp >> 10));
+        *out++ = static_cast<SQLWCHAR>(0xDC00 + (cp & 0x3FF));
     } else {
-        out.push_back(static_cast<SQLWCHAR>(cp));
+        *out++ = static_cast<SQLWCHAR>(cp);
     }
+    return out;
 }
 
 }  // namespace
 
 OdbcWideString ToOdbcWide(std::string_view utf8) {
-    OdbcWideString out;
-    out.reserve(utf8.size());
+    // Every statement passes through here, so the text is written in place: no sequence yields more units
+    // than it has bytes, so the result is sized once and trimmed at the end.
+    OdbcWideString out(utf8.size(), SQLWCHAR{0});
+    SQLWCHAR* next = out.data();
     std::size_t i = 0;
     while (i < utf8.size()) {
         const auto lead = static_cast<unsigned char>(utf8[i]);
+        if (lead < 0x80) {
+            *next++ = lead;
+            ++i;
+            continue;
+        }
         std::size_t extra = 0;
         char32_t cp = 0;
-        if (lead < 0x80) {
-            cp = lead;
-        } else if ((lead & 0xE0) == 0xC0) {
+        if ((lead & 0xE0) == 0xC0) {
             extra = 1;
             cp = lead & 0x1F;
         } else if ((lead & 0xF0) == 0xE0) {
@@ -58,12 +65,12 @@ OdbcWideString ToOdbcWide(std::string_view utf8) {
             extra = 3;
             cp = lead & 0x07;
         } else {
-            AppendWide(out, kReplacement);
+            next = PutWide(next, kReplacement);
             ++i;
             continue;
         }
-        if (i + extra >= utf8.size() && extra > 0) {
-            AppendWide(out, kReplacement);
+        if (i + extra >= utf8.size()) {
+            next = PutWide(next, kReplacement);
             break;
         }
         bool valid = true;
@@ -76,13 +83,14 @@ OdbcWideString ToOdbcWide(std::string_view utf8) {
             cp = (cp << 6) | (cont & 0x3F);
         }
         if (!valid || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
-            AppendWide(out, kReplacement);
+            next = PutWide(next, kReplacement);
             ++i;
             continue;
         }
-        AppendWide(out, cp);
+        next = PutWide(next, cp);
         i += extra + 1;
     }
+    out.resize(static_cast<std::size_t>(next - out.data()));
     return out;
 }
 

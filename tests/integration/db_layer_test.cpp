@@ -2,6 +2,9 @@
 // flags, NULLs, text forms of values, connection-string keywords and refused statements.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "db/odbc_connection.h"
 #include "db/recordset.h"
 #include "db/runtime_error.h"
@@ -89,6 +92,68 @@ TEST_F(DbLayerTest, CursorFlagsAtBothEndsAndTwoResultsOpenAtOnce) {
     EXPECT_FALSE(walk.Bof());
     walk.MoveFirst();
     EXPECT_EQ(walk.Fields(0), "1");
+}
+
+// Every value of a one-column result, in order; NULL as "<null>".
+std::vector<std::string> Column(Connection& conn, const std::string& sql) {
+    Recordset rs;
+    rs.Open(sql, conn);
+    std::vector<std::string> values;
+    for (; !rs.Eof(); rs.MoveNext()) {
+        values.push_back(rs.Fields(0).value_or("<null>"));
+    }
+    return values;
+}
+
+// Values are read in pieces through a buffer that the connection keeps and grows: every length around its
+// size, a character of two units split at its edge, and short values after long ones must arrive whole.
+TEST_F(DbLayerTest, ValuesOfEveryLengthArriveWhole) {
+    const std::string smiley = "\xF0\x9F\x98\x80";  // two UTF-16 units
+    const int lengths[] = {0, 1, 254, 255, 256, 257, 511, 512, 513, 4000, 257, 255, 1, 0};
+    for (const int n : lengths) {
+        for (const std::string& tail : {std::string(), std::string("\xC3\xA9"), smiley}) {
+            const std::string sql = "SELECT repeat('a', " + std::to_string(n) + ") || '" + tail + "'";
+            EXPECT_EQ(Column(conn, sql),
+                      std::vector<std::string>{std::string(static_cast<std::size_t>(n), 'a') + tail})
+                << n << " units and a tail of " << tail.size() << " bytes";
+        }
+    }
+}
+
+// The connection runs one statement after another whatever the previous one did: failed, refused, long,
+// with many rows or none.
+TEST_F(DbLayerTest, EachStatementStartsAfreshWhateverThePreviousOneDid) {
+    struct Step {
+        const char* label;
+        std::string sql;
+        bool opens;
+        std::size_t rows;
+    };
+    const Step steps[] = {
+        {"many rows", "SELECT g FROM generate_series(1, 5000) AS g", true, 5000},
+        {"syntax error", "SELECT FROM WHERE", false, 0},
+        {"missing table", "SELECT * FROM TSL.NO_SUCH_TABLE", false, 0},
+        {"one long row", "SELECT repeat('b', 3000), 1", true, 1},
+        {"refused", "SELECT 1; SELECT 2", false, 0},
+        {"no rows", "SELECT layer_id FROM TSL.LAYERS WHERE 1 = 2", true, 0},
+        {"division by zero while executing", "SELECT 1 / 0", false, 0},
+        {"rows again", "SELECT layer_id FROM TSL.LAYERS ORDER BY layer_id", true, 3},
+    };
+    for (const Step& step : steps) {
+        Recordset rs;
+        EXPECT_EQ(rs.OpenSuppressed(step.sql, conn), step.opens) << step.label;
+        EXPECT_EQ(conn.Errors().Count() == 0, step.opens)
+            << step.label << ": " << (conn.Errors().Count() > 0 ? conn.Errors().Item(0).Description : "");
+        if (!step.opens) {
+            continue;
+        }
+        std::size_t rows = 0;
+        for (; !rs.Eof(); rs.MoveNext()) {
+            ++rows;
+        }
+        EXPECT_EQ(rows, step.rows) << step.label;
+        rs.Close();
+    }
 }
 
 TEST_F(DbLayerTest, StatementWithASeparatorIsNeverSent) {
