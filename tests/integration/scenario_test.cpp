@@ -67,11 +67,12 @@ std::vector<std::string> Words(const std::string& line, const std::map<std::stri
     return words;
 }
 
-std::string Mask(std::string text, const std::map<std::string, std::string>& vars) {
+std::string Mask(std::string text, std::map<std::string, std::string> vars) {
     static const std::regex times(
         "(started at |finished at |Generated: |\"started\": |\"finished\": )[^\r\n,]*|"
         "(\"durationMs\": )[0-9.]+");
     text = std::regex_replace(text, times, "$1$2<time>");
+    vars.emplace(", port {port}", ", port " + vars.at("{port}"));  // in the driver's messages
     for (const auto& [name, value] : vars) {
         for (std::size_t at = text.find(value); value.size() > 8 && at != std::string::npos;
              at = text.find(value, at)) {
