@@ -82,7 +82,13 @@ std::string Mask(std::string text, std::map<std::string, std::string> vars) {
     return text;
 }
 
-// Runs the scenario's lines in order and returns the transcript of its runs.
+// Runs the scenario's lines in order and returns the transcript of its runs. A line is one of
+//   db NAME FILE...     a new database from fixture files      load NAME FILE...  more files into it
+//   sql NAME SQL        statements through psql                query NAME SQL     its value, into the
+//   transcript trace               later runs list the statements sent    fingerprint NAME   later runs must
+//   not change it run ARG...          a headless run: {NAME} is that database's connection string, {report}
+//   and {json}
+//                       files whose contents join the transcript, {port} the server's port
 std::string Play(const std::string& scenario) {
     const PgCluster& pg = PgCluster::Shared();
     testsupport::TempFolder folder;
