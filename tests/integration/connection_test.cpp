@@ -1,5 +1,5 @@
-// The connect button and "Query DBMS" against the real driver: connect and disconnect, the error box of a
-// failed open, what a disconnect after a run asks and discards, and the server type read from each layout.
+// The connect button and "Query DBMS" against the real driver: the error box of a failed or malformed
+// connection string (the model stays usable), and the server type and version read from each layout.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -20,7 +20,7 @@ const PgCluster& Cluster() {
     static const bool built = [] {
         const PgCluster& pg = PgCluster::Shared();
         pg.CreateDatabase("conn6", {"tessel_schema.sql", "healthy_version.sql"});
-        for (const char* database : {"detect6_db2", "detect6_desc", "detect6_fail"}) {
+        for (const char* database : {"detect6_db2", "detect6_desc"}) {
             pg.CreateDatabase(database, {"tessel_schema.sql"});
             pg.Execute(database, "INSERT INTO tsl.version VALUES (9, 1, 2, 0, 'Tessel 9.1 for IBM DB2 UDB')");
         }
@@ -36,128 +36,133 @@ const PgCluster& Cluster() {
 
 class ConnectButton : public ::testing::Test {
   protected:
-    ConnectButton() : state(ui) {
-        EXPECT_TRUE(StartUp(state));
-        ConnectionStringChanged(state, Cluster().ConnectionString("conn6"));
-        SetSystemTableDatabase(state, "gis");
-    }
-
-    // Connects with `systemDatabase` as typed into the logon dialog, then presses "Query DBMS" over an
-    // earlier choice that detection must not keep.
-    void Detect(const std::string& database, const std::string& systemDatabase) {
-        ui.shown.clear();
-        ConnectionStringChanged(state, Cluster().ConnectionString(database));
-        SetSystemTableDatabase(state, systemDatabase);
-        ConnectToDbms(state);
-        ASSERT_NE(state.g_pAdoConn, nullptr) << testing::PrintToString(ui.Lines());
-        state.selectedDbms = DbmsOption::Informix;
-        state.txtMajorVersion = state.txtMinorVersion = state.txtBugfix = "7";
-        QueryDbmsType(state);
-    }
-    std::string Boxes() const {
-        return state.txtMajorVersion + "." + state.txtMinorVersion + "." + state.txtBugfix;
-    }
+    ConnectButton() : state(ui) { EXPECT_TRUE(StartUp(state)); }
 
     testsupport::RecordingInteraction ui;
     MainState state;
 };
 
-TEST_F(ConnectButton, AFailedOpenShowsTheDriversMessagesAndTheNextClickTriesAgain) {
+// Every bad string gives one box that says what is wrong, twice on two clicks, and the same model then
+// connects with a good string. Strings beyond ODBC's 16-bit length are refused, not cut short.
+TEST_F(ConnectButton, EveryBadStringIsOneClearBoxAndTheModelStaysUsable) {
+    const std::string good = Cluster().ConnectionString("conn6");
     const std::pair<std::string, std::string> cases[] = {
         {"Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=1;Database=conn6;UID=tabvet;PWD=;",
-         ">>>> Err#101: connection to server at \"127.0.0.1\", port 1 failed: Connection refused\n"
+         "Errors:\r\n\r\n>>>> Err#101: connection to server at \"127.0.0.1\", port 1 failed: Connection "
+         "refused\n"
          "\tIs the server running on that host and accepting TCP/IP connections?\n"},
         {kCannedConnectionString,
-         ">>>> Err#0: [unixODBC][Driver Manager]Can't open lib 'Oracle in OraHome90' : file not found"},
+         "Errors:\r\n\r\n>>>> Err#0: [unixODBC][Driver Manager]Can't open lib 'Oracle in OraHome90' : file "
+         "not found"},
+        {"Driver={PostgreSQL Unicode;Servername=127.0.0.1;",
+         "Can't open lib 'PostgreSQL Unicode;Servername=127.0.0.1;'"},
+        {"Driver=}PostgreSQL Unicode{;", "Can't open lib '}PostgreSQL Unicode{'"},
+        {";;;", "Data source name not found"},
+        {"=;=;Driver=;", "Err#101: connection to server"},
+        {"Provider=MSDASQL;", "Data source name not found"},
+        {"Driver=No Such Driver 9;Server=x;", "Can't open lib 'No Such Driver 9'"},
+        {"DSN=no_such_source;", "Data source name not found"},
+        {std::string("Driver=PostgreSQL\x01\x7f Unicode;"), "Can't open lib"},
+        {good + "X=" + std::string(40000, 'x'), "ODBC accepts at most 32767"},
+        {std::string(65536, ';'), "The connection string is 65536 characters long"},
+        {good + std::string(65536 - good.size(), 'y'), "The connection string is 65536 characters long"},
+        {good + "X=" + std::string(32767 - good.size() - 2, 'z'), ""},  // just within the limit: connects
     };
-    for (const auto& [connectionString, errors] : cases) {
+    for (const auto& [connectionString, message] : cases) {
+        SCOPED_TRACE(connectionString.substr(0, 80));
         ConnectionStringChanged(state, connectionString);
-        for (int click = 1; click <= 2; ++click) {
+        for (int click = 1; click <= (message.empty() ? 1 : 2); ++click) {
             ui.shown.clear();
             ConnectButtonClick(state);
-            EXPECT_EQ(ui.Lines(),
-                      std::vector<std::string>{"Error connecting to DBMS: Errors:\r\n\r\n" + errors});
-            EXPECT_EQ(ui.shown[0].icon, MsgIcon::Exclamation);
-            EXPECT_EQ(state.cmdConnectCaption + (state.cmdBuildStringEnabled ? " build" : ""),
-                      "Connect build");
+            EXPECT_EQ(state.g_pAdoConn == nullptr, !message.empty()) << testing::PrintToString(ui.Lines());
+            ASSERT_EQ(ui.shown.size(), message.empty() ? 0u : 1u);
+            if (!message.empty()) {
+                EXPECT_EQ(ui.shown[0].title, "Error connecting to DBMS");
+                EXPECT_EQ(ui.shown[0].icon, MsgIcon::Exclamation);
+                EXPECT_EQ(ui.shown[0].text.rfind("Errors:\r\n\r\n>>>> Err#", 0), 0u) << ui.shown[0].text;
+                EXPECT_TRUE(message.rfind("Errors:", 0) == 0
+                                ? ui.shown[0].text == message
+                                : ui.shown[0].text.find(message) != std::string::npos)
+                    << ui.shown[0].text.substr(0, 300);
+                EXPECT_EQ(state.cmdConnectCaption + (state.cmdBuildStringEnabled ? " build" : ""),
+                          "Connect build");
+            }
         }
+        if (state.g_pAdoConn == nullptr) {
+            ConnectionStringChanged(state, good);
+            ConnectButtonClick(state);
+            ASSERT_NE(state.g_pAdoConn, nullptr) << testing::PrintToString(ui.Lines());
+        }
+        ConnectButtonClick(state);
+        EXPECT_EQ(state.g_pAdoConn, nullptr);
     }
 }
 
-// In PostgreSQL the DB2 style reads VERSION only when it names the connected database, the SQL Server
-// layout only through its own style, and without a database name only the Oracle style reads it.
-TEST_F(ConnectButton, QueryDbmsReadsEachLayoutAndLeavesTheNamerReadyForTheTests) {
+// DB2 style reads VERSION only when it names the connected database, the SQL Server layout only through its
+// own style, and without a database name only the Oracle style reads it. The description decides the type
+// ("ORA" inside "Storage" too); without a complete VERSION row everything stays empty.
+TEST_F(ConnectButton, QueryDbmsReadsEachLayoutAndTheDescriptionDecidesTheType) {
+    const std::string unable = "Unexpected Condition: Unable to determine type of database. Sorry.";
+    const std::string cannotParse =
+        "Cannot parse DBMS description: Cannot determine DBMS type.  Please select it manually.";
     const struct {
         const char* database;
         const char* systemDatabase;
+        std::optional<std::string> change;
         DbmsOption option;
+        const char* boxes;
+        std::string message;
         const char* layersName;
     } cases[] = {
-        {"detect6_db2", "detect6_db2", DbmsOption::DB2, "DETECT6_DB2.TSL.LAYERS"},
-        {"detect6_mss", "detect6_mss", DbmsOption::SqlServer, "DETECT6_MSS.TSL.tsl_LAYERS"},
-        {"conn6", "", DbmsOption::Oracle, "TSL.LAYERS"},
-        {"conn6", "elsewhere", DbmsOption::Oracle, "TSL.LAYERS"},
+        {"detect6_db2", "detect6_db2", {}, DbmsOption::DB2, "9.1.2", "", "DETECT6_DB2.TSL.LAYERS"},
+        {"detect6_mss", "detect6_mss", {}, DbmsOption::SqlServer, "9.1.2", "", "DETECT6_MSS.TSL.tsl_LAYERS"},
+        {"conn6", "", {}, DbmsOption::Oracle, "9.0.0", "", "TSL.LAYERS"},
+        {"conn6", "elsewhere", {}, DbmsOption::Oracle, "9.0.0", "", "TSL.LAYERS"},
+        {"detect6_desc", "", "'TESSEL 9.1 FOR ORACLE9I'", DbmsOption::Oracle, "9.1.2", "", nullptr},
+        {"detect6_desc", "", "'Tessel for InFoRmIx Dynamic Server'", DbmsOption::Informix, "9.1.2", "",
+         nullptr},
+        {"detect6_desc", "", "'tessel 9.1 for ibm db2 udb'", DbmsOption::DB2, "9.1.2", "", nullptr},
+        {"detect6_desc", "", "'Tessel for Microsoft Sql Server'", DbmsOption::SqlServer, "9.1.2", "",
+         nullptr},
+        {"detect6_desc", "", "'SQL edition for DB2'", DbmsOption::DB2, "9.1.2", "", nullptr},
+        {"detect6_desc", "", "'Tessel for SQL Server, Storage edition'", DbmsOption::Oracle, "9.1.2", "",
+         nullptr},
+        {"detect6_desc", "", "'Informix SQL'", DbmsOption::Informix, "9.1.2", "", nullptr},
+        {"detect6_desc", "", "'Tessel 9.1 Build 7'", DbmsOption::None, "9.1.2", cannotParse, nullptr},
+        {"detect6_desc", "", "NULL", DbmsOption::None, "9.1.2", cannotParse, nullptr},
+        {"detect6_desc", "detect6_desc", "NULL, major = NULL", DbmsOption::None, "..", unable, nullptr},
+        {"detect6_desc", "detect6_desc", "NULL, major = 9, bugfix = NULL", DbmsOption::None, "..", unable,
+         nullptr},
+        {"detect6_desc", "detect6_desc", "DELETE", DbmsOption::None, "..", unable, nullptr},
+        {"detect6_none", "detect6_none", {}, DbmsOption::None, "..", unable, nullptr},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.database) + " named '" + c.systemDatabase + "'");
-        Detect(c.database, c.systemDatabase);
-        EXPECT_TRUE(ui.shown.empty()) << testing::PrintToString(ui.Lines());
-        EXPECT_EQ(state.selectedDbms, c.option);
-        EXPECT_EQ(Boxes(), c.option == DbmsOption::Oracle ? "9.0.0" : "9.1.2");
-        EXPECT_EQ(state.g_QDON->TslSystemTable("LAYERS"), c.layersName);
-        Recordset probe;
-        EXPECT_TRUE(probe.OpenSuppressed(state.g_QDON->SqlToFindTable(c.layersName), *state.g_pAdoConn));
-        ASSERT_TRUE(DisconnectFromDbms(state));
-    }
-}
-
-TEST_F(ConnectButton, TheDescriptionDecidesTheType) {
-    const std::pair<std::optional<std::string>, DbmsOption> cases[] = {
-        {"TESSEL 9.1 FOR ORACLE9I", DbmsOption::Oracle},
-        {"Tessel for InFoRmIx Dynamic Server", DbmsOption::Informix},
-        {"tessel 9.1 for ibm db2 udb", DbmsOption::DB2},
-        {"Tessel for Microsoft Sql Server", DbmsOption::SqlServer},
-        {"SQL edition for DB2", DbmsOption::DB2},
-        {"Tessel for SQL Server, Storage edition", DbmsOption::Oracle},  // "ORA" inside "Storage"
-        {"Informix SQL", DbmsOption::Informix},
-        {"Tessel 9.1 Build 7", DbmsOption::None},
-        {std::nullopt, DbmsOption::None},
-    };
-    for (const auto& [description, option] : cases) {
-        SCOPED_TRACE(description.value_or("NULL"));
-        Cluster().Execute("detect6_desc", "UPDATE tsl.version SET description = " +
-                                              (description ? "'" + *description + "'" : std::string("NULL")));
-        Detect("detect6_desc", "");
-        EXPECT_EQ(ui.Lines(),
-                  option == DbmsOption::None
-                      ? std::vector<std::string>{"Cannot parse DBMS description: Cannot determine "
-                                                 "DBMS type.  Please select it manually."}
-                      : std::vector<std::string>{});
-        EXPECT_EQ(state.selectedDbms, option);
-        EXPECT_EQ(state.g_QDON->DbmsTypeCode(), DbmsTypeCodeOf(option));  // 1 when nothing is named
-        EXPECT_EQ(Boxes(), "9.1.2");
-        ASSERT_TRUE(DisconnectFromDbms(state));
-    }
-}
-
-TEST_F(ConnectButton, NoCompleteVersionRowLeavesEverythingEmpty) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"detect6_fail", "UPDATE tsl.version SET major = NULL"},
-        {"detect6_fail", "UPDATE tsl.version SET major = 9, bugfix = NULL"},
-        {"detect6_fail", "DELETE FROM tsl.version"},
-        {"detect6_none", nullptr},
-    };
-    for (const auto& [database, change] : cases) {
-        SCOPED_TRACE(change ? change : "no VERSION");
-        if (change != nullptr) {
-            Cluster().Execute(database, change);
+        SCOPED_TRACE(std::string(c.database) + " " + c.change.value_or(""));
+        if (c.change) {
+            Cluster().Execute(c.database, *c.change == "DELETE"
+                                              ? "DELETE FROM tsl.version"
+                                              : "UPDATE tsl.version SET description = " + *c.change);
         }
-        Detect(database, database);  // both the DB2 and the Oracle style reach VERSION where it exists
-        EXPECT_EQ(ui.Lines(), std::vector<std::string>{
-                                  "Unexpected Condition: Unable to determine type of database. Sorry."});
-        EXPECT_EQ(state.selectedDbms, DbmsOption::None);
-        EXPECT_EQ(state.g_QDON->DbmsTypeCode(), dbtype::kSqlServer);  // the last style tried
-        EXPECT_EQ(Boxes(), "..");
+        ConnectionStringChanged(state, Cluster().ConnectionString(c.database));
+        SetSystemTableDatabase(state, c.systemDatabase);
+        ConnectToDbms(state);
+        ASSERT_NE(state.g_pAdoConn, nullptr) << testing::PrintToString(ui.Lines());
+        ui.shown.clear();
+        state.selectedDbms = DbmsOption::Informix;  // an earlier choice that detection must not keep
+        state.txtMajorVersion = state.txtMinorVersion = state.txtBugfix = "7";
+        QueryDbmsType(state);
+        EXPECT_EQ(ui.Lines(),
+                  c.message.empty() ? std::vector<std::string>{} : std::vector<std::string>{c.message});
+        EXPECT_EQ(state.selectedDbms, c.option);
+        // The namer is left on code 1 when nothing is named, on the last style tried when nothing was read.
+        EXPECT_EQ(state.g_QDON->DbmsTypeCode(),
+                  c.boxes[0] == '.' ? dbtype::kSqlServer : DbmsTypeCodeOf(c.option));
+        EXPECT_EQ(state.txtMajorVersion + "." + state.txtMinorVersion + "." + state.txtBugfix, c.boxes);
+        if (c.layersName != nullptr) {
+            EXPECT_EQ(state.g_QDON->TslSystemTable("LAYERS"), c.layersName);
+            Recordset probe;
+            EXPECT_TRUE(probe.OpenSuppressed(state.g_QDON->SqlToFindTable(c.layersName), *state.g_pAdoConn));
+        }
         ASSERT_TRUE(DisconnectFromDbms(state));
     }
 }

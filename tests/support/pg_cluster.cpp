@@ -2,18 +2,77 @@
 // initdb, ports and psql; this side only reads the state file and turns failures into exceptions.
 #include "support/pg_cluster.h"
 
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <utility>
 
-#include "support/pg_subprocess.h"
+extern char** environ;
 
 namespace tabvet::testsupport {
 namespace {
+
+// Starts argv (searched in PATH) without a shell, so names are never re-parsed; `dups` become its descriptors
+// (dup2 clears close-on-exec on the copy, so only those reach the child).
+pid_t Spawn(const std::vector<std::string>& argv, const std::vector<std::pair<int, int>>& dups,
+            bool newSession) {
+    std::vector<char*> args;
+    for (const std::string& arg : argv) {
+        args.push_back(const_cast<char*>(arg.c_str()));  // posix_spawn's signature predates const
+    }
+    args.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    for (const auto& [from, to] : dups) {
+        posix_spawn_file_actions_adddup2(&actions, from, to);
+    }
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, newSession ? POSIX_SPAWN_SETSID : 0);
+    pid_t pid = 0;
+    const int error = ::posix_spawnp(&pid, args[0], &actions, &attributes, args.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    if (error != 0) {
+        throw std::runtime_error("cannot start " + argv[0] + ": " + std::strerror(error));
+    }
+    return pid;
+}
+
+// Runs argv and returns its exit status (128 + signal when killed) and its output and errors, interleaved.
+std::pair<int, std::string> RunProcess(const std::vector<std::string>& argv) {
+    int fds[2];
+    if (::pipe2(fds, O_CLOEXEC) != 0) {
+        throw std::runtime_error("pipe failed");
+    }
+    const int devNull = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const pid_t pid =
+        Spawn(argv, {{devNull, STDIN_FILENO}, {fds[1], STDOUT_FILENO}, {fds[1], STDERR_FILENO}}, false);
+    ::close(devNull);
+    ::close(fds[1]);  // the child holds the only write end now, so reading ends when it exits
+    std::string output;
+    char buffer[4096];
+    for (ssize_t got; (got = ::read(fds[0], buffer, sizeof buffer)) != 0;) {
+        if (got > 0) {
+            output.append(buffer, static_cast<std::size_t>(got));
+        } else if (errno != EINTR) {
+            break;
+        }
+    }
+    ::close(fds[0]);
+    int status = 0;
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output};
+}
 
 int ReadPort(const std::string& stateFile) {
     std::ifstream in(stateFile);
@@ -44,8 +103,16 @@ PgCluster::PgCluster(std::string stateFile, bool ownsCluster)
     : stateFile_(std::move(stateFile)), ownsCluster_(ownsCluster) {
     if (ownsCluster_) {
         // Should the destructor never run, the watchdog stops the cluster once this process has ended.
-        StartWatchdog({"bash", "-c", "cat >/dev/null; exec bash \"$0\" stop \"$1\"", TABVET_PG_CLUSTER_SCRIPT,
-                       stateFile_});
+        // It reads its standard input, a pipe whose write end only this process holds (close-on-exec), in a
+        // session of its own so that Ctrl-C at the terminal spares it.
+        int fds[2];
+        if (::pipe2(fds, O_CLOEXEC) != 0) {
+            throw std::runtime_error("pipe failed");
+        }
+        Spawn({"bash", "-c", "cat >/dev/null; exec bash \"$0\" stop \"$1\"", TABVET_PG_CLUSTER_SCRIPT,
+               stateFile_},
+              {{fds[0], STDIN_FILENO}}, true);
+        ::close(fds[0]);
         RunScript({"start", stateFile_});
     }
     port_ = ReadPort(stateFile_);
@@ -64,12 +131,12 @@ PgCluster::~PgCluster() {
 std::string PgCluster::RunScript(const std::vector<std::string>& arguments) const {
     std::vector<std::string> argv{"bash", TABVET_PG_CLUSTER_SCRIPT};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    ProcessResult result = RunProcess(argv);
-    if (result.exitCode != 0) {
-        throw std::runtime_error("pg_cluster.sh " + arguments[0] + " failed (" +
-                                 std::to_string(result.exitCode) + "):\n" + result.output);
+    auto [status, output] = RunProcess(argv);
+    if (status != 0) {
+        throw std::runtime_error("pg_cluster.sh " + arguments[0] + " failed (" + std::to_string(status) +
+                                 "):\n" + output);
     }
-    return std::move(result.output);
+    return output;
 }
 
 std::string PgCluster::ConnectionString(const std::string& database) const {

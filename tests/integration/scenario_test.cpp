@@ -1,0 +1,214 @@
+// Whole headless runs against real databases, as data: each tests/fixtures/scenarios/<name>.txt builds its
+// databases and runs tabvet; the transcript must equal tests/fixtures/expected/<name>.txt byte for byte.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <regex>
+#include <sstream>
+
+#include "app/headless_run.h"
+#include "db/statement_guard.h"
+#include "support/mini_json.h"
+#include "support/pg_cluster.h"
+#include "support/temp_folder.h"
+
+namespace tabvet {
+namespace {
+
+namespace fs = std::filesystem;
+using testsupport::FixturePath;
+using testsupport::PgCluster;
+using testsupport::ReadBytes;
+
+// Set before the first statement of the process: the trace file is read once.
+const testsupport::TempFolder kTraceFolder;
+const std::string kTrace = [] {
+    const std::string path = kTraceFolder.File("trace.txt");
+    ::setenv("TABVET_STATEMENT_TRACE", path.c_str(), 1);
+    return path;
+}();
+
+// An md5 of every table's rows and grants and the names of every object, schema and function.
+constexpr const char* kFingerprintSql = R"(
+SELECT md5(string_agg(line, E'\n' ORDER BY line)) FROM (
+  SELECT n.nspname || '.' || c.relname || ' ' || c.relkind::text || ' ' || coalesce(c.relacl::text, '') || ' ' ||
+         CASE WHEN c.relkind IN ('r', 'm', 'S') THEN (xpath('/row/h/text()', query_to_xml(format(
+            'SELECT md5(coalesce(string_agg(ROW(t.*)::text, E''\n'' ORDER BY ROW(t.*)::text), '''')) AS h FROM %I.%I t',
+            n.nspname, c.relname), false, true, '')))[1]::text ELSE '' END AS line
+    FROM pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace
+   WHERE n.nspname NOT IN ('pg_catalog', 'information_schema') AND n.nspname NOT LIKE 'pg_toast%'
+  UNION ALL SELECT 'schema ' || nspname || ' ' || coalesce(nspacl::text, '') FROM pg_namespace
+  UNION ALL SELECT 'function ' || p.oid::regprocedure::text FROM pg_proc p
+   WHERE p.pronamespace NOT IN ('pg_catalog'::regnamespace, 'information_schema'::regnamespace)
+) lines)";
+
+// Words of a run line; "..." keeps blanks, {name} becomes that database's connection string.
+std::vector<std::string> Words(const std::string& line, const std::map<std::string, std::string>& vars) {
+    std::vector<std::string> words;
+    for (std::size_t i = 0; i < line.size();) {
+        if (line[i] == ' ') {
+            ++i;
+            continue;
+        }
+        const bool quoted = line[i] == '"';
+        const std::size_t end = line.find(quoted ? '"' : ' ', i + 1);
+        std::string word =
+            line.substr(i + (quoted ? 1 : 0), end == std::string::npos ? end : end - i - quoted);
+        for (const auto& [name, value] : vars) {
+            for (std::size_t at = word.find(name); at != std::string::npos; at = word.find(name, at + 1)) {
+                word.replace(at, name.size(), value);
+            }
+        }
+        words.push_back(word);
+        i = end == std::string::npos ? line.size() : end + 1;
+    }
+    return words;
+}
+
+std::string Mask(std::string text, std::map<std::string, std::string> vars) {
+    static const std::regex times(
+        "(started at |finished at |Generated: |\"started\": |\"finished\": )[^\r\n,]*|"
+        "(\"durationMs\": )[0-9.]+");
+    text = std::regex_replace(text, times, "$1$2<time>");
+    vars.emplace(", port {port}", ", port " + vars.at("{port}"));  // in the driver's messages
+    for (const auto& [name, value] : vars) {
+        for (std::size_t at = text.find(value); value.size() > 8 && at != std::string::npos;
+             at = text.find(value, at)) {
+            text.replace(at, value.size(), name);
+        }
+    }
+    return text;
+}
+
+// Runs the scenario's lines in order and returns the transcript of its runs. A line is one of
+//   db NAME FILE...     a new database from fixture files      load NAME FILE...  more files into it
+//   sql NAME SQL        statements through psql                query NAME SQL     its value, into the
+//   transcript trace               later runs list the statements sent    fingerprint NAME   later runs must
+//   not change it run ARG...          a headless run: {NAME} is that database's connection string, {report}
+//   and {json}
+//                       files whose contents join the transcript, {port} the server's port
+std::string Play(const std::string& scenario) {
+    const PgCluster& pg = PgCluster::Shared();
+    testsupport::TempFolder folder;
+    std::map<std::string, std::string> vars{{"{report}", folder.File("report.txt")},
+                                            {"{json}", folder.File("results.json")},
+                                            {"{port}", std::to_string(pg.Port())}};
+    // Longer than any report: a file that is not truncated, or not written, shows.
+    const std::string stale(50000, '#');
+    std::vector<std::string> fingerprinted;
+    bool trace = false;
+    std::ostringstream transcript;
+    std::istringstream lines(ReadBytes(FixturePath("scenarios/" + scenario + ".txt")));
+    for (std::string line; std::getline(lines, line);) {
+        const std::string verb = line.substr(0, line.find(' '));
+        const std::string rest = line.size() > verb.size() ? line.substr(verb.size() + 1) : "";
+        const std::string db = rest.substr(0, rest.find(' '));
+        const std::string tail = rest.size() > db.size() ? rest.substr(db.size() + 1) : "";
+        if (verb == "db" || verb == "load") {  // db NAME FILE...: a new database; load: files into one
+            std::vector<std::string> files = Words(tail, {});
+            vars["{" + db + "}"] = pg.ConnectionString(db);
+            if (verb == "db") {
+                pg.CreateDatabase(db, files);
+            } else {
+                std::string sql;
+                for (const std::string& file : files) {
+                    sql += ReadBytes(FixturePath(file));
+                }
+                pg.Execute(db, sql);
+            }
+        } else if (verb == "sql") {
+            pg.Execute(db, tail);
+        } else if (verb == "query") {  // query NAME SQL: its value goes into the transcript
+            transcript << "? " << tail << "\n" << pg.QueryValue(db, tail) << "\n";
+        } else if (verb == "trace") {
+            trace = true;
+        } else if (verb == "fingerprint") {  // every later run must leave these databases as they were
+            fingerprinted.push_back(db);
+        } else if (verb == "run") {
+            std::vector<std::string> before;
+            for (const std::string& name : fingerprinted) {
+                before.push_back(pg.QueryValue(name, kFingerprintSql));
+            }
+            testsupport::WriteBytes(vars["{report}"], stale);
+            testsupport::WriteBytes(vars["{json}"], stale);
+            const auto traced = fs::exists(kTrace) ? fs::file_size(kTrace) : 0;
+            std::ostringstream out;
+            std::ostringstream err;
+            const int status = RunHeadless(Words(rest, vars), out, err);
+            transcript << "$ tabvet " << rest << "\nexit " << status << "\n--- stdout\n"
+                       << out.str() << "--- stderr\n"
+                       << err.str();
+            const std::string statements = fs::exists(kTrace) ? ReadBytes(kTrace).substr(traced) : "";
+            std::istringstream sent(statements);
+            for (std::string sql; std::getline(sent, sql);) {
+                EXPECT_TRUE(IsSingleStatement(sql)) << "reached the server: " << sql;
+            }
+            if (trace) {
+                transcript << "--- statements\n" << statements;
+            }
+            for (const std::string file : {"report", "json"}) {
+                const std::string text = ReadBytes(vars["{" + file + "}"]);
+                if (rest.find("{" + file + "}") != std::string::npos) {
+                    transcript << "--- " << file << "\n" << (text == stale ? "(not written)\n" : text);
+                }
+                if (file == "json" && text != stale) {
+                    EXPECT_NO_THROW((void)testsupport::JsonParser::Parse(text)) << text.substr(0, 500);
+                }
+            }
+            for (std::size_t i = 0; i < fingerprinted.size(); ++i) {
+                EXPECT_EQ(pg.QueryValue(fingerprinted[i], kFingerprintSql), before[i])
+                    << fingerprinted[i] << " changed under: " << rest;
+            }
+        } else if (!line.empty() && line[0] != '#') {
+            ADD_FAILURE() << "unknown scenario line: " << line;
+        }
+    }
+    return Mask(transcript.str(), vars);
+}
+
+std::vector<std::string> Scenarios() {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(FixturePath("scenarios"))) {
+        if (entry.path().extension() == ".txt") {
+            names.push_back(entry.path().stem().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+class Scenario : public ::testing::TestWithParam<std::string> {};
+
+// TABVET_UPDATE_EXPECTED=1 rewrites the expected file: a tool for new scenarios, to be read before
+// committing.
+TEST_P(Scenario, TranscriptMatchesExpectedFile) {
+    const std::string got = Play(GetParam());
+    const std::string path = FixturePath("expected/" + GetParam() + ".txt");
+    if (const char* update = std::getenv("TABVET_UPDATE_EXPECTED"); update != nullptr && *update == '1') {
+        testsupport::WriteBytes(path, got);
+    }
+    const std::string expected = fs::exists(path) ? ReadBytes(path) : "";
+    if (got == expected) {
+        return;
+    }
+    std::istringstream a(expected);
+    std::istringstream b(got);
+    std::string lineA;
+    std::string lineB;
+    for (int n = 1;; ++n) {
+        const bool moreA = static_cast<bool>(std::getline(a, lineA));
+        const bool moreB = static_cast<bool>(std::getline(b, lineB));
+        if (lineA != lineB || moreA != moreB || (!moreA && !moreB)) {
+            FAIL() << path << " differs at line " << n << "\nexpected: " << (moreA ? lineA : "<end>")
+                   << "\nactual:   " << (moreB ? lineB : "<end>");
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Scenario, ::testing::ValuesIn(Scenarios()),
+                         [](const auto& info) { return info.param; });
+
+}  // namespace
+}  // namespace tabvet

@@ -1,0 +1,356 @@
+// The server stopped or tabvet's session ended under a run, at exact points and before every statement in
+// turn: the run finishes, earlier tests keep their healthy verdicts, later ones report the driver's error,
+// the report holds everything, and the same model reconnects. SessionFaultSweep leaves the server up.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <sstream>
+#include <thread>
+
+#include "db/connection_handling.h"
+#include "db/recordset.h"
+#include "db/server_type_detection.h"
+#include "db/server_type_selection.h"
+#include "framework/test_run.h"
+#include "headless_run.h"
+#include "report/report_writer.h"
+#include "startup.h"
+#include "support/fault_injecting_connection.h"
+#include "support/pg_cluster.h"
+#include "support/recording_interaction.h"
+#include "support/temp_folder.h"
+
+namespace tabvet {
+namespace {
+
+using testsupport::FaultInjectingConnection;
+using testsupport::PgCluster;
+
+constexpr const char* kLost = ">>>> Err#35: ";  // every statement after the loss
+constexpr const char* kSleepy = "fault_run_sleepy";
+constexpr const char* kOrphLyr = "LAYERS entries exist as tables or views";
+constexpr const char* kIndexAnalysis = "Tessel for Oracle Compressed Binary format complete";
+
+// The demo schema has every kind of verdict, orphaned-entry probes and whole compressed-binary layers. Its
+// sleepy twin reads LAYERS through a view that takes half a second a row, so a statement can be caught
+// running.
+const PgCluster& Cluster() {
+    static const bool built = [] {
+        const PgCluster& pg = PgCluster::Shared();
+        for (const char* database : {"fault_run", "fault_sweep", kSleepy}) {
+            pg.CreateDatabase(database,
+                              {"tessel_schema.sql", "oracle_dictionary.sql", "demo/demo_schema.sql"});
+        }
+        pg.Execute(kSleepy,
+                   "ALTER TABLE tsl.layers RENAME TO layers_data; CREATE VIEW tsl.layers AS SELECT d.* "
+                   "FROM tsl.layers_data d, LATERAL (SELECT pg_sleep(0.5)) s;");
+        return true;
+    }();
+    static_cast<void>(built);
+    return PgCluster::Shared();
+}
+
+std::atomic<bool> serverStopped{false};
+void StopServer() {
+    Cluster().StopServer();
+    serverStopped = true;
+}
+void StartServer() {
+    Cluster().StartServer();
+    serverStopped = false;
+}
+
+// Ends a server session from another one, as another administrator would, waiting until it has ended.
+void EndSession(const std::string& pid) {
+    static FaultInjectingConnection admin;
+    if (admin.State() != Connection::kStateOpen) {
+        ASSERT_TRUE(admin.Open(Cluster().ConnectionString("postgres")));
+    }
+    Recordset rs;
+    if (!rs.OpenSuppressed("SELECT pg_terminate_backend(" + pid + ", 10000)", admin)) {
+        admin.Close();  // a server restart took the admin session too
+        EndSession(pid);
+    }
+}
+
+// A verdict of a test that failed with the lost connection.
+bool Lost(const std::string& details) {
+    return details.rfind("FAILED ", 0) == 0 && details.find(kLost) != std::string::npos;
+}
+
+bool EndsWith(const std::string& text, const std::string& tail) {
+    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+// The window's model connected as Oracle 9.0 through a connection that breaks on cue.
+struct Session {
+    explicit Session(const std::string& database) : state(ui) {
+        EXPECT_TRUE(StartUp(state));
+        state.now = [] { return std::string("<now>"); };
+        state.newConnection = [this] {
+            auto made = std::make_unique<FaultInjectingConnection>();
+            conn = made.get();
+            return made;
+        };
+        ConnectionStringChanged(state, Cluster().ConnectionString(database));
+    }
+    void Connect() {
+        if (state.g_pAdoConn == nullptr) {
+            ConnectToDbms(state);
+        }
+        ASSERT_NE(state.g_pAdoConn, nullptr) << testing::PrintToString(ui.Lines());
+        OptionClick(state, DbmsOption::Oracle);
+        state.txtMajorVersion = "9";
+        state.txtMinorVersion = state.txtBugfix = "0";
+    }
+    // Name and result text of every test, failed ones marked.
+    std::vector<std::pair<std::string, std::string>> Verdicts() const {
+        std::vector<std::pair<std::string, std::string>> verdicts;
+        for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
+            const IAdoTest& test = *state.g_pTestCollection->Item(i);
+            verdicts.emplace_back(test.Name(), (test.Pass() ? "" : "FAILED ") + test.ResultDetails());
+        }
+        return verdicts;
+    }
+    std::string Report() const {
+        testsupport::TempFolder folder;
+        ReportFile file = ReportFile::Open(folder.File("report.txt"));
+        EXPECT_TRUE(CreateReportInFile(state, file));
+        file.Close();
+        return testsupport::ReadBytes(folder.File("report.txt"));
+    }
+    // Disconnecting after a run asks first (the answer is OK) and must not wait on the dead server.
+    void Disconnect() {
+        const auto started = std::chrono::steady_clock::now();
+        EXPECT_TRUE(DisconnectFromDbms(state));
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
+        EXPECT_EQ(state.cmdConnectCaption, "Connect");
+    }
+
+    testsupport::RecordingInteraction ui;
+    MainState state;
+    FaultInjectingConnection* conn = nullptr;
+};
+
+struct Healthy {
+    std::vector<std::pair<std::string, std::string>> verdicts;
+    std::size_t statements;
+};
+Healthy HealthyRun(const std::string& database) {
+    Session session(database);
+    session.Connect();
+    ProcessRunTests(session.state);
+    session.Disconnect();
+    return {session.Verdicts(), session.conn->Sent().size()};
+}
+
+// Runs with `fault` before the first statement `trigger` picks; returns the test it struck. Before that test
+// every verdict is the healthy one; from it on every test failed with the lost connection.
+std::string RunWithFault(Session& session, const Healthy& healthy, FaultInjectingConnection::Trigger trigger,
+                         const std::function<void(const std::string& pid)>& fault) {
+    const std::string pid = session.conn->BackendPid();
+    std::string struck;
+    session.conn->InjectBefore(std::move(trigger), [&] {
+        struck = session.state.stsRunFeedback.substr(session.state.stsRunFeedback.find(": ") + 2);
+        fault(pid);
+    });
+    EXPECT_NO_THROW(ProcessRunTests(session.state));
+    EXPECT_TRUE(session.conn->Injected());
+    EXPECT_EQ(session.state.stsRunFeedback, "Testing complete.");
+    EXPECT_TRUE(EndsWith(session.state.rtbStatus, "\r\nTest run finished at <now>"));
+    const auto verdicts = session.Verdicts();
+    bool faulted = false;
+    for (std::size_t i = 0; i < verdicts.size(); ++i) {
+        faulted = faulted || verdicts[i].first == struck;
+        if (faulted) {
+            EXPECT_TRUE(Lost(verdicts[i].second)) << verdicts[i].first << ": " << verdicts[i].second;
+        } else {
+            EXPECT_EQ(verdicts[i], healthy.verdicts[i]);
+        }
+    }
+    EXPECT_TRUE(faulted) << struck;
+    return struck;
+}
+
+class FaultTest : public ::testing::Test {
+  protected:
+    void TearDown() override {
+        if (serverStopped) {
+            StartServer();  // after a test that failed with the server down
+        }
+    }
+};
+
+struct FaultPoint {
+    const char* label;
+    bool stopServer;  // else the session is ended
+    const char* duringTest;
+    const char* statement;  // a part of the statement the fault precedes
+    int occurrence;         // the how-manieth such statement of that test
+};
+
+class ServerFaultRun : public FaultTest, public ::testing::WithParamInterface<FaultPoint> {};
+
+TEST_P(ServerFaultRun, LaterTestsReportTheDriversErrorTheReportHoldsAllAndTheModelReconnects) {
+    const FaultPoint& point = GetParam();
+    static const Healthy healthy = HealthyRun((Cluster(), "fault_run"));
+    Session session("fault_run");
+    session.Connect();
+    int seen = 0;
+    const std::string struck = RunWithFault(
+        session, healthy,
+        [&](const std::string& sql, std::size_t) {
+            return EndsWith(session.state.stsRunFeedback, point.duringTest) &&
+                   sql.find(point.statement) != std::string::npos && ++seen == point.occurrence;
+        },
+        [&](const std::string& pid) { point.stopServer ? StopServer() : EndSession(pid); });
+    EXPECT_EQ(struck, point.duringTest);
+    // The server's own farewell is reported exactly once, then only the loss.
+    const std::string& log = session.state.rtbStatus;
+    const std::string farewell = "terminating connection due to administrator command";
+    EXPECT_NE(log.find(farewell), std::string::npos);
+    EXPECT_EQ(log.find(farewell, log.find(farewell) + 1), std::string::npos);
+    const std::string report = session.Report();
+    for (const auto& [name, details] : session.Verdicts()) {
+        const std::string line =
+            (details.rfind("FAILED ", 0) == 0 ? "TEST FAILED >>>> " : "Test Passed: ") + name;
+        EXPECT_NE(report.find(line + "\r\n"), std::string::npos) << line;
+    }
+    EXPECT_NE(report.find("-- Total tests run: 16\r\n"), std::string::npos);
+    session.Disconnect();
+    if (point.stopServer) {
+        StartServer();
+    }
+    session.Connect();
+    ProcessRunTests(session.state);
+    EXPECT_EQ(session.Verdicts(), healthy.verdicts);
+    session.Disconnect();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Points, ServerFaultRun,
+    testing::Values(FaultPoint{"StopBeforeTheFirstStatement", true, "Is database running", "", 1},
+                    FaultPoint{"StopDuringTheRegistryProbes", true,
+                               "TABLE_REGISTRY entries exist as tables or views", "WHERE 1 = 2", 3},
+                    FaultPoint{"StopDuringTheLayerProbes", true, kOrphLyr, "WHERE 1 = 2", 2},
+                    FaultPoint{"StopDuringTheIndexAnalysis", true, kIndexAnalysis, "ALL_IND_COLUMNS", 3},
+                    FaultPoint{"StopBeforeAnExistenceProbe", true, kIndexAnalysis, "WHERE 1 = 2", 4},
+                    FaultPoint{"SessionEndedBetweenTwoTests", false, "GEOMETRY_COLUMNS in LAYERS", "", 1},
+                    FaultPoint{"SessionEndedDuringTheLayerProbes", false, kOrphLyr, "WHERE 1 = 2", 4},
+                    FaultPoint{"SessionEndedDuringTheIndexAnalysis", false, kIndexAnalysis, "ALL_INDEXES",
+                               2}),
+    [](const testing::TestParamInfo<FaultPoint>& info) { return std::string(info.param.label); });
+
+// The fault before statement 1 of a run, then before statement 2, and so on to the last one.
+int SweepEveryStatement(const std::string& database, const std::function<void(const std::string&)>& fault,
+                        const std::function<void()>& recover) {
+    const Healthy healthy = HealthyRun((Cluster(), database));
+    int injected = 0;
+    for (std::size_t n = 1; n <= healthy.statements; ++n) {
+        SCOPED_TRACE("fault before statement " + std::to_string(n));
+        Session session(database);
+        session.Connect();
+        RunWithFault(
+            session, healthy, [n](const std::string&, std::size_t number) { return number == n; }, fault);
+        injected += session.conn->Injected() ? 1 : 0;
+        session.Disconnect();
+        recover();
+    }
+    ::testing::Test::RecordProperty("faults_injected", injected);
+    return injected;
+}
+
+TEST(SessionFaultSweep, SessionEndedBeforeEachStatementInTurn) {
+    EXPECT_GT(SweepEveryStatement("fault_sweep", EndSession, [] {}), 40);
+}
+
+// About two seconds per statement: scripts/fault_suite.sh runs it.
+TEST_F(FaultTest, DISABLED_ServerStoppedBeforeEachStatementInTurn) {
+    EXPECT_GT(SweepEveryStatement(
+                  "fault_run", [](const std::string&) { StopServer(); }, StartServer),
+              40);
+}
+
+TEST_F(FaultTest, SessionEndedAfterConnectingFailsDetectionAndEveryTest) {
+    Session session((Cluster(), "fault_run"));
+    ConnectToDbms(session.state);
+    ASSERT_NE(session.state.g_pAdoConn, nullptr);
+    EndSession(session.conn->BackendPid());
+    QueryDbmsType(session.state);
+    EXPECT_EQ(session.ui.Lines(),
+              std::vector<std::string>{"Unexpected Condition: Unable to determine type of database. Sorry."});
+    session.Connect();  // already connected: only the type and version are chosen
+    ASSERT_NO_THROW(ProcessRunTests(session.state));
+    for (const auto& [name, details] : session.Verdicts()) {
+        EXPECT_TRUE(Lost(details)) << name << ": " << details;
+    }
+    session.Disconnect();
+}
+
+TEST_F(FaultTest, ServerStoppedAfterTheRunLosesNoResultAndAFreshConnectionRecovers) {
+    Session session((Cluster(), "fault_run"));
+    session.Connect();
+    ProcessRunTests(session.state);
+    const std::string report = session.Report();
+    StopServer();
+    EXPECT_EQ(session.Report(), report);  // writing the report needs nothing from the server
+    ASSERT_NO_THROW(ProcessRunTests(session.state));
+    for (const auto& [name, details] : session.Verdicts()) {
+        EXPECT_TRUE(Lost(details)) << name << ": " << details;
+    }
+    StartServer();
+    // The data-access layer: a lost connection stays lost (and still calls itself open); a fresh one works.
+    Recordset rs;
+    EXPECT_FALSE(rs.OpenSuppressed("SELECT major FROM TSL.VERSION", *session.state.g_pAdoConn));
+    EXPECT_EQ(session.state.g_pAdoConn->State(), Connection::kStateOpen);
+    ASSERT_EQ(session.state.g_pAdoConn->Errors().Count(), 1);
+    EXPECT_EQ(session.state.g_pAdoConn->Errors().Item(0).Number, 35);
+    session.Disconnect();
+    session.Connect();
+    rs.Open("SELECT major FROM TSL.VERSION", *session.state.g_pAdoConn);
+    EXPECT_EQ(rs.Fields(0), "9");
+    session.Disconnect();
+}
+
+// A scheduled run whose server stops mid-statement gets the error at once (seven layers at half a second each
+// would take longer), finishes, exits 1 and writes both files with every test.
+TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
+    Cluster();
+    testsupport::TempFolder folder;
+    std::chrono::steady_clock::time_point stopped;
+    std::thread stopper([&stopped] {
+        for (int attempt = 0; attempt < 200 && !serverStopped; ++attempt) {
+            if (PgCluster::Shared().QueryValue(
+                    "postgres", "SELECT count(*) FROM pg_stat_activity WHERE datname = '" +
+                                    std::string(kSleepy) + "' AND wait_event = 'PgSleep'") != "0") {
+                StopServer();
+                stopped = std::chrono::steady_clock::now();
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    });
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status =
+        RunHeadless({"--connect", Cluster().ConnectionString(kSleepy), "--dbms", "oracle", "--tessel-version",
+                     "9.0.0", "--report", folder.File("report.txt"), "--json", folder.File("results.json")},
+                    out, err);
+    const auto ended = std::chrono::steady_clock::now();
+    stopper.join();
+    ASSERT_TRUE(serverStopped);
+    EXPECT_LT(ended - stopped, std::chrono::milliseconds(3000));
+    EXPECT_EQ(status, exit_code::kTestFailed) << err.str();
+    EXPECT_NE(out.str().find("\nTest run finished at "), std::string::npos);
+    const std::string report = testsupport::ReadBytes(folder.File("report.txt"));
+    for (const char* line : {"Test Passed: Is database running\r\n",
+                             "TEST FAILED >>>> LAYERS table existence\r\n", "-- Total tests run: 16\r\n"}) {
+        EXPECT_NE(report.find(line), std::string::npos) << line;
+    }
+    const std::string json = testsupport::ReadBytes(folder.File("results.json"));
+    EXPECT_NE(json.find("\"outcome\": \"failed\""), std::string::npos) << json.substr(0, 400);
+    EXPECT_NE(json.find("Err#35"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tabvet
