@@ -1,0 +1,83 @@
+// Cases as data: a group of cases prints what users would see into a transcript, compared byte for byte
+// with tests/fixtures/unit/<name>.txt. TABVET_UPDATE_EXPECTED=1 rewrites the file (a tool, not a verdict).
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+#include "support/pg_cluster.h"
+#include "support/temp_folder.h"
+
+namespace tabvet::testsupport {
+
+/// One line per value: line breaks and other control characters are shown as escapes, so that a bare line
+/// feed inside a driver message stays distinguishable from CR LF.
+inline std::string Escaped(const std::string& text) {
+    std::string out;
+    for (const unsigned char c : text) {
+        if (c == '\\') {
+            out += "\\\\";
+        } else if (c == '\r') {
+            out += "\\r";
+        } else if (c == '\n') {
+            out += "\\n";
+        } else if (c < 0x20 || c == 0x7f) {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02x", c);
+            out += hex;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out;
+}
+
+class Transcript {
+  public:
+    explicit Transcript(std::string name) : name_(std::move(name)) {}
+    ~Transcript() { Compare(); }
+
+    /// Starts the section of one case.
+    void Case(const std::string& label) { text_ << "\n== " << label << "\n"; }
+    /// One value, escaped onto one line.
+    void Line(const std::string& key, const std::string& value) {
+        text_ << Escaped(key) << ": " << Escaped(value) << "\n";
+    }
+
+  private:
+    void Compare() {
+        const std::string path = FixturePath("unit/" + name_ + ".txt");
+        const std::string actual = text_.str();
+        if (std::getenv("TABVET_UPDATE_EXPECTED") != nullptr) {
+            WriteBytes(path, actual);
+        }
+        const std::string expected = ReadBytes(path);
+        if (actual == expected) {
+            return;
+        }
+        std::istringstream a(actual), e(expected);
+        std::string al, el;
+        for (int line = 1;; ++line) {
+            const bool moreA = static_cast<bool>(std::getline(a, al));
+            const bool moreE = static_cast<bool>(std::getline(e, el));
+            if (!moreA && !moreE) {
+                break;
+            }
+            if (al != el || moreA != moreE) {
+                ADD_FAILURE() << path << ":" << line << " differs\n  expected: " << (moreE ? el : "<end>")
+                              << "\n  actual:   " << (moreA ? al : "<end>");
+                return;
+            }
+        }
+        ADD_FAILURE() << path << " differs";
+    }
+
+    std::string name_;
+    std::ostringstream text_;
+};
+
+}  // namespace tabvet::testsupport
