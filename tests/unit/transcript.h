@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "support/pg_cluster.h"
 #include "support/temp_folder.h"
@@ -34,6 +35,18 @@ inline std::string Escaped(const std::string& text) {
         }
     }
     return out;
+}
+
+/// The headings of the cases in an expected file: for groups whose cases are defined by the data alone.
+inline std::vector<std::string> CaseHeadings(const std::string& name) {
+    std::vector<std::string> headings;
+    std::istringstream in(ReadBytes(FixturePath("unit/" + name + ".txt")));
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with("== ")) {
+            headings.push_back(line.substr(3));
+        }
+    }
+    return headings;
 }
 
 class Transcript {
