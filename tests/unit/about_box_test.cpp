@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <map>
-
 #include <sstream>
+
 #include "about_box.h"
 #include "console_interaction.h"
 #include "framework/test_run.h"
@@ -14,34 +14,24 @@
 namespace tabvet {
 namespace {
 
-TEST(AboutBoxTest, CaptionTitleAndVersion) {
+TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
     const AboutTexts texts = MakeAboutTexts(1, 2, 30);
-    EXPECT_EQ(texts.caption, "About Tessel System Table Diagnostics");
-    EXPECT_EQ(texts.title, "Tessel System Table Diagnostics");
-    EXPECT_EQ(texts.version, "Version 1.2.30");
-}
-
-TEST(AboutBoxTest, SystemInformationLookupOrder) {
-    struct Case {
-        const char* label;
+    EXPECT_EQ(texts.caption + " | " + texts.title + " | " + texts.version,
+              "About Tessel System Table Diagnostics | Tessel System Table Diagnostics | Version 1.2.30");
+    const std::string path = "SOFTWARE\\Microsoft\\Shared Tools\\MSINFO|PATH";
+    const std::string folder = "SOFTWARE\\Microsoft\\Shared Tools Location|MSINFO";
+    const std::string unavailable = ": System Information Is Unavailable At This Time";
+    const struct {
         std::map<std::string, std::string> registry;  // "key|value name" -> value
-        bool folderHasProgram;
         bool starts;
-        std::string started;  // empty: the unavailable message
+        std::string outcome;  // what started, or the box
+    } cases[] = {
+        {{{path, "C:\\x\\msinfo32.exe"}, {folder, "C:\\y"}}, true, "C:\\x\\msinfo32.exe"},
+        {{{folder, "C:\\y"}}, true, "C:\\y\\MSINFO32.EXE"},
+        {{}, true, unavailable},
+        {{{path, "C:\\x\\msinfo32.exe"}}, false, unavailable},
     };
-    const std::string pathKey = "SOFTWARE\\Microsoft\\Shared Tools\\MSINFO|PATH";
-    const std::string folderKey = "SOFTWARE\\Microsoft\\Shared Tools Location|MSINFO";
-    const Case cases[] = {
-        {"full path wins",
-         {{pathKey, "C:\\x\\msinfo32.exe"}, {folderKey, "C:\\y"}},
-         true,
-         true,
-         "C:\\x\\msinfo32.exe"},
-        {"folder with the program", {{folderKey, "C:\\y"}}, true, true, "C:\\y\\MSINFO32.EXE"},
-        {"nothing registered", {}, true, true, ""},
-        {"program does not start", {{pathKey, "C:\\x\\msinfo32.exe"}}, true, false, ""},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         testsupport::RecordingInteraction ui;
         std::string started;
         SysInfoLocator locator{
@@ -49,61 +39,37 @@ TEST(AboutBoxTest, SystemInformationLookupOrder) {
                 const auto it = c.registry.find(key + "|" + name);
                 return it == c.registry.end() ? std::nullopt : std::optional<std::string>(it->second);
             },
-            [&](const std::string&) { return c.folderHasProgram; },
-            [&](const std::string& path) {
-                started = path;
-                return c.starts;
-            }};
+            [](const std::string&) { return true; },
+            [&](const std::string& program) { return started = program, c.starts; }};
         StartSysInfo(locator, ui);
-        if (!c.started.empty()) {
-            EXPECT_EQ(started, c.started) << c.label;
-            EXPECT_TRUE(ui.shown.empty()) << c.label;
-        } else {
-            EXPECT_EQ(ui.Lines(),
-                      std::vector<std::string>{": System Information Is Unavailable At This Time"})
-                << c.label;
-        }
+        EXPECT_EQ(ui.shown.empty() ? started : ui.Lines().at(0), c.outcome);
     }
-}
-
-TEST(AboutBoxTest, OffWindowsTheProgramIsUnavailable) {
     testsupport::RecordingInteraction ui;
 #ifndef _WIN32
     StartSysInfo(PlatformSysInfoLocator(), ui);
-    EXPECT_EQ(ui.Lines(), std::vector<std::string>{": System Information Is Unavailable At This Time"});
+    EXPECT_EQ(ui.Lines(), std::vector<std::string>{unavailable});
 #endif
 }
 
-TEST(ConsoleViewTest, ProgressNeverLandsOnTheEndOfALogLine) {
-    testsupport::RecordingInteraction ui;
-    MainState state(ui);
-    std::ostringstream screen;
-    ConsoleView view(state, screen, screen);
-    state.AttachView(view);
-    SetStatusWindow(state, "\r\nNew Test Run started at T\r\n", true);
-    SetRunStatusBarText(state, "Running test 1 of 1: A");
-    SetStatusWindow(state, "\r\nTest run finished at T", true);
-    SetRunStatusBarText(state, "Testing complete.");
-    view.FinishLog();
-    EXPECT_EQ(
-        screen.str(),
-        "\nNew Test Run started at T\nRunning test 1 of 1: A\n\nTest run finished at T\nTesting complete.\n");
-}
-
-TEST(ConsoleViewTest, TheLogAloneIsPrintedExactlyOnceWithOneFinalLineBreak) {
-    testsupport::RecordingInteraction ui;
-    MainState state(ui);
-    std::ostringstream out;
-    std::ostringstream err;
-    ConsoleView view(state, out, err);
-    state.AttachView(view);
-    SetStatusWindow(state, "one\r\ntwo", true);
-    SetRunStatusBarText(state, "progress");  // ends the open line early
-    SetStatusWindow(state, "\r\nthree", true);
-    view.FinishLog();
-    view.FinishLog();
-    EXPECT_EQ(out.str(), "one\ntwo\nthree\n");
-    EXPECT_EQ(err.str(), "progress\n");
+TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
+    for (const bool shared : {true, false}) {
+        testsupport::RecordingInteraction ui;
+        MainState state(ui);
+        std::ostringstream out, err;
+        ConsoleView view(state, out, shared ? out : err);
+        state.AttachView(view);
+        SetStatusWindow(state, "\r\nNew Test Run started at T\r\n", true);
+        SetRunStatusBarText(state, "Running test 1 of 1: A");
+        SetStatusWindow(state, "one\r\ntwo", true);
+        SetRunStatusBarText(state, "Testing complete.");
+        view.FinishLog();
+        view.FinishLog();
+        EXPECT_EQ(out.str(),
+                  shared
+                      ? "\nNew Test Run started at T\nRunning test 1 of 1: A\none\ntwo\nTesting complete.\n"
+                      : "\nNew Test Run started at T\none\ntwo\n");
+        EXPECT_EQ(err.str(), shared ? "" : "Running test 1 of 1: A\nTesting complete.\n");
+    }
 }
 
 }  // namespace
