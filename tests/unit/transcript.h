@@ -52,7 +52,11 @@ inline std::vector<std::string> CaseHeadings(const std::string& name) {
 class Transcript {
   public:
     explicit Transcript(std::string name) : name_(std::move(name)) {}
-    ~Transcript() { Compare(); }
+    ~Transcript() {
+        if (const std::string mismatch = checked_ ? "" : Mismatch(); !mismatch.empty()) {
+            ADD_FAILURE() << mismatch;
+        }
+    }
 
     /// Starts the section of one case.
     void Case(const std::string& label) { text_ << "\n== " << label << "\n"; }
@@ -61,36 +65,33 @@ class Transcript {
         text_ << Escaped(key) << ": " << Escaped(value) << "\n";
     }
 
-  private:
-    void Compare() {
+    /// Empty when the transcript matches its expected file; else where it first differs.
+    std::string Mismatch() {
+        checked_ = true;
         const std::string path = FixturePath("unit/" + name_ + ".txt");
         const std::string actual = text_.str();
         if (std::getenv("TABVET_UPDATE_EXPECTED") != nullptr) {
             WriteBytes(path, actual);
         }
-        const std::string expected = ReadBytes(path);
-        if (actual == expected) {
-            return;
-        }
-        std::istringstream a(actual), e(expected);
+        std::istringstream a(actual), e(ReadBytes(path));
         std::string al, el;
         for (int line = 1;; ++line) {
-            const bool moreA = static_cast<bool>(std::getline(a, al));
-            const bool moreE = static_cast<bool>(std::getline(e, el));
+            const bool moreA = static_cast<bool>(std::getline(a, al)),
+                       moreE = static_cast<bool>(std::getline(e, el));
             if (!moreA && !moreE) {
-                break;
+                return "";
             }
             if (al != el || moreA != moreE) {
-                ADD_FAILURE() << path << ":" << line << " differs\n  expected: " << (moreE ? el : "<end>")
-                              << "\n  actual:   " << (moreA ? al : "<end>");
-                return;
+                return path + ":" + std::to_string(line) + " differs\n  expected: " + (moreE ? el : "<end>") +
+                       "\n  actual:   " + (moreA ? al : "<end>");
             }
         }
-        ADD_FAILURE() << path << " differs";
     }
 
+  private:
     std::string name_;
     std::ostringstream text_;
+    bool checked_ = false;
 };
 
 }  // namespace tabvet::testsupport
