@@ -28,66 +28,37 @@ namespace {
 using testsupport::FakeTest;
 using testsupport::ReadBytes;
 
-// Sets or unsets an environment variable for one test and puts the old value back afterwards.
-class EnvironmentVariable {
-  public:
-    EnvironmentVariable(const char* name, const std::optional<std::string>& value) : name_(name) {
-        if (const char* old = std::getenv(name)) {
-            old_ = old;
-        }
-        Set(value);
-    }
-    ~EnvironmentVariable() { Set(old_); }
-
-  private:
-    void Set(const std::optional<std::string>& value) {
-        value ? setenv(name_, value->c_str(), 1) : unsetenv(name_);
-    }
-    const char* name_;
-    std::optional<std::string> old_;
-};
-
-FakeTest::State Environment(bool wasRun) {
-    return {
-        .name = "Is database running",
-        .category = "Environment",
-        .description = "Check whether database is running by checking for the existence of the VERSION table",
-        .resultDetails = "Tessel Version: 9.1.0, Release: 91000, Description: 9.1 release",
-        .pass = true,
-        .wasRun = wasRun};
+// Sets or (with nothing) unsets an environment variable for the rest of the process.
+void SetVariable(const char* name, const std::optional<std::string>& value) {
+    value ? setenv(name, value->c_str(), 1) : unsetenv(name);
 }
 
-FakeTest::State LayersTable(bool pass, bool wasRun = true) {
-    return {.name = "LAYERS table existence",
-            .category = "Missing system tables",
-            .description = "Check whether LAYERS table exists",
-            // A driver message keeps its own bare line feed.
-            .resultDetails = pass ? "LAYERS table exists"
-                                  : "\r\n>>>> Err#1: ERROR: relation \"tsl.layers\" does not exist;\n"
-                                    "Error while executing the query",
+FakeTest::State Fake(const char* name, const char* category, const char* description, const char* details,
+                     bool pass, bool wasRun) {
+    return {.name = name,
+            .category = category,
+            .description = description,
+            .resultDetails = details,
             .pass = pass,
             .wasRun = wasRun};
 }
 
-FakeTest::State LayersInRegistry(bool pass) {
-    return {.name = "LAYERS in TABLE_REGISTRY",
-            .description = "Check whether entries in LAYERS exist in TABLE_REGISTRY",
-            .resultDetails = pass ? ""
-                                  : "Layers missing from TABLE_REGISTRY:\r\n>>>> STRA\xE1\xBA\x9E"
-                                    "EN.GIS (layer 7)\r\n>>>> RIVERS.GIS (layer 9)",
-            .pass = pass,
-            .wasRun = true};
-}
-
+const char* const kLayers = "LAYERS table existence";
+const char* const kLayersCheck = "Check whether LAYERS table exists";
+const char* const kRegistry = "LAYERS in TABLE_REGISTRY";
+const char* const kRegistryCheck = "Check whether entries in LAYERS exist in TABLE_REGISTRY";
+// A driver message keeps its own bare line feed.
+const char* const kNoLayers =
+    "\r\n>>>> Err#1: ERROR: relation \"tsl.layers\" does not exist;\nError while executing the query";
+const FakeTest::State kEnvironment =
+    Fake("Is database running", "Environment",
+         "Check whether database is running by checking for the existence of the VERSION table",
+         "Tessel Version: 9.1.0, Release: 91000, Description: 9.1 release", true, true);
 // Not run this time, but holding a verdict from an earlier run: the report must leave it out.
-FakeTest::State StaleIndexAnalysis() {
-    return {.name = "Tessel for Oracle Compressed Binary format complete",
-            .category = "Index Analysis",
-            .description =
-                "Check whether indexes on Tessel for Oracle compressed binary layer have correct indexes.",
-            .resultDetails = "stale result of an earlier run",
-            .pass = true};
-}
+const FakeTest::State kStale =
+    Fake("Tessel for Oracle Compressed Binary format complete", "Index Analysis",
+         "Check whether indexes on Tessel for Oracle compressed binary layer have correct indexes.",
+         "stale result of an earlier run", true, false);
 
 struct Reporting : ::testing::Test {
     Reporting() {
@@ -108,12 +79,20 @@ struct Reporting : ::testing::Test {
 };
 
 TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
-    const std::vector<FakeTest::State> nothingRun = {Environment(false), LayersTable(false, false),
-                                                     StaleIndexAnalysis()};
-    const std::vector<FakeTest::State> allPassed = {Environment(true), LayersTable(true),
-                                                    LayersInRegistry(true), StaleIndexAnalysis()};
-    const std::vector<FakeTest::State> mixed = {Environment(true), LayersTable(false),
-                                                LayersInRegistry(false), StaleIndexAnalysis()};
+    FakeTest::State notRun = kEnvironment;
+    notRun.wasRun = false;
+    const std::vector<FakeTest::State> nothingRun = {
+        notRun, Fake(kLayers, "Missing system tables", kLayersCheck, kNoLayers, false, false), kStale};
+    const std::vector<FakeTest::State> allPassed = {
+        kEnvironment, Fake(kLayers, "Missing system tables", kLayersCheck, "LAYERS table exists", true, true),
+        Fake(kRegistry, "Referential Integrity", kRegistryCheck, "", true, true), kStale};
+    const std::vector<FakeTest::State> mixed = {
+        kEnvironment, Fake(kLayers, "Missing system tables", kLayersCheck, kNoLayers, false, true),
+        Fake(kRegistry, "Referential Integrity", kRegistryCheck,
+             "Layers missing from TABLE_REGISTRY:\r\n>>>> STRA\xE1\xBA\x9E"
+             "EN.GIS (layer 7)\r\n>>>> RIVERS.GIS (layer 9)",
+             false, true),
+        kStale};
     const struct {
         const char* fixture;
         const std::vector<FakeTest::State>& tests;
@@ -159,7 +138,8 @@ TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
 // what the chosen file holds afterwards (folder names shown as <folder>).
 struct ReportFlow : Reporting {
     ReportFlow() : t("report_flow") {
-        state.g_pTestCollection = testsupport::FakeCatalogue({Environment(true), LayersTable(false)});
+        state.g_pTestCollection =
+            testsupport::FakeCatalogue({kEnvironment, Fake(kLayers, "", "", kNoLayers, false, true)});
         state.g_bTestsWereRun = true;
         state.reportFileName = folder.File("Tessel_Diag.txt");
         report = Written();
@@ -250,12 +230,13 @@ TEST(DefaultReportPath, StartUpOffersTheFirstTemporaryFolderThatIsSet) {
     } cases[] = {
         {"/data/temp", "/other", "/data/temp/Tessel_Diag.txt"},
         {"", "/other", "/other/Tessel_Diag.txt"},
-        {std::nullopt, std::nullopt, "/tmp/Tessel_Diag.txt"},
         {"", "", "/tmp/Tessel_Diag.txt"},
+        {std::nullopt, std::nullopt,
+         "/tmp/Tessel_Diag.txt"},  // last: the other tests need a temporary folder
     };
     for (const auto& c : cases) {
-        EnvironmentVariable temp("TEMP", c.temp);
-        EnvironmentVariable tmpdir("TMPDIR", c.tmpdir);
+        SetVariable("TEMP", c.temp);
+        SetVariable("TMPDIR", c.tmpdir);
         testsupport::RecordingInteraction ui;
         MainState state(ui);
         ASSERT_TRUE(StartUp(state));
@@ -347,11 +328,10 @@ TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
     t.Case("local times with milliseconds and offset");
     const auto time = std::chrono::system_clock::from_time_t(86400 * 365) + std::chrono::milliseconds(1250);
     for (const char* zone : {"UTC0", "NST3:30"}) {
-        EnvironmentVariable tz("TZ", zone);
+        SetVariable("TZ", zone);
         tzset();
         t.Line(zone, IsoLocalTime(time));
     }
-    tzset();  // the zone the test started with
 }
 
 }  // namespace
