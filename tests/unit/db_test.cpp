@@ -23,107 +23,6 @@ using testsupport::RecordingInteraction;
 using testsupport::Rows;
 using testsupport::ScriptedConnection;
 
-TEST(ConnectionString, KeywordsOfTheDataAccessLayerAreTranslatedAndValuesCopiedAsWritten) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"Provider=MSDASQL;Driver=X;Server=s;", "Driver=X;Server=s;"},
-        {"Driver=X;provider=msdasql.1;Database=db", "Driver=X;Database=db"},
-        {"User ID=tsl;password=kqv;", "UID=tsl;PWD=kqv;"},
-        {" user id =tsl;Data Source=ORCL;", "UID=tsl;DSN=ORCL;"},
-        {"Password={x}}y;z};Driver=D", "PWD={x}}y;z};Driver=D"},
-        {"Provider={weird;name};Driver=D", "Driver=D"},
-        {";;Driver=D;junk;", ";;Driver=D;junk;"},
-        {"Provider=MSDASQL", ""},
-        {"PWD={unbalanced;UID=u", "PWD={unbalanced;UID=u"},
-        {"Provider=MSDASQL;Driver=Oracle in OraHome90;Server=GISPROD;User Id=tsl;Password=kqv",
-         "Driver=Oracle in OraHome90;Server=GISPROD;UID=tsl;PWD=kqv"},
-    };
-    for (const auto& [input, expected] : cases) {
-        EXPECT_EQ(TranslateConnectionString(input), expected) << input;
-    }
-}
-
-TEST(StatementGuard, OnlySingleStatementsWithoutCommentsAreSent) {
-    for (const char* sent : {"SELECT 'x' - 1 FROM T", "SELECT a/b, c*d FROM T"}) {
-        EXPECT_TRUE(IsSingleStatement(sent)) << sent;
-    }
-    for (const char* refused : {"SELECT 1; DROP TABLE x", "SELECT 1;", "SELECT 1 -- rest", "SELECT /* x */ 1",
-                                "SELECT 'it;s' FROM T", "SELECT * FROM GIS.a--b"}) {
-        EXPECT_FALSE(IsSingleStatement(refused)) << refused;
-    }
-}
-
-TEST(Namer, SystemTablesUserTablesAndProbesForEveryServerType) {
-    const struct {
-        std::int32_t code;
-        const char* database;
-        const char* table;
-        const char* systemTable;
-        const char* userTable;  // of " t " and " o " in the default database
-        const char* findTable;  // of "D.GIS.ROADS"
-        const char* findColumn;
-    } cases[] = {
-        {dbtype::kDb2, kNoDatabaseName, "VERSION", "TSL.TSL.VERSION", "TSL.o.t",
-         "SELECT * FROM D.GIS.ROADS WHERE 1 = 2", "SELECT A.SHAPE FROM D.GIS.ROADS A WHERE 1 = 2"},
-        {dbtype::kOracle, "D", "  LAYERS ", "TSL.LAYERS", "o.t",
-         "SELECT COUNT(*) FROM D.GIS.ROADS WHERE 1 = 2",
-         "SELECT COUNT(A.SHAPE) FROM D.GIS.ROADS A WHERE 1 = 2"},
-        {dbtype::kInformix, "mydb", "VERSION", "mydb:TSL.VERSION", "mydb:o.t",
-         "SELECT * FROM D.GIS.ROADS WHERE 1 = 2", "SELECT A.SHAPE FROM D.GIS.ROADS A WHERE 1 = 2"},
-        {dbtype::kSqlServer, " padded ", "VERSION", "padded.TSL.tsl_VERSION", "padded.o.t",
-         "SELECT * FROM D.GIS.ROADS WHERE 1 = 2", "SELECT A.SHAPE FROM D.GIS.ROADS A WHERE 1 = 2"},
-        // Only names that really end in GDB keep their bare name; the untrimmed end decides.
-        {dbtype::kSqlServer, "", "GDB_RELEASE", ".TSL.tsl_GDB_RELEASE", ".o.t", nullptr, nullptr},
-        {dbtype::kSqlServer, "", "xgdb", ".TSL.xgdb", ".o.t", nullptr, nullptr},
-        {dbtype::kSqlServer, "", "XGDB ", ".TSL.tsl_XGDB", ".o.t", nullptr, nullptr},
-    };
-    RecordingInteraction ui;
-    clsQualDbObjName namer(ui);
-    for (const auto& c : cases) {
-        namer.Setup(c.code, c.database);
-        SCOPED_TRACE(std::string(c.systemTable));
-        EXPECT_EQ(namer.TslSystemTable(c.table), c.systemTable);
-        EXPECT_EQ(namer.UserTable(" t ", " o "), c.userTable);
-        if (c.findTable != nullptr) {
-            EXPECT_EQ(namer.SqlToFindTable("D.GIS.ROADS"), c.findTable);
-            EXPECT_EQ(namer.SqlToFindColumn("SHAPE", "D.GIS.ROADS"), c.findColumn);
-        }
-    }
-    EXPECT_EQ(namer.SystemDatabaseName(), "");
-    namer.Setup(dbtype::kInformix, "mydb");
-    EXPECT_EQ(namer.UserTable("t", "o", " d "), "d:o.t");
-    EXPECT_EQ(namer.UserTable("t", "o", "12345"), "mydb:o.t");  // "12345" means "not given"
-    namer.Setup(dbtype::kInformix, "12345");                    // keeps the previous name
-    EXPECT_EQ(namer.UserTable("", ""), "mydb:.");
-    EXPECT_TRUE(ui.shown.empty());
-}
-
-TEST(Namer, WithoutSetUpNamesAreEmptyAndInvalidTypesRaiseKeepingThePreviousSetUp) {
-    RecordingInteraction ui;
-    clsQualDbObjName namer(ui);
-    // Emptiness is checked before the set-up: no message.
-    EXPECT_EQ(namer.SqlToFindTable("") + namer.SqlToFindColumn("", "O.T") + namer.SqlToFindColumn("C", ""),
-              "");
-    EXPECT_TRUE(ui.shown.empty());
-    EXPECT_FALSE(namer.UsesDatabaseName());
-    EXPECT_EQ(namer.DbmsTypeCode(), dbtype::kNotSetUp);
-    EXPECT_EQ(namer.TslSystemTable("LAYERS") + namer.UserTable("T", "O") + namer.SqlToFindTable("O.T") +
-                  namer.SqlToFindColumn("C", "O.T"),
-              "");
-    EXPECT_EQ(ui.Lines(),
-              std::vector<std::string>(4, "Call Out Of Sequence: Must call clsQualDbObjName.Setup first"));
-    namer.Setup(dbtype::kOracle);
-    for (const std::int32_t bad : {1, 6}) {
-        try {
-            namer.Setup(bad, "OTHER");
-            ADD_FAILURE() << "code " << bad << " was accepted";
-        } catch (const RuntimeError& e) {
-            EXPECT_EQ(std::to_string(e.Number()) + " " + e.Description(),
-                      "-2147189392 Invalid database type");
-        }
-    }
-    EXPECT_EQ(namer.SystemDatabaseName() + " " + namer.TslSystemTable("VERSION"), "TSL TSL.VERSION");
-}
-
 // Runs `step` and prints its value, or the number of the error it raises.
 template <typename F>
 void Try(testsupport::Transcript& t, const std::string& label, F step) {
@@ -131,6 +30,49 @@ void Try(testsupport::Transcript& t, const std::string& label, F step) {
         t.Line(label, step());
     } catch (const RuntimeError& e) {
         t.Line(label, "raised " + std::to_string(e.Number()) + " " + e.Description());
+    }
+}
+
+// Headings are connection strings and statements: what the driver is given, and whether it may be sent.
+TEST(ConnectionStrings, KeywordsAreTranslatedValuesCopiedAsWrittenAndOnlySingleStatementsSent) {
+    testsupport::Transcript t("connection_strings");
+    for (const std::string& text : testsupport::CaseHeadings("connection_strings")) {
+        t.Case(text);
+        t.Line("translated", TranslateConnectionString(text));
+        t.Line("single statement", std::to_string(IsSingleStatement(text)));
+    }
+}
+
+// Headings are "server type code|system database name", set up in turn on one namer, so a heading may
+// show what the previous one left.
+TEST(Namer, SystemTablesUserTablesAndProbesForEveryServerType) {
+    testsupport::Transcript t("namer");
+    RecordingInteraction ui;
+    clsQualDbObjName namer(ui);
+    for (const std::string& heading : testsupport::CaseHeadings("namer")) {
+        t.Case(heading);
+        if (const auto bar = heading.find('|'); bar != std::string::npos) {
+            Try(t, "setup",
+                [&] { return (namer.Setup(std::stoi(heading), heading.substr(bar + 1)), "done"); });
+        }
+        t.Line("type, database, uses it", std::to_string(namer.DbmsTypeCode()) + ", " +
+                                              namer.SystemDatabaseName() + ", " +
+                                              std::to_string(namer.UsesDatabaseName()));
+        for (const char* table : {"VERSION", "  LAYERS ", "GDB_RELEASE", "xgdb", "XGDB "}) {
+            t.Line(std::string("system table '") + table + "'", namer.TslSystemTable(table));
+        }
+        for (const char* database : {kNoDatabaseName, " d ", ""}) {
+            t.Line(std::string("user table ' o '.' t ' in '") + database + "'",
+                   namer.UserTable(" t ", " o ", database));
+        }
+        t.Line("find table", namer.SqlToFindTable("D.GIS.ROADS"));
+        t.Line("find column", namer.SqlToFindColumn("SHAPE", "D.GIS.ROADS"));
+        t.Line("find nothing",
+               namer.SqlToFindTable("") + namer.SqlToFindColumn("", "O.T") + namer.SqlToFindColumn("C", ""));
+        for (const std::string& box : ui.Lines()) {
+            t.Line("box", box);
+        }
+        ui.shown.clear();
     }
 }
 
