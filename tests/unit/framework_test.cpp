@@ -65,30 +65,17 @@ TEST(Catalogue, HoldsTheTestsInTheirFixedOrderAndTheServerTypeAndReleaseChooseWh
 }
 
 TEST(VersionRules, AcceptedReleases) {
-    const struct {
-        std::int16_t major, minor, bugfix;
-        const char* accepted;  // by V1 to V4
-    } cases[] = {
-        {8, 1, 0, "1100"},
-        {8, 2, 0, "1111"},
-        {9, 0, 0, "1111"},
-        {9, 1, 0, "1110"},
-        {3, 0, 0, "1000"},
-        {10, 0, 0, "0000"},
-        {7, 9, 9, "0000"},
-        // Minor numbers compare signed; bugfix is used by no rule.
-        {8, -1, 0, "1100"},
-        {9, -1, 0, "1110"},
-        {8, 32767, 0, "1111"},
-        {8, -32768, 0, "1100"},
-        {9, 0, -5, "1111"},
-    };
-    for (const auto& c : cases) {
+    testsupport::Transcript t("version_rules");
+    t.Case("rules V1 to V4 that accept a release; minors compare signed, bugfix is used by no rule");
+    const std::int16_t releases[][3] = {{8, 1, 0},  {8, 2, 0},     {9, 0, 0},      {9, 1, 0},
+                                        {3, 0, 0},  {10, 0, 0},    {7, 9, 9},      {8, -1, 0},
+                                        {9, -1, 0}, {8, 32767, 0}, {8, -32768, 0}, {9, 0, -5}};
+    for (const auto& r : releases) {
         std::string accepted;
         for (const VersionRule rule : {VersionRule::V1, VersionRule::V2, VersionRule::V3, VersionRule::V4}) {
-            accepted += AcceptsVersion(rule, c.major, c.minor, c.bugfix) ? "1" : "0";
+            accepted += AcceptsVersion(rule, r[0], r[1], r[2]) ? "1" : "0";
         }
-        EXPECT_EQ(accepted, c.accepted) << c.major << "." << c.minor << "." << c.bugfix;
+        t.Line(std::to_string(r[0]) + "." + std::to_string(r[1]) + "." + std::to_string(r[2]), accepted);
     }
 }
 
