@@ -58,15 +58,40 @@ void Record(testsupport::Transcript& t, IAdoTest& test, ScriptedConnection* conn
     t.Line(test.Pass() ? "pass" : test.WasRun() ? "fail" : "fail, not run", test.ResultDetails());
 }
 
-// Oracle names carry no database; the others use GISDB.
-void RunCheck(testsupport::Transcript& t, const Factory& make, const ScriptedAnswer& answer,
-              std::int32_t dbms) {
+using Answers = std::function<ScriptedAnswer(const std::string&)>;
+
+Answers All(const ScriptedAnswer& answer) {
+    return [answer](const std::string&) { return answer; };
+}
+
+// Starts a case and runs one check on it. Oracle names carry no database; the others use GISDB.
+void RunCheck(testsupport::Transcript& t, const std::string& label, const Factory& make, Answers answers,
+              std::int32_t dbms = dbtype::kOracle) {
+    t.Case(label);
     const CheckEnvironment env(dbms, dbms == dbtype::kOracle ? kNoDatabaseName : "GISDB");
     ScriptedConnection conn;
     conn.Open("");
-    conn.AnswerOthers([answer](const std::string&) { return answer; });
-    auto test = make(env);
-    Record(t, *test, &conn, env);
+    conn.AnswerOthers(std::move(answers));
+    Record(t, *make(env), &conn, env);
+}
+
+const LayerValues kRoads{.owner = "GIS",
+                         .tableName = "ROADS",
+                         .spatialColumn = "SHAPE",
+                         .rowIdColumn = "OBJECTID",
+                         .layerId = 12,
+                         .registrationId = 40};
+const std::string kWalk = CompressedBinaryWalkStatement("TSL.LAYERS", "TSL.TABLE_REGISTRY");
+
+std::vector<FieldValue> WalkRow(const LayerValues& layer, std::int32_t eflags, std::int32_t objectFlags) {
+    return {layer.spatialColumn,
+            layer.tableName,
+            layer.owner,
+            std::to_string(layer.layerId),
+            std::to_string(eflags),
+            std::to_string(layer.registrationId),
+            std::to_string(objectFlags),
+            layer.rowIdColumn.empty() ? FieldValue{} : FieldValue{layer.rowIdColumn}};
 }
 
 struct Check {
@@ -105,6 +130,8 @@ std::vector<Check> Checks() {
          AfterLast(4, {{"R", "ORTHO", "IMG", "GISDB"}})},
         {"orphaned GEOMETRY_COLUMNS (fresh cursor at end: an empty table)", Make<clsTst_OrphGeomCol>(),
          AfterLast(4, {{"SHAPE", "ROADS", "GIS", "GISDB"}})},
+        {"compressed-binary index analysis (fresh cursor at end: no layers)", Make<clsTst_IdxLyrBinOra>(),
+         AfterLast(8, {WalkRow(kRoads, 16777216, 0)})},
     };
 }
 
@@ -117,20 +144,18 @@ TEST(Checks, StatementsListingsAndFailuresOfEveryCheckOnEveryServerType) {
     testsupport::Transcript t("checks");
     for (const Check& check : Checks()) {
         for (const auto& [dbms, server] : kServerTypes) {
-            t.Case(std::string(check.name) + ", " + server + ", no rows");
-            RunCheck(t, check.make, Rows(5, {}), dbms);
-            t.Case(std::string(check.name) + ", " + server + ", listing");
-            RunCheck(t, check.make, check.listing, dbms);
+            RunCheck(t, std::string(check.name) + ", " + server + ", no rows", check.make, All(Rows(5, {})),
+                     dbms);
+            RunCheck(t, std::string(check.name) + ", " + server + ", listing", check.make, All(check.listing),
+                     dbms);
         }
-        t.Case(std::string(check.name) + ", rows with the first one current");
-        RunCheck(t, check.make, Rows(5, {{"1", "2", "3", "4", "5"}, {"1", "2", "3", "4", "5"}}),
-                 dbtype::kOracle);
-        t.Case(std::string(check.name) + ", failing statement");
+        RunCheck(t, std::string(check.name) + ", rows with the first one current", check.make,
+                 All(Rows(5, {{"1", "2", "3", "4", "5"}, {"1", "2", "3", "4", "5"}})));
         RunCheck(
-            t, check.make,
-            Failure(
+            t, std::string(check.name) + ", failing statement", check.make,
+            All(Failure(
                 {{1, "ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while executing the query"},
-                 {-2147217900, "second"}}),
+                 {-2147217900, "second"}})),
             dbtype::kSqlServer);
         t.Case(std::string(check.name) + ", namer not set up");
         const CheckEnvironment unset;
@@ -163,17 +188,16 @@ TEST(Checks, ListingsStopAtFiveWithTheLimitLineOfTheirLoopAndNullsEndTheRun) {
              {std::tuple{"LAYERS in TABLE_REGISTRY", Make<clsTst_LyrInTblReg>(), 3},
               {"RASTER_COLUMNS in TABLE_REGISTRY", Make<clsTst_RasColInTblReg>(), 3},
               {"RASTER_COLUMNS keywords", Make<clsTst_RasColInDbtune>(), 5}}) {
-            t.Case(std::string(name) + ", " + std::to_string(count) + " rows");
-            RunCheck(t, make, AfterLast(columns, Numbered(count, columns)), dbtype::kInformix);
+            RunCheck(t, std::string(name) + ", " + std::to_string(count) + " rows", make,
+                     All(AfterLast(columns, Numbered(count, columns))), dbtype::kInformix);
         }
     }
-    t.Case("NULL database name converted while listing, Oracle");
-    RunCheck(t, Make<clsTst_LyrInGeomCol>(), AfterLast(3, {{"ROADS", "GIS", std::nullopt}}), dbtype::kOracle);
-    t.Case("NULL owner in a keyword listing");
-    RunCheck(t, Make<clsTst_TblRegInDbtune>(), AfterLast(5, {{"7", "KW", "ROADS", std::nullopt, "GISDB"}}),
-             dbtype::kDb2);
-    t.Case("NULL table name in a registry listing");
-    RunCheck(t, Make<clsTst_RasColInTblReg>(), AfterLast(3, {{std::nullopt, "IMG", "GISDB"}}), dbtype::kDb2);
+    RunCheck(t, "NULL database name converted while listing, Oracle", Make<clsTst_LyrInGeomCol>(),
+             All(AfterLast(3, {{"ROADS", "GIS", std::nullopt}})));
+    RunCheck(t, "NULL owner in a keyword listing", Make<clsTst_TblRegInDbtune>(),
+             All(AfterLast(5, {{"7", "KW", "ROADS", std::nullopt, "GISDB"}})), dbtype::kDb2);
+    RunCheck(t, "NULL table name in a registry listing", Make<clsTst_RasColInTblReg>(),
+             All(AfterLast(3, {{std::nullopt, "IMG", "GISDB"}})), dbtype::kDb2);
 
     t.Case("orphaned LAYERS, Informix: probes qualified with database and colon");
     const CheckEnvironment env(dbtype::kInformix, "GISDB");
@@ -189,34 +213,9 @@ TEST(Checks, ListingsStopAtFiveWithTheLimitLineOfTheirLoopAndNullsEndTheRun) {
     Record(t, orphans, &conn, env);
 }
 
-const LayerValues kRoads{.owner = "GIS",
-                         .tableName = "ROADS",
-                         .spatialColumn = "SHAPE",
-                         .rowIdColumn = "OBJECTID",
-                         .layerId = 12,
-                         .registrationId = 40};
-const std::string kWalk = CompressedBinaryWalkStatement("TSL.LAYERS", "TSL.TABLE_REGISTRY");
-
-std::vector<FieldValue> WalkRow(const LayerValues& layer, std::int32_t eflags, std::int32_t objectFlags) {
-    return {layer.spatialColumn,
-            layer.tableName,
-            layer.owner,
-            std::to_string(layer.layerId),
-            std::to_string(eflags),
-            std::to_string(layer.registrationId),
-            std::to_string(objectFlags),
-            layer.rowIdColumn.empty() ? FieldValue{} : FieldValue{layer.rowIdColumn}};
-}
-
-void Analyse(testsupport::Transcript& t, const ScriptedAnswer& walk,
-             std::function<ScriptedAnswer(const std::string&)> others) {
-    const CheckEnvironment env(dbtype::kOracle);
-    ScriptedConnection conn;
-    conn.Open("");
-    conn.Answer(kWalk, walk);
-    conn.AnswerOthers(std::move(others));
-    clsTst_IdxLyrBinOra test(env);
-    Record(t, test, &conn, env);
+// The walk answered with `walk`, every probe with `others`.
+Answers Walk(const ScriptedAnswer& walk, Answers others) {
+    return [walk, others](const std::string& sql) { return sql == kWalk ? walk : others(sql); };
 }
 
 TEST(IndexAnalysis, ExpectedIndexesAndProbesFollowTheFlagsAndTheRowIdColumn) {
@@ -243,32 +242,18 @@ TEST(IndexAnalysis, ExpectedIndexesAndProbesFollowTheFlagsAndTheRowIdColumn) {
         {"versioned, no row-id column", noRowId, 16777216, 8},
     };
     for (const auto& c : layers) {
-        t.Case(std::string("probes of a ") + c.label + " layer, every index missing");
-        Analyse(t, Rows(8, {WalkRow(c.layer, c.eflags, c.objectFlags)}), missing);
+        RunCheck(t, std::string("probes of a ") + c.label + " layer, every index missing",
+                 Make<clsTst_IdxLyrBinOra>(),
+                 Walk(Rows(8, {WalkRow(c.layer, c.eflags, c.objectFlags)}), missing));
     }
-    t.Case("fresh cursor at end: no layers");
-    Analyse(t, AfterLast(8, {WalkRow(kRoads, 16777216, 0)}), missing);
-    t.Case("lookup errors list every entry of the error list");
-    Analyse(t, Rows(8, {WalkRow(kRoads, 16777216 | 1048576, 0)}), [](const std::string&) {
-        return Failure({{942, "table or view does not exist"}, {-2147217865, "second entry"}});
-    });
-    t.Case("unreadable dictionary: one lookup error per index");
-    Analyse(t, Rows(8, {WalkRow(kRoads, 16777216, 0)}), [](const std::string& sql) {
-        return sql.find("ALL_IND_COLUMNS") != std::string::npos ? Failure({{942, "no view"}}) : Rows(1, {});
-    });
-    t.Case("namer not set up");
-    const CheckEnvironment unset;
-    ScriptedConnection conn;
-    conn.Open("");
-    clsTst_IdxLyrBinOra untranslated(unset);
-    Record(t, untranslated, &conn, unset);
-    t.Case("no connection, before and after a run");
-    const CheckEnvironment env(dbtype::kOracle);
-    clsTst_IdxLyrBinOra test(env);
-    Record(t, test, nullptr, env);
-    conn.Answer(kWalk, Rows(8, {}));
-    Record(t, test, &conn, env);
-    Record(t, test, nullptr, env);
+    RunCheck(t, "lookup errors list every entry of the error list", Make<clsTst_IdxLyrBinOra>(),
+             Walk(Rows(8, {WalkRow(kRoads, 16777216 | 1048576, 0)}),
+                  All(Failure({{942, "table or view does not exist"}, {-2147217865, "second entry"}}))));
+    RunCheck(t, "unreadable dictionary: one lookup error per index", Make<clsTst_IdxLyrBinOra>(),
+             Walk(Rows(8, {WalkRow(kRoads, 16777216, 0)}), [](const std::string& sql) {
+                 return sql.find("ALL_IND_COLUMNS") != std::string::npos ? Failure({{942, "no view"}})
+                                                                         : Rows(1, {});
+             }));
 }
 
 // Building 32768 real layers would take minutes; the count is the same whatever answers the probes.
