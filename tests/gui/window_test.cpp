@@ -86,7 +86,7 @@ struct Fixture {
         }
         t.Line("hourglass", std::to_string(QApplication::overrideCursor() != nullptr));
         for (const auto& launched : editor.launched) {
-            t.Line("editor", Masked(QString::fromStdString(launched.path)));
+            t.Line("editor", Masked(QString::fromStdString(launched)));
         }
         for (const std::string& box : ui.Lines()) {
             t.Line("box", Masked(QString::fromStdString(box)));

@@ -157,7 +157,7 @@ struct ReportFlow : Reporting {
         ui.answers.assign(answers.begin(), answers.end());
         view ? ViewReportClick(state, dialog, editor) : CreateNewReport(state, dialog, editor);
         for (const auto& d : dialog.shown) {
-            t.Line("dialog", Shown(d.kind + ": " + d.title + ": " + d.offeredFileName));
+            t.Line("dialog", Shown(d));
         }
         for (const auto& box : ui.shown) {
             t.Line("box", Shown(box.title + ": " + box.text) + " [" +
@@ -165,7 +165,7 @@ struct ReportFlow : Reporting {
                               std::to_string(static_cast<int>(box.icon)) + "]");
         }
         for (const auto& e : editor.launched) {
-            t.Line("editor", Shown(e.program + " " + e.path));
+            t.Line("editor", Shown(e));
         }
         if (answer && !answer->empty()) {
             const std::string bytes = ReadBytes(*answer);
