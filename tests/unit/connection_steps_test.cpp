@@ -15,6 +15,7 @@
 #include "framework/test_run.h"
 #include "support/recording_interaction.h"
 #include "support/scripted_connection.h"
+#include "transcript.h"
 
 namespace tabvet {
 namespace {
@@ -93,34 +94,19 @@ TEST(ConnectionSteps, TheStringBoxTheCannedStringAndTheLogonDialogFillTheFirstSt
 }
 
 TEST(VersionBoxes, KeyFilterAndConversion) {
-    constexpr int kBackspace = 8;
-    const struct {
-        const char* startText;  // e.g. filled by detection from a field
-        std::vector<int> keys;  // typed at the end of the box
-        const char* boxText;
-        std::optional<int> number;  // empty: the conversion overflows
-    } cases[] = {
-        {"", {'1', 'a', '-', '.', '2'}, "12", 12},
-        {"", {'/', ':', ' ', '\t', 127, 0x0660, 0xFF10}, "", 0},  // neighbours of the digits, other scripts
-        {"9", {'0', kBackspace}, "9", 9},
-        {"", {'3', '2', '7', '6', '7'}, "32767", 32767},
-        {"", {'3', '2', '7', '6', '8'}, "32768", std::nullopt},
-        {"-1", {}, "-1", -1},
-        {"7.5", {}, "7.5", 8},
-        {" 012 ", {}, " 012 ", 12},
-    };
-    for (const auto& c : cases) {
-        std::string box = c.startText;
-        for (const int key : c.keys) {
-            if (VersionKeyPasses(key)) {
-                key == kBackspace ? box.pop_back() : box.push_back(static_cast<char>(key));
-            }
-        }
-        EXPECT_EQ(box, c.boxText);
-        if (c.number) {
-            EXPECT_EQ(VersionBoxNumber(box), *c.number) << box;
-        } else {
-            EXPECT_THROW(VersionBoxNumber(box), RuntimeError) << box;
+    testsupport::Transcript t("version_boxes");
+    t.Case("keys the boxes take, of every UTF-16 code unit");
+    std::string passing;
+    for (int key = 0; key <= 0xFFFF; ++key) {
+        passing += VersionKeyPasses(key) ? " " + std::to_string(key) : "";
+    }
+    t.Line("keys", passing);
+    t.Case("numbers of texts typed or filled in by detection");
+    for (const char* box : {"", "12", "007", "32767", "32768", "-1", "7.5", "8.5", " 12 ", "1e3", "&H10"}) {
+        try {
+            t.Line(std::string("'") + box + "'", std::to_string(VersionBoxNumber(box)));
+        } catch (const RuntimeError& e) {
+            t.Line(std::string("'") + box + "'", DescribeRuntimeError(e));
         }
     }
 }
