@@ -20,19 +20,13 @@ namespace tabvet::testsupport {
 inline std::string Escaped(const std::string& text) {
     std::string out;
     for (const unsigned char c : text) {
-        if (c == '\\') {
-            out += "\\\\";
-        } else if (c == '\r') {
-            out += "\\r";
-        } else if (c == '\n') {
-            out += "\\n";
-        } else if (c < 0x20 || c == 0x7f) {
-            char hex[8];
-            std::snprintf(hex, sizeof hex, "\\x%02x", c);
-            out += hex;
-        } else {
-            out += static_cast<char>(c);
-        }
+        char hex[8];
+        std::snprintf(hex, sizeof hex, "\\x%02x", c);
+        out += c == '\\'               ? "\\\\"
+               : c == '\r'             ? "\\r"
+               : c == '\n'             ? "\\n"
+               : c < 0x20 || c == 0x7f ? hex
+                                       : std::string(1, static_cast<char>(c));
     }
     return out;
 }
