@@ -202,21 +202,15 @@ TEST_F(ReportFlow, EveryWayOutOfTheReportStepAndWhatStaysOnDisk) {
     Step("viewing needs no run; cancel is silent", std::nullopt, {}, true);
     editor.starts = true;
     Step("viewing another report", folder.File("older report.txt"), {}, true);
-    const std::pair<const char*, std::function<void()>> noResults[] = {
-        {"no run since connect",
-         [&] {
-             state.g_pTestCollection =
-                 testsupport::FakeCatalogue({{.name = "a", .pass = true, .wasRun = true}});
-         }},
-        {"no catalogue", [&] { state.g_bTestsWereRun = true, state.g_pTestCollection.reset(); }},
-        {"empty catalogue", [&] { state.g_pTestCollection = testsupport::FakeCatalogue({}); }},
-        {"run flag but nothing ran",
-         [&] {
-             state.g_pTestCollection = testsupport::FakeCatalogue({{.name = "a"}, {.name = "b"}});
-         }},
-    };
-    for (const auto& [label, make] : noResults) {
-        make();
+    // No results: the reason is said once when counting and again, with the general box, on creating.
+    const std::vector<std::pair<const char*, std::optional<std::vector<FakeTest::State>>>> noResults = {
+        {"no run since connect", std::vector<FakeTest::State>{{.name = "a", .pass = true, .wasRun = true}}},
+        {"no catalogue", std::nullopt},
+        {"empty catalogue", std::vector<FakeTest::State>{}},
+        {"run flag but nothing ran", std::vector<FakeTest::State>{{.name = "a"}, {.name = "b"}}}};
+    for (const auto& [label, catalogue] : noResults) {
+        state.g_bTestsWereRun = std::string(label) != "no run since connect";
+        state.g_pTestCollection = catalogue ? testsupport::FakeCatalogue(*catalogue) : nullptr;
         Step(label, folder.File("never.txt"));
         t.Line("tests counted", std::to_string(CountTestsRun(state)));
         ui.shown.clear();
