@@ -4,8 +4,6 @@
 // crashes. Then the about box and the terminal.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <map>
 #include <regex>
 
 #include "about_box.h"
@@ -23,6 +21,8 @@
 namespace tabvet {
 namespace {
 
+using namespace testsupport;
+
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
     for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
         text.replace(at, from.size(), to);
@@ -33,13 +33,13 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
 // Headings are the arguments, each in double quotes; "parse" first only parses them. <folder> stands for
 // a folder that holds "a file" and "report.txt".
 TEST(HeadlessArguments, EachMistakeIsOneLineThenTheUsageAndExitTwoAndNoFileIsTouched) {
-    const std::vector<std::string> headings = testsupport::CaseHeadings("headless_arguments");
+    const std::vector<std::string> headings = CaseHeadings("headless_arguments");
     ASSERT_FALSE(headings.empty());
-    testsupport::Transcript t("headless_arguments");
+    Transcript t("headless_arguments");
     for (const std::string& heading : headings) {
-        testsupport::TempFolder folder;
-        testsupport::WriteBytes(folder.File("a file"), "x");
-        testsupport::WriteBytes(folder.File("report.txt"), "yesterday's report");
+        TempFolder folder;
+        WriteBytes(folder.File("a file"), "x");
+        WriteBytes(folder.File("report.txt"), "yesterday's report");
         std::vector<std::string> args;
         const std::regex quoted("\"([^\"]*)\"");
         for (auto it = std::sregex_iterator(heading.begin(), heading.end(), quoted);
@@ -67,19 +67,19 @@ TEST(HeadlessArguments, EachMistakeIsOneLineThenTheUsageAndExitTwoAndNoFileIsTou
         for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
             files += entry.path().filename().string() + "; ";
         }
-        t.Line("files", files + testsupport::ReadBytes(folder.File("report.txt")));
+        t.Line("files", files + ReadBytes(folder.File("report.txt")));
     }
 }
 
 // Headings are the three boxes separated by '|', typed into a window that is connected to a server that
 // answers nothing, so a run goes through every applicable test without a database.
 TEST(VersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnythingAndTheCorrectedBoxesRun) {
-    testsupport::Transcript t("version_texts");
-    for (const std::string& heading : testsupport::CaseHeadings("version_texts")) {
-        testsupport::RecordingInteraction ui;
+    Transcript t("version_texts");
+    for (const std::string& heading : CaseHeadings("version_texts")) {
+        RecordingInteraction ui;
         MainState state(ui);
         ASSERT_TRUE(StartUp(state));
-        auto conn = std::make_unique<testsupport::ScriptedConnection>();
+        auto conn = std::make_unique<ScriptedConnection>();
         conn->Open("");
         state.g_pAdoConn = std::move(conn);
         OptionClick(state, DbmsOption::Oracle);
@@ -136,7 +136,7 @@ TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
         {{{path, "C:\\x\\msinfo32.exe"}}, false, unavailable},
     };
     for (const auto& c : cases) {
-        testsupport::RecordingInteraction ui;
+        RecordingInteraction ui;
         std::string started;
         SysInfoLocator locator{
             [&](const std::string& key, const std::string& name) -> std::optional<std::string> {
@@ -148,7 +148,7 @@ TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
         StartSysInfo(locator, ui);
         EXPECT_EQ(ui.shown.empty() ? started : ui.Lines().at(0), c.outcome);
     }
-    testsupport::RecordingInteraction ui;
+    RecordingInteraction ui;
 #ifndef _WIN32
     StartSysInfo(PlatformSysInfoLocator(), ui);
     EXPECT_EQ(ui.Lines(), std::vector<std::string>{unavailable});
@@ -157,7 +157,7 @@ TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
 
 TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
     for (const bool shared : {true, false}) {
-        testsupport::RecordingInteraction ui;
+        RecordingInteraction ui;
         MainState state(ui);
         std::ostringstream out, err;
         ConsoleView view(state, out, shared ? out : err);

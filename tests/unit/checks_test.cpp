@@ -3,9 +3,6 @@
 // lines, failures, and the probe order of the index analysis.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
-
 #include "checks/compressed_binary_index_check.h"
 #include "checks/compressed_binary_probes.h"
 #include "checks/cross_table_checks.h"
@@ -19,11 +16,7 @@
 namespace tabvet {
 namespace {
 
-using testsupport::CheckEnvironment;
-using testsupport::Failure;
-using testsupport::Rows;
-using testsupport::ScriptedAnswer;
-using testsupport::ScriptedConnection;
+using namespace testsupport;
 using Factory = std::function<std::unique_ptr<IAdoTest>(const TestEnvironment&)>;
 using Table = std::vector<std::vector<FieldValue>>;
 
@@ -39,8 +32,7 @@ ScriptedAnswer AfterLast(std::size_t columns, Table rows) {
 }
 
 // Runs one check and prints what a DBA would see of it.
-void Record(testsupport::Transcript& t, IAdoTest& test, ScriptedConnection* conn,
-            const CheckEnvironment& env) {
+void Record(Transcript& t, IAdoTest& test, ScriptedConnection* conn, const CheckEnvironment& env) {
     try {
         test.Run(conn);
     } catch (const RuntimeError& e) {
@@ -65,7 +57,7 @@ Answers All(const ScriptedAnswer& answer) {
 }
 
 // Starts a case and runs one check on it. Oracle names carry no database; the others use GISDB.
-void RunCheck(testsupport::Transcript& t, const std::string& label, const Factory& make, Answers answers,
+void RunCheck(Transcript& t, const std::string& label, const Factory& make, Answers answers,
               std::int32_t dbms = dbtype::kOracle) {
     t.Case(label);
     const CheckEnvironment env(dbms, dbms == dbtype::kOracle ? kNoDatabaseName : "GISDB");
@@ -141,7 +133,7 @@ const std::pair<std::int32_t, const char*> kServerTypes[] = {{dbtype::kOracle, "
                                                              {dbtype::kInformix, "Informix"}};
 
 TEST(Checks, StatementsListingsAndFailuresOfEveryCheckOnEveryServerType) {
-    testsupport::Transcript t("checks");
+    Transcript t("checks");
     for (const Check& check : Checks()) {
         for (const auto& [dbms, server] : kServerTypes) {
             RunCheck(t, std::string(check.name) + ", " + server + ", no rows", check.make, All(Rows(5, {})),
@@ -182,7 +174,7 @@ Table Numbered(int count, int columns) {
 }
 
 TEST(Checks, ListingsStopAtFiveWithTheLimitLineOfTheirLoopAndNullsEndTheRun) {
-    testsupport::Transcript t("checks_limits");
+    Transcript t("checks_limits");
     for (const int count : {4, 5, 6}) {
         for (const auto& [name, make, columns] :
              {std::tuple{"LAYERS in TABLE_REGISTRY", Make<clsTst_LyrInTblReg>(), 3},
@@ -219,7 +211,7 @@ Answers Walk(const ScriptedAnswer& walk, Answers others) {
 }
 
 TEST(IndexAnalysis, ExpectedIndexesAndProbesFollowTheFlagsAndTheRowIdColumn) {
-    testsupport::Transcript t("index_analysis");
+    Transcript t("index_analysis");
     for (const ExpectedIndex& index : ExpectedIndexes()) {
         t.Case(IndexName(index, kRoads) + " expects " + std::to_string(index.expectedScore));
         t.Line("query", IndexScoreQuery(index, kRoads));

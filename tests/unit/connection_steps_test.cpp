@@ -3,9 +3,6 @@
 // number conversion, and the probing order down to the last naming style.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <optional>
-
 #include "db/connection_handling.h"
 #include "db/connection_string.h"
 #include "db/odbc_logon.h"
@@ -19,6 +16,8 @@
 
 namespace tabvet {
 namespace {
+
+using namespace testsupport;
 
 DriverManagerLists OneDsn() {
     return {.environmentAllocated = true, .dataSources = {{.name = "Sales", .driver = "PostgreSQL Unicode"}}};
@@ -68,7 +67,7 @@ struct ScriptedPresenter final : LogonDialogPresenter {
 };
 
 TEST(ConnectionSteps, TheStringBoxTheCannedStringAndTheLogonDialogFillTheFirstStep) {
-    testsupport::RecordingInteraction ui;
+    RecordingInteraction ui;
     MainState state(ui);
     for (const auto& [text, enabled] : {std::pair{"DSN=x", true}, {"", false}, {" ", true}}) {
         ConnectionStringChanged(state, text);
@@ -94,7 +93,7 @@ TEST(ConnectionSteps, TheStringBoxTheCannedStringAndTheLogonDialogFillTheFirstSt
 }
 
 TEST(VersionBoxes, KeyFilterAndConversion) {
-    testsupport::Transcript t("version_boxes");
+    Transcript t("version_boxes");
     t.Case("keys the boxes take, of every UTF-16 code unit");
     std::string passing;
     for (int key = 0; key <= 0xFFFF; ++key) {
@@ -112,7 +111,7 @@ TEST(VersionBoxes, KeyFilterAndConversion) {
 }
 
 TEST(ScriptedDetection, NeedsAConnectionAndProbesEveryStyleInOrder) {
-    testsupport::RecordingInteraction ui;
+    RecordingInteraction ui;
     MainState state(ui);
     state.g_QDON = std::make_unique<clsQualDbObjName>(ui);
     state.g_cConnErrStr = std::make_unique<clsConnErrorString>(ui);
@@ -122,12 +121,11 @@ TEST(ScriptedDetection, NeedsAConnectionAndProbesEveryStyleInOrder) {
     EXPECT_EQ(state.selectedDbms, DbmsOption::DB2);
 
     // Informix names have no stand-in database; only the SQL Server style answers here.
-    auto conn = std::make_unique<testsupport::ScriptedConnection>();
+    auto conn = std::make_unique<ScriptedConnection>();
     const auto& sent = conn->Sent();
     conn->Open("");
     const std::string select = "SELECT major, minor, bugfix, release, description FROM ";
-    conn->Answer(select + "GIS.TSL.tsl_VERSION",
-                 testsupport::Rows(5, {{"9", "1", "3", "0", "Tessel for Informix"}}));
+    conn->Answer(select + "GIS.TSL.tsl_VERSION", Rows(5, {{"9", "1", "3", "0", "Tessel for Informix"}}));
     state.g_pAdoConn = std::move(conn);
     state.g_sTslSystemTableDatabase = "GIS";
     ui.shown.clear();

@@ -18,14 +18,11 @@
 namespace tabvet {
 namespace {
 
-using testsupport::Failure;
-using testsupport::RecordingInteraction;
-using testsupport::Rows;
-using testsupport::ScriptedConnection;
+using namespace testsupport;
 
 // Runs `step` and prints its value, or the number of the error it raises.
 template <typename F>
-void Try(testsupport::Transcript& t, const std::string& label, F step) {
+void Try(Transcript& t, const std::string& label, F step) {
     try {
         t.Line(label, step());
     } catch (const RuntimeError& e) {
@@ -35,8 +32,8 @@ void Try(testsupport::Transcript& t, const std::string& label, F step) {
 
 // Headings are connection strings and statements: what the driver is given, and whether it may be sent.
 TEST(ConnectionStrings, KeywordsAreTranslatedValuesCopiedAsWrittenAndOnlySingleStatementsSent) {
-    testsupport::Transcript t("connection_strings");
-    for (const std::string& text : testsupport::CaseHeadings("connection_strings")) {
+    Transcript t("connection_strings");
+    for (const std::string& text : CaseHeadings("connection_strings")) {
         t.Case(text);
         t.Line("translated", TranslateConnectionString(text));
         t.Line("single statement", std::to_string(IsSingleStatement(text)));
@@ -46,10 +43,10 @@ TEST(ConnectionStrings, KeywordsAreTranslatedValuesCopiedAsWrittenAndOnlySingleS
 // Headings are "server type code|system database name", set up in turn on one namer, so a heading may
 // show what the previous one left.
 TEST(Namer, SystemTablesUserTablesAndProbesForEveryServerType) {
-    testsupport::Transcript t("namer");
+    Transcript t("namer");
     RecordingInteraction ui;
     clsQualDbObjName namer(ui);
-    for (const std::string& heading : testsupport::CaseHeadings("namer")) {
+    for (const std::string& heading : CaseHeadings("namer")) {
         t.Case(heading);
         if (const auto bar = heading.find('|'); bar != std::string::npos) {
             Try(t, "setup",
@@ -81,7 +78,7 @@ std::string Text(const FieldValue& value) {
 }
 
 TEST(DataAccess, ErrorTextsCursorFlagsAndRefusedStatements) {
-    testsupport::Transcript t("data_access");
+    Transcript t("data_access");
     ScriptedConnection conn;
     RecordingInteraction ui;
     clsConnErrorString formatter(ui);
@@ -134,7 +131,7 @@ TEST(DataAccess, ErrorTextsCursorFlagsAndRefusedStatements) {
 }
 
 TEST(Conversions, IntegersTextAndTheLeadingNumberOfTypedText) {
-    testsupport::Transcript t("conversions");
+    Transcript t("conversions");
     for (const FieldValue& input :
          std::vector<FieldValue>{"9", " 42 ", "2.5", "-2.5", "32767", "32768", "16777216", "2147483648",
                                  "1e3", std::nullopt, "", "abc", "inf"}) {

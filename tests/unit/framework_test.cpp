@@ -3,9 +3,6 @@
 // escaped error ends a run.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
-
 #include "checks/catalogue.h"
 #include "db/runtime_error.h"
 #include "framework/ado_test_collection.h"
@@ -20,11 +17,10 @@
 namespace tabvet {
 namespace {
 
-using testsupport::FakeTest;
-using testsupport::RecordingInteraction;
+using namespace testsupport;
 
 TEST(Catalogue, HoldsTheTestsInTheirFixedOrderAndTheServerTypeAndReleaseChooseWhatRuns) {
-    testsupport::Transcript t("catalogue");
+    Transcript t("catalogue");
     RecordingInteraction ui;
     MainState state(ui);
     state.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state));
@@ -65,7 +61,7 @@ TEST(Catalogue, HoldsTheTestsInTheirFixedOrderAndTheServerTypeAndReleaseChooseWh
 }
 
 TEST(VersionRules, AcceptedReleases) {
-    testsupport::Transcript t("version_rules");
+    Transcript t("version_rules");
     t.Case("rules V1 to V4 that accept a release; minors compare signed, bugfix is used by no rule");
     const std::int16_t releases[][3] = {{8, 1, 0},  {8, 2, 0},     {9, 0, 0},      {9, 1, 0},
                                         {3, 0, 0},  {10, 0, 0},    {7, 9, 9},      {8, -1, 0},
@@ -83,7 +79,7 @@ TEST(VersionRules, AcceptedReleases) {
 void MakeReady(MainState& s, RecordingInteraction& ui) {
     s.now = [] { return std::string("23/11/2026 10:00:00"); };
     s.g_QDON = std::make_unique<clsQualDbObjName>(ui);
-    auto conn = std::make_unique<testsupport::ScriptedConnection>();
+    auto conn = std::make_unique<ScriptedConnection>();
     conn->Open("");
     s.g_pAdoConn = std::move(conn);
     s.selectedDbms = DbmsOption::Oracle;
@@ -126,7 +122,7 @@ class RunTranscript : public MainView {
                 verdict(s);
             };
         }
-        state.g_pTestCollection = testsupport::FakeCatalogue(std::move(tests));
+        state.g_pTestCollection = FakeCatalogue(std::move(tests));
     }
     void Run() {
         try {
@@ -142,7 +138,7 @@ class RunTranscript : public MainView {
         ui.shown.clear();
     }
 
-    testsupport::Transcript t;
+    Transcript t;
     RecordingInteraction ui;
     MainState state{ui};
 };
@@ -151,7 +147,7 @@ TEST(TestRun, NotReadyShowsOnlyTheBoxAndChangesNothing) {
     const std::pair<const char*, std::function<void(MainState&)>> spoilers[] = {
         {"no connection", [](MainState& s) { s.g_pAdoConn.reset(); }},
         {"no catalogue", [](MainState& s) { s.g_pTestCollection.reset(); }},
-        {"empty catalogue", [](MainState& s) { s.g_pTestCollection = testsupport::FakeCatalogue({}); }},
+        {"empty catalogue", [](MainState& s) { s.g_pTestCollection = FakeCatalogue({}); }},
         {"no server type", [](MainState& s) { s.selectedDbms = DbmsOption::None; }},
         {"no major version", [](MainState& s) { s.txtMajorVersion = ""; }},
         {"letters", [](MainState& s) { s.txtMajorVersion = "abc"; }},

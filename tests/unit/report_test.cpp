@@ -3,12 +3,6 @@
 // document against tests/fixtures/unit, which a strict reader must accept whole.
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <ctime>
-#include <filesystem>
-#include <optional>
-#include <thread>
-
 #include "app/startup.h"
 #include "report/json_text.h"
 #include "report/report_flow.h"
@@ -25,8 +19,7 @@
 namespace tabvet {
 namespace {
 
-using testsupport::FakeTest;
-using testsupport::ReadBytes;
+using namespace testsupport;
 
 // Sets or (with nothing) unsets an environment variable for the rest of the process.
 void SetVariable(const char* name, const std::optional<std::string>& value) {
@@ -73,9 +66,9 @@ struct Reporting : ::testing::Test {
         return ReadBytes(path);
     }
 
-    testsupport::RecordingInteraction ui;
+    RecordingInteraction ui;
     MainState state{ui};
-    testsupport::TempFolder folder;
+    TempFolder folder;
 };
 
 TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
@@ -114,14 +107,14 @@ TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.fixture);
-        state.g_pTestCollection = testsupport::FakeCatalogue(c.tests);
+        state.g_pTestCollection = FakeCatalogue(c.tests);
         state.chkOnlyReportFailures = c.onlyFailures;
         const std::string v = c.version;
         state.txtMajorVersion = v.substr(0, v.empty() ? 0 : 1);
         state.txtMinorVersion = v.empty() ? "" : v.substr(1, 1);
         state.txtBugfix = v.empty() ? "" : v.substr(2, 1);
         state.selectedDbms = c.dbms;
-        EXPECT_EQ(Written(), ReadBytes(testsupport::FixturePath(std::string("reports/") + c.fixture)));
+        EXPECT_EQ(Written(), ReadBytes(FixturePath(std::string("reports/") + c.fixture)));
     }
     // The check box and the boxes are read when writing, and copied as typed.
     state.txtMajorVersion = "9x";
@@ -139,7 +132,7 @@ TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
 struct ReportFlow : Reporting {
     ReportFlow() : t("report_flow") {
         state.g_pTestCollection =
-            testsupport::FakeCatalogue({kEnvironment, Fake(kLayers, "", "", kNoLayers, false, true)});
+            FakeCatalogue({kEnvironment, Fake(kLayers, "", "", kNoLayers, false, true)});
         state.g_bTestsWereRun = true;
         state.reportFileName = folder.File("Tessel_Diag.txt");
         report = Written();
@@ -177,16 +170,16 @@ struct ReportFlow : Reporting {
         editor.launched.clear();
     }
 
-    testsupport::Transcript t;
-    testsupport::ScriptedFileDialog dialog;
-    testsupport::ScriptedEditorLauncher editor;
+    Transcript t;
+    ScriptedFileDialog dialog;
+    ScriptedEditorLauncher editor;
     std::string report;
 };
 
 TEST_F(ReportFlow, EveryWayOutOfTheReportStepAndWhatStaysOnDisk) {
     const std::string path = folder.File("old report.txt");
     // Longer than the new report, so a missing truncation would leave its tail behind.
-    testsupport::WriteBytes(path, std::string(20000, 'x') + "\r\nend of the old report\r\n");
+    WriteBytes(path, std::string(20000, 'x') + "\r\nend of the old report\r\n");
     Step("cancel", std::nullopt);
     Step("empty name", "");
     Step("existing file, No", path, {MsgAnswer::No});
@@ -210,7 +203,7 @@ TEST_F(ReportFlow, EveryWayOutOfTheReportStepAndWhatStaysOnDisk) {
         {"run flag but nothing ran", std::vector<FakeTest::State>{{.name = "a"}, {.name = "b"}}}};
     for (const auto& [label, catalogue] : noResults) {
         state.g_bTestsWereRun = std::string(label) != "no run since connect";
-        state.g_pTestCollection = catalogue ? testsupport::FakeCatalogue(*catalogue) : nullptr;
+        state.g_pTestCollection = catalogue ? FakeCatalogue(*catalogue) : nullptr;
         Step(label, folder.File("never.txt"));
         t.Line("tests counted", std::to_string(CountTestsRun(state)));
         ui.shown.clear();
@@ -231,7 +224,7 @@ TEST(DefaultReportPath, StartUpOffersTheFirstTemporaryFolderThatIsSet) {
     for (const auto& c : cases) {
         SetVariable("TEMP", c.temp);
         SetVariable("TMPDIR", c.tmpdir);
-        testsupport::RecordingInteraction ui;
+        RecordingInteraction ui;
         MainState state(ui);
         ASSERT_TRUE(StartUp(state));
         EXPECT_EQ(state.reportFileName, c.expected);
@@ -240,7 +233,7 @@ TEST(DefaultReportPath, StartUpOffersTheFirstTemporaryFolderThatIsSet) {
 
 // The real launcher: no shell in between, and a program that is not there is a failed start.
 TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMissingProgram) {
-    testsupport::TempFolder folder;
+    TempFolder folder;
     SpawnEditorLauncher launcher;
     EXPECT_FALSE(launcher.Launch("tabvet-no-such-editor", folder.File("x.txt")));
     const std::string path = folder.File("a b; touch injected.txt");
@@ -255,8 +248,8 @@ TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMis
 }
 
 TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
-    testsupport::Transcript t("results_json");
-    testsupport::RecordingInteraction ui;
+    Transcript t("results_json");
+    RecordingInteraction ui;
     MainState state(ui);
     state.selectedDbms = DbmsOption::Oracle;
     state.txtMajorVersion = "9";
@@ -266,7 +259,7 @@ TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
     record.started = "2025-02-01T13:04:05.000+01:00";
     record.finished = "2025-02-01T13:04:06.500+01:00";
     // One entry for each way a catalogue entry can end up.
-    state.g_pTestCollection = testsupport::FakeCatalogue({
+    state.g_pTestCollection = FakeCatalogue({
         {.name = "passes", .category = "Environment", .resultDetails = "fine", .pass = true, .wasRun = true},
         {.name = "fails",
          .resultDetails = "\r\n>>>> \"GIS\".ROADS\r\n>>>> Stra\xC3\x9F"
@@ -282,7 +275,7 @@ TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
     const auto document = [&](const std::string& label) {
         t.Case(label);
         const std::string json = ResultsJson(state, record);
-        EXPECT_NO_THROW((void)testsupport::JsonParser::Parse(json)) << json;
+        EXPECT_NO_THROW((void)JsonParser::Parse(json)) << json;
         t.Line("json", json);
     };
     document("failed run");
@@ -292,7 +285,7 @@ TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
     record.tests[1] = {};
     record.error.reset();
     document("the failing verdict is from an earlier run");
-    state.g_pTestCollection = testsupport::FakeCatalogue({});
+    state.g_pTestCollection = FakeCatalogue({});
     state.g_sTslSystemTableDatabase = "TSL";
     for (const DbmsOption dbms :
          {DbmsOption::SqlServer, DbmsOption::Informix, DbmsOption::DB2, DbmsOption::None}) {
@@ -314,10 +307,10 @@ TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
     }
     // Every character survives a strict reader, which must refuse what is not JSON.
     ascii += "\xC3\xA9\xE2\x80\xA8\xF0\x9F\x98\x80";
-    EXPECT_EQ(testsupport::JsonParser::Parse(JsonString(ascii)).String(), ascii);
+    EXPECT_EQ(JsonParser::Parse(JsonString(ascii)).String(), ascii);
     for (const char* invalid : {"[1,]", "{\"a\":1 \"b\":2}", "\"tab\there\"", "\"\\x\"", "01", "[1] x",
                                 "\"\xC3\"", "\"\\ud800\"", "nul", "{a:1}"}) {
-        EXPECT_THROW(testsupport::JsonParser::Parse(invalid), std::runtime_error) << invalid;
+        EXPECT_THROW(JsonParser::Parse(invalid), std::runtime_error) << invalid;
     }
     t.Case("local times with milliseconds and offset");
     const auto time = std::chrono::system_clock::from_time_t(86400 * 365) + std::chrono::milliseconds(1250);

@@ -14,12 +14,14 @@
 namespace tabvet {
 namespace {
 
+using namespace testsupport;
+
 TEST(StatementTrace, HoldsExactlyTheStatementsSentAndReadsThemBackUnchanged) {
-    testsupport::TempFolder folder;
+    TempFolder folder;
     const std::string trace = folder.File("statements.txt");
     ASSERT_EQ(setenv("TABVET_STATEMENT_TRACE", trace.c_str(), 1), 0);
-    testsupport::ScriptedConnection conn;
-    conn.AnswerOthers([](const std::string&) { return testsupport::Rows(1, {{"1"}}); });
+    ScriptedConnection conn;
+    conn.AnswerOthers([](const std::string&) { return Rows(1, {{"1"}}); });
     EXPECT_FALSE(Recordset().OpenSuppressed("SELECT 'before the connection opened'", conn));
     ASSERT_TRUE(conn.Open("scripted"));
     const std::vector<std::string> sent = {"SELECT COUNT(A.SHAPE) FROM GIS.\"RO\r\nADS\" A WHERE 1 = 2",
@@ -46,7 +48,7 @@ TEST(StatementTrace, HoldsExactlyTheStatementsSentAndReadsThemBackUnchanged) {
     }
     EXPECT_EQ(read, sent);
     EXPECT_EQ(conn.Sent(), sent);
-    const std::string bytes = testsupport::ReadBytes(trace);
+    const std::string bytes = ReadBytes(trace);
     EXPECT_EQ(std::count(bytes.begin(), bytes.end(), '\n'), static_cast<long>(sent.size()))
         << "one line each";
     EXPECT_EQ(bytes.find('\r'), std::string::npos);
