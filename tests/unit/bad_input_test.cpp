@@ -95,11 +95,7 @@ TEST(VersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnythingAndTheCorr
             state.txtMajorVersion = major;
             state.txtMinorVersion = minor;
             state.txtBugfix = bugfix;
-            try {
-                ProcessRunTests(state);
-            } catch (const RuntimeError& e) {
-                t.Line("raised", DescribeRuntimeError(e));
-            }
+            t.Try("raised", [&] { ProcessRunTests(state); });
             int ran = 0;
             for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
                 ran += state.g_pTestCollection->Item(i)->WasRun() ? 1 : 0;
@@ -107,10 +103,7 @@ TEST(VersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnythingAndTheCorr
             t.Line(major + "." + minor + "." + bugfix,
                    state.stsRunFeedback + " | tests run: " + std::to_string(ran) +
                        " | log kept: " + std::to_string(state.rtbStatus == "earlier log"));
-            for (const std::string& box : ui.Lines()) {
-                t.Line("box", box);
-            }
-            ui.shown.clear();
+            t.Boxes(ui);
         }
     }
 }

@@ -33,20 +33,14 @@ ScriptedAnswer AfterLast(std::size_t columns, Table rows) {
 
 // Runs one check and prints what a DBA would see of it.
 void Record(Transcript& t, IAdoTest& test, ScriptedConnection* conn, const CheckEnvironment& env) {
-    try {
-        test.Run(conn);
-    } catch (const RuntimeError& e) {
-        t.Line("raised", std::to_string(e.Number()) + " " + e.what());
-    }
+    t.Try("raised", [&] { test.Run(conn); });
     if (conn != nullptr) {
         for (const std::string& sql : conn->Sent()) {
             t.Line("sent", sql);
         }
         t.Line("error list", std::to_string(conn->Errors().Count()));
     }
-    for (const std::string& box : env.ui.Lines()) {
-        t.Line("box", box);
-    }
+    t.Boxes(env.ui);
     t.Line(test.Pass() ? "pass" : test.WasRun() ? "fail" : "fail, not run", test.ResultDetails());
 }
 

@@ -20,16 +20,6 @@ namespace {
 
 using namespace testsupport;
 
-// Runs `step` and prints its value, or the number of the error it raises.
-template <typename F>
-void Try(Transcript& t, const std::string& label, F step) {
-    try {
-        t.Line(label, step());
-    } catch (const RuntimeError& e) {
-        t.Line(label, "raised " + std::to_string(e.Number()) + " " + e.Description());
-    }
-}
-
 // Headings are connection strings and statements: what the driver is given, and whether it may be sent.
 TEST(ConnectionStrings, KeywordsAreTranslatedValuesCopiedAsWrittenAndOnlySingleStatementsSent) {
     Transcript t("connection_strings");
@@ -49,8 +39,8 @@ TEST(Namer, SystemTablesUserTablesAndProbesForEveryServerType) {
     for (const std::string& heading : CaseHeadings("namer")) {
         t.Case(heading);
         if (const auto bar = heading.find('|'); bar != std::string::npos) {
-            Try(t, "setup",
-                [&] { return (namer.Setup(std::stoi(heading), heading.substr(bar + 1)), "done"); });
+            t.Try("setup",
+                  [&] { return (namer.Setup(std::stoi(heading), heading.substr(bar + 1)), "done"); });
         }
         t.Line("type, database, uses it", std::to_string(namer.DbmsTypeCode()) + ", " +
                                               namer.SystemDatabaseName() + ", " +
@@ -66,10 +56,7 @@ TEST(Namer, SystemTablesUserTablesAndProbesForEveryServerType) {
         t.Line("find column", namer.SqlToFindColumn("SHAPE", "D.GIS.ROADS"));
         t.Line("find nothing",
                namer.SqlToFindTable("") + namer.SqlToFindColumn("", "O.T") + namer.SqlToFindColumn("C", ""));
-        for (const std::string& box : ui.Lines()) {
-            t.Line("box", box);
-        }
-        ui.shown.clear();
+        t.Boxes(ui);
     }
 }
 
@@ -84,50 +71,48 @@ TEST(DataAccess, ErrorTextsCursorFlagsAndRefusedStatements) {
     clsConnErrorString formatter(ui);
     Recordset rs;
     t.Case("closed connection: nothing reaches the driver");
-    Try(t, "open", [&] { return std::to_string(rs.OpenSuppressed("SELECT 1", conn)); });
-    Try(t, "errors", [&] { return formatter.Build(&conn); });
+    t.Try("open", [&] { return std::to_string(rs.OpenSuppressed("SELECT 1", conn)); });
+    t.Try("errors", [&] { return formatter.Build(&conn); });
     conn.Open("");
     t.Case("a second statement or a comment is refused");
-    Try(t, "open", [&] { return std::to_string(rs.OpenSuppressed("SELECT 1; DROP TABLE t", conn)); });
-    Try(t, "errors", [&] { return formatter.Build(&conn); });
-    Try(t, "second entry", [&] { return conn.Errors().Item(1).Description; });
+    t.Try("open", [&] { return std::to_string(rs.OpenSuppressed("SELECT 1; DROP TABLE t", conn)); });
+    t.Try("errors", [&] { return formatter.Build(&conn); });
+    t.Try("second entry", [&] { return conn.Errors().Item(1).Description; });
     t.Case("two errors appended to the earlier text; then an empty list replaces it");
     conn.Answer("SELECT bad",
                 Failure({{1,
                           "ERROR: relation \"tsl.version\" does not exist;\nError while executing "
                           "the query"},
                          {-2147217900, "x"}}));
-    Try(t, "open", [&] { return std::to_string(rs.OpenSuppressed("SELECT bad", conn)); });
-    Try(t, "state", [&] { return std::to_string(rs.State()); });
-    Try(t, "errors", [&] { return formatter.Build(&conn); });
-    Try(t, "value", [&] { return formatter.Value(); });
-    Try(t, "open raising", [&] { return (rs.Open("SELECT bad", conn), std::string("opened")); });
+    t.Try("open", [&] { return std::to_string(rs.OpenSuppressed("SELECT bad", conn)); });
+    t.Try("state", [&] { return std::to_string(rs.State()); });
+    t.Try("errors", [&] { return formatter.Build(&conn); });
+    t.Try("value", [&] { return formatter.Value(); });
+    t.Try("open raising", [&] { return (rs.Open("SELECT bad", conn), std::string("opened")); });
     conn.Errors().Clear();
-    Try(t, "errors", [&] { return formatter.Build(&conn); });
-    Try(t, "null connection", [&] { return formatter.Build(nullptr); });
+    t.Try("errors", [&] { return formatter.Build(&conn); });
+    t.Try("null connection", [&] { return formatter.Build(nullptr); });
     // Flags at both ends of real results are tested against the real driver.
     conn.Answer("SELECT two", Rows(2, {{"a", std::nullopt}, {"b", "2"}}));
     rs.Open("SELECT two", conn);
-    Try(t, "errors after a good open", [&] { return formatter.Build(&conn); });
-    Try(t, "NULL field", [&] { return Text(rs.Fields(1)); });
-    Try(t, "field past the last column", [&] { return Text(rs.Fields(2)); });
-    Try(t, "close", [&] { return (rs.Close(), std::string("closed")); });
-    Try(t, "close again", [&] { return (rs.Close(), std::string("closed")); });
+    t.Try("errors after a good open", [&] { return formatter.Build(&conn); });
+    t.Try("NULL field", [&] { return Text(rs.Fields(1)); });
+    t.Try("field past the last column", [&] { return Text(rs.Fields(2)); });
+    t.Try("close", [&] { return (rs.Close(), std::string("closed")); });
+    t.Try("close again", [&] { return (rs.Close(), std::string("closed")); });
     const auto flags = [&] { return std::to_string(rs.Bof()) + std::to_string(rs.Eof()); };
-    Try(t, "bof eof when closed", flags);
+    t.Try("bof eof when closed", flags);
     t.Case("a fresh cursor past its last row (scripted: no real driver gives it)");
     auto odd = Rows(1, {{"x"}, {"y"}});
     odd.freshCursorAfterLast = true;
     conn.Answer("SELECT odd", odd);
     rs.Open("SELECT odd", conn);
-    Try(t, "bof eof", flags);
-    Try(t, "first", [&] { return (rs.MoveFirst(), Text(rs.Fields(0))); });
+    t.Try("bof eof", flags);
+    t.Try("first", [&] { return (rs.MoveFirst(), Text(rs.Fields(0))); });
     for (const std::string& sql : conn.Sent()) {
         t.Line("sent", sql);
     }
-    for (const std::string& box : ui.Lines()) {
-        t.Line("box", box);
-    }
+    t.Boxes(ui);
 }
 
 TEST(Conversions, IntegersTextAndTheLeadingNumberOfTypedText) {
@@ -136,10 +121,10 @@ TEST(Conversions, IntegersTextAndTheLeadingNumberOfTypedText) {
          std::vector<FieldValue>{"9", " 42 ", "2.5", "-2.5", "32767", "32768", "16777216", "2147483648",
                                  "1e3", std::nullopt, "", "abc", "inf"}) {
         t.Case(Text(input));
-        Try(t, "16 bit", [&] { return std::to_string(ToInt16(input)); });  // halves go to the even neighbour
-        Try(t, "32 bit", [&] { return std::to_string(ToInt32(input)); });
-        Try(t, "text", [&] { return ToText(input); });
-        Try(t, "text or empty", [&] { return TextOrEmpty(input); });
+        t.Try("16 bit", [&] { return std::to_string(ToInt16(input)); });  // halves go to the even neighbour
+        t.Try("32 bit", [&] { return std::to_string(ToInt32(input)); });
+        t.Try("text", [&] { return ToText(input); });
+        t.Try("text or empty", [&] { return TextOrEmpty(input); });
     }
     t.Case("leading number of typed text");
     for (const char* text : {"", "9.1", "  8 ", "1 2", "12abc", "abc12", "-3", ".5", "1e", "2d1", "&H1F",

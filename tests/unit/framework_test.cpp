@@ -125,17 +125,10 @@ class RunTranscript : public MainView {
         state.g_pTestCollection = FakeCatalogue(std::move(tests));
     }
     void Run() {
-        try {
-            ProcessRunTests(state);
-        } catch (const RuntimeError& e) {
-            t.Line("raised", DescribeRuntimeError(e));
-        }
+        t.Try("raised", [&] { ProcessRunTests(state); });
         t.Line("log", state.rtbStatus);
         t.Line("tests were run", std::to_string(state.g_bTestsWereRun));
-        for (const std::string& box : ui.Lines()) {
-            t.Line("box", box);
-        }
-        ui.shown.clear();
+        t.Boxes(ui);
     }
 
     Transcript t;

@@ -8,9 +8,12 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+#include "db/runtime_error.h"
 #include "support/pg_cluster.h"
+#include "support/recording_interaction.h"
 #include "support/temp_folder.h"
 
 namespace tabvet::testsupport {
@@ -57,6 +60,27 @@ class Transcript {
     /// One value, escaped onto one line.
     void Line(const std::string& key, const std::string& value) {
         text_ << Escaped(key) << ": " << Escaped(value) << "\n";
+    }
+
+    /// Runs `step` and prints what it returns (when it returns text), or the run-time error it raises.
+    template <typename F>
+    void Try(const std::string& label, F step) {
+        try {
+            if constexpr (std::is_void_v<decltype(step())>) {
+                step();
+            } else {
+                Line(label, step());
+            }
+        } catch (const RuntimeError& e) {
+            Line(label, DescribeRuntimeError(e));
+        }
+    }
+    /// The message boxes shown since the last call.
+    void Boxes(RecordingInteraction& ui) {
+        for (const std::string& box : ui.Lines()) {
+            Line("box", box);
+        }
+        ui.shown.clear();
     }
 
     /// Empty when the transcript matches its expected file; else where it first differs.
