@@ -19,7 +19,7 @@ namespace {
 
 using namespace testsupport;
 
-TEST(Catalogue, HoldsTheTestsInTheirFixedOrderAndTheServerTypeAndReleaseChooseWhatRuns) {
+TEST(Catalogue, HoldsTheTestsInTheirFixedOrderAndTheServerTypeAndReleaseChooseWhatRunsByTheVersionRules) {
     Transcript t("catalogue");
     RecordingInteraction ui;
     MainState state(ui);
@@ -58,10 +58,6 @@ TEST(Catalogue, HoldsTheTestsInTheirFixedOrderAndTheServerTypeAndReleaseChooseWh
         }
     }
     EXPECT_TRUE(ui.shown.empty());
-}
-
-TEST(VersionRules, AcceptedReleases) {
-    Transcript t("version_rules");
     t.Case("rules V1 to V4 that accept a release; minors compare signed, bugfix is used by no rule");
     const std::int16_t releases[][3] = {{8, 1, 0},  {8, 2, 0},     {9, 0, 0},      {9, 1, 0},
                                         {3, 0, 0},  {10, 0, 0},    {7, 9, 9},      {8, -1, 0},
