@@ -1,10 +1,10 @@
 // Fuzzes the translation of the data-access layer's connection-string keywords. Checks, for any bytes: no
 // crash, no "Provider" pair left, every other pair's value byte for byte and in order, only the three
 // keys renamed, and a second translation changes nothing.
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +16,7 @@ namespace {
 struct Piece {
     std::string key;   // as written, before "="; the whole piece when it has no "="
     std::string rest;  // "=" and everything after it, the semicolon included; empty without "="
+    bool operator==(const Piece&) const = default;
 };
 
 // The pair rules, written down once more independently: pairs end at ";" outside braces, a value that
@@ -61,18 +62,13 @@ std::vector<Piece> Split(std::string_view text) {
     return pieces;
 }
 
-std::string Folded(const std::string& key) {
-    const std::size_t begin = key.find_first_not_of(" \t");
-    if (begin == std::string::npos) {
-        return {};
+std::string Folded(std::string key) {
+    key.erase(0, key.find_first_not_of(" \t"));
+    key.erase(key.find_last_not_of(" \t") + 1);
+    for (char& c : key) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     }
-    std::string folded = key.substr(begin, key.find_last_not_of(" \t") - begin + 1);
-    for (char& c : folded) {
-        if (c >= 'A' && c <= 'Z') {
-            c = static_cast<char>(c - 'A' + 'a');
-        }
-    }
-    return folded;
+    return key;
 }
 
 [[noreturn]] void Fail(const char* what, const std::string& input, const std::string& output) {
@@ -101,26 +97,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (key == "provider") {
             continue;
         }
-        if (key == "user id") {
-            piece.key = "UID";
-        } else if (key == "password") {
-            piece.key = "PWD";
-        } else if (key == "data source") {
-            piece.key = "DSN";
+        const std::map<std::string, std::string> renamed{
+            {"user id", "UID"}, {"password", "PWD"}, {"data source", "DSN"}};
+        if (const auto it = renamed.find(key); it != renamed.end()) {
+            piece.key = it->second;
         }
         expected.push_back(piece);
     }
-    const std::vector<Piece> actual = Split(output);
-    if (actual.size() != expected.size()) {
-        Fail("the pairs differ in number", input, output);
-    }
-    for (std::size_t i = 0; i < actual.size(); ++i) {
-        if (actual[i].key != expected[i].key || actual[i].rest != expected[i].rest) {
-            Fail("a pair changed", input, output);
-        }
-        if (!actual[i].rest.empty() && Folded(actual[i].key) == "provider") {
-            Fail("a Provider pair is left", input, output);
-        }
+    if (Split(output) != expected) {
+        Fail("a pair changed, went missing or was added", input, output);
     }
     return 0;
 }

@@ -1,7 +1,6 @@
 // Fuzzes the conversion of a version box's text: for any text, either a 16-bit number that is the leading
 // number rounded half to even, or the "Overflow" error; nothing else, and never a crash.
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

@@ -1,11 +1,7 @@
 // Walks the main window through its four steps against a database and saves a picture of each tab, for
 // the README. Run by scripts/screenshots.sh under a virtual X server.
-#include <QApplication>
-#include <QDir>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTabWidget>
 #include <QtTest>
+#include <QtWidgets>
 #include <iostream>
 
 #include "support/recording_interaction.h"
@@ -28,17 +24,11 @@ int main(int argc, char** argv) {
     tabvet::testsupport::ScriptedFileDialog files;
     files.Answer(QDir(folder).filePath("Tessel_Diag.txt").toStdString());
     tabvet::testsupport::ScriptedEditorLauncher editor;
-    tabvet::WindowServices services;
-    services.fileDialog = &files;
-    services.editor = &editor;
-    services.endProgram = [] {};
-    tabvet::frmNav window(state, std::move(services));
-    if (!window.Load()) {
-        return 1;
-    }
+    tabvet::frmNav window(state, {.fileDialog = &files, .editor = &editor, .endProgram = [] {}});
+    const bool loaded = window.Load();
     window.resize(780, 560);
     window.show();
-    if (!QTest::qWaitForWindowExposed(&window)) {
+    if (!loaded || !QTest::qWaitForWindowExposed(&window)) {
         std::cerr << "tour: the window was never shown\n";
         return 1;
     }

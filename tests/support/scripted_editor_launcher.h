@@ -1,4 +1,4 @@
-// An editor launcher for tests: records each launch and starts nothing.
+// An editor launcher for tests: records each launch as "program path" and starts nothing.
 #pragma once
 
 #include <string>
@@ -8,20 +8,14 @@
 
 namespace tabvet::testsupport {
 
-class ScriptedEditorLauncher final : public IEditorLauncher {
-  public:
-    struct Launched {
-        std::string program;
-        std::string path;
-    };
-
+struct ScriptedEditorLauncher final : IEditorLauncher {
     bool Launch(const std::string& program, const std::string& path) override {
-        launched.push_back({program, path});
+        launched.push_back(program + " " + path);
         return starts;
     }
 
     bool starts = true;  ///< what every launch answers
-    std::vector<Launched> launched;
+    std::vector<std::string> launched;
 };
 
 }  // namespace tabvet::testsupport

@@ -12,32 +12,26 @@ namespace tabvet::testsupport {
 
 class ScriptedFileDialog final : public IFileDialog {
   public:
-    struct Shown {
-        std::string kind;  ///< "save" or "open"
-        std::string title;
-        std::string offeredFileName;
-    };
-
     /// The next answer: a file name (possibly empty), or nothing for Cancel. Cancel when none is left.
     void Answer(std::optional<std::string> fileName) { answers_.push_back(std::move(fileName)); }
 
     std::optional<std::string> ShowSave(const std::string& title, const std::string& fileName) override {
-        return Show("save", title, fileName);
+        return Show("save: " + title + ": " + fileName);
     }
     std::optional<std::string> ShowOpen(const std::string& title, const std::string& fileName) override {
-        return Show("open", title, fileName);
+        return Show("open: " + title + ": " + fileName);
     }
 
-    std::vector<Shown> shown;
+    std::vector<std::string> shown;  ///< "save" or "open", the title and the file name offered
 
   private:
-    std::optional<std::string> Show(const char* kind, const std::string& title, const std::string& fileName) {
-        shown.push_back({kind, title, fileName});
-        if (answers_.empty()) {
-            return std::nullopt;
+    std::optional<std::string> Show(std::string what) {
+        shown.push_back(std::move(what));
+        std::optional<std::string> answer;
+        if (!answers_.empty()) {
+            answer = answers_.front();
+            answers_.pop_front();
         }
-        std::optional<std::string> answer = answers_.front();
-        answers_.pop_front();
         return answer;
     }
 

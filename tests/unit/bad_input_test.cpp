@@ -1,183 +1,172 @@
-// Input a person gets wrong: version texts pasted with letters or numbers too big for the boxes, and
-// headless arguments that are missing, repeated or unknown. Each gives a clear outcome and leaves the model
-// as usable as before; none crashes.
+// The program's edges. Input a person gets wrong, as data: headless arguments (headless_arguments.txt
+// under tests/fixtures/unit) and version texts pasted into the boxes (version_texts.txt); each case is the
+// heading of its section there, gives a clear outcome, leaves files and the model as they were, and never
+// crashes. Then the about box and the terminal.
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <optional>
-#include <sstream>
-#include <string>
-#include <vector>
+#include <regex>
 
+#include "about_box.h"
 #include "app/headless_options.h"
 #include "app/headless_run.h"
+#include "console_interaction.h"
 #include "db/runtime_error.h"
 #include "db/server_type_selection.h"
 #include "framework/test_run.h"
 #include "startup.h"
 #include "support/recording_interaction.h"
 #include "support/scripted_connection.h"
+#include "transcript.h"
 
 namespace tabvet {
 namespace {
 
-// The real catalogue on a connection that answers nothing: every statement fails like a missing table, so a
-// run goes through all applicable tests without any database.
-struct Window {
-    Window() : state(ui) {
-        EXPECT_TRUE(StartUp(state));
-        auto conn = std::make_unique<testsupport::ScriptedConnection>();
+using namespace testsupport;
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+// Headings are the arguments, each in double quotes; "parse" first only parses them. <folder> stands for
+// a folder that holds "a file" and "report.txt".
+TEST(HeadlessArguments, EachMistakeIsOneLineThenTheUsageAndExitTwoAndNoFileIsTouched) {
+    const std::vector<std::string> headings = CaseHeadings("headless_arguments");
+    ASSERT_FALSE(headings.empty());
+    Transcript t("headless_arguments");
+    for (const std::string& heading : headings) {
+        TempFolder folder;
+        WriteBytes(folder.File("a file"), "x");
+        WriteBytes(folder.File("report.txt"), "yesterday's report");
+        std::vector<std::string> args;
+        const std::regex quoted("\"([^\"]*)\"");
+        for (auto it = std::sregex_iterator(heading.begin(), heading.end(), quoted);
+             it != std::sregex_iterator(); ++it) {
+            args.push_back(Replaced((*it)[1].str(), "<folder>", folder.Path().string()));
+        }
+        t.Case(heading);
+        if (heading.starts_with("parse")) {
+            const ParsedArguments parsed = ParseHeadlessArguments(args);
+            t.Line("error", parsed.error);
+            if (parsed.options) {
+                const HeadlessOptions& o = *parsed.options;
+                t.Line("options", o.connect + " | " + o.database.value_or("-") + " | " +
+                                      o.report.value_or("-") + " | " + o.json.value_or("-") + " | " +
+                                      std::to_string(o.onlyFailures));
+            }
+            continue;
+        }
+        std::ostringstream out, err;
+        t.Line("exit", std::to_string(RunHeadless(args, out, err)));
+        t.Line("out", out.str().substr(0, out.str().find('\n')));
+        t.Line("err",
+               Replaced(Replaced(err.str(), HeadlessUsage(), "<usage>"), folder.Path().string(), "<folder>"));
+        std::string files;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+            files += entry.path().filename().string() + "; ";
+        }
+        t.Line("files", files + ReadBytes(folder.File("report.txt")));
+    }
+}
+
+// Headings are the three boxes separated by '|', typed into a window that is connected to a server that
+// answers nothing, so a run goes through every applicable test without a database.
+TEST(VersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnythingAndTheCorrectedBoxesRun) {
+    Transcript t("version_texts");
+    for (const std::string& heading : CaseHeadings("version_texts")) {
+        RecordingInteraction ui;
+        MainState state(ui);
+        ASSERT_TRUE(StartUp(state));
+        auto conn = std::make_unique<ScriptedConnection>();
         conn->Open("");
         state.g_pAdoConn = std::move(conn);
         OptionClick(state, DbmsOption::Oracle);
         state.now = [] { return std::string("<now>"); };
-    }
-    testsupport::RecordingInteraction ui;
-    MainState state;
-};
-
-enum class Outcome { Runs, NeedsServerType, Overflow };
-
-struct VersionCase {
-    const char* major;
-    const char* minor;
-    const char* bugfix;
-    Outcome outcome;
-    int testsRun;  // with Outcome::Runs
-};
-
-TEST(PastedVersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnything) {
-    const VersionCase cases[] = {
-        {"9abc", "0", "0", Outcome::Runs, 16},
-        {" 9 ", "0x", "zero", Outcome::Runs, 16},
-        {"9,5", "", "", Outcome::Runs, 16},
-        {"9", "-0.5", "0", Outcome::Runs, 16},
-        {"&H7FFF", "0", "0", Outcome::Runs, 0},  // 32767: no test knows that release
-        {"-32768.5", "0", "0", Outcome::Runs, 0},
-        {"abc", "0", "0", Outcome::NeedsServerType, 0},
-        {"", "", "", Outcome::NeedsServerType, 0},
-        {"nan", "1", "1", Outcome::NeedsServerType, 0},
-        {"inf", "1", "1", Outcome::NeedsServerType, 0},
-        {"\xD9\xA9", "0", "0", Outcome::NeedsServerType, 0},  // an Arabic-Indic nine is not a digit here
-        {"0.4", "0", "0", Outcome::NeedsServerType, 0},
-        {"99999", "0", "0", Outcome::Overflow, 0},
-        {"-99999", "0", "0", Outcome::Overflow, 0},
-        {"32767.5", "0", "0", Outcome::Overflow, 0},
-        {"1e400", "0", "0", Outcome::Overflow, 0},
-        {"&HFFFFFFFFFFFFFFFFFFFFFFFF", "0", "0", Outcome::Overflow, 0},
-        {"9", "99999", "0", Outcome::Overflow, 0},
-        {"9", "0", "1e5", Outcome::Overflow, 0},
-    };
-    for (const VersionCase& c : cases) {
-        SCOPED_TRACE(std::string(c.major) + "|" + c.minor + "|" + c.bugfix);
-        Window window;
-        MainState& state = window.state;
         state.rtbStatus = "earlier log";
         state.stsRunFeedback = "earlier progress";
-        state.txtMajorVersion = c.major;
-        state.txtMinorVersion = c.minor;
-        state.txtBugfix = c.bugfix;
-        std::optional<RuntimeError> raised;
-        try {
-            ProcessRunTests(state);
-        } catch (const RuntimeError& e) {
-            raised = e;
-        }
-        switch (c.outcome) {
-            case Outcome::Runs: {
-                EXPECT_FALSE(raised);
-                EXPECT_EQ(state.stsRunFeedback, "Testing complete.");
-                int ran = 0;
-                for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
-                    ran += state.g_pTestCollection->Item(i)->WasRun() ? 1 : 0;
-                }
-                EXPECT_EQ(ran, c.testsRun);
-                break;
+        const std::size_t bar = heading.find('|'), bar2 = heading.find('|', bar + 1);
+        t.Case(heading);
+        for (const auto& [major, minor, bugfix] :
+             {std::tuple{heading.substr(0, bar), heading.substr(bar + 1, bar2 - bar - 1),
+                         heading.substr(bar2 + 1)},
+              std::tuple{std::string("9"), std::string("0"), std::string("0")}}) {
+            state.txtMajorVersion = major;
+            state.txtMinorVersion = minor;
+            state.txtBugfix = bugfix;
+            t.Try("raised", [&] { ProcessRunTests(state); });
+            int ran = 0;
+            for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
+                ran += state.g_pTestCollection->Item(i)->WasRun() ? 1 : 0;
             }
-            case Outcome::NeedsServerType:
-                EXPECT_FALSE(raised);
-                EXPECT_EQ(window.ui.Lines(),
-                          std::vector<std::string>{"Need Server Type: Please Select Server Type (DBMS type "
-                                                   "and Tessel version)"});
-                break;
-            case Outcome::Overflow:
-                // The window shows this in a box (its guard around every action); the model is untouched.
-                ASSERT_TRUE(raised);
-                EXPECT_EQ(DescribeRuntimeError(*raised), "Run-time error '6': Overflow");
-                EXPECT_TRUE(window.ui.shown.empty());
-                break;
+            t.Line(major + "." + minor + "." + bugfix,
+                   state.stsRunFeedback + " | tests run: " + std::to_string(ran) +
+                       " | log kept: " + std::to_string(state.rtbStatus == "earlier log"));
+            t.Boxes(ui);
         }
-        if (c.outcome != Outcome::Runs) {
-            EXPECT_EQ(state.rtbStatus, "earlier log");
-            EXPECT_EQ(state.stsRunFeedback, "earlier progress");
-            EXPECT_FALSE(state.g_bTestsWereRun);
-        }
-        // Corrected, the same model runs.
-        state.txtMajorVersion = "9";
-        state.txtMinorVersion = state.txtBugfix = "0";
-        EXPECT_NO_THROW(ProcessRunTests(state));
-        EXPECT_EQ(state.stsRunFeedback, "Testing complete.");
     }
 }
 
-struct ArgumentCase {
-    std::vector<std::string> args;
-    std::string error;
-};
-
-TEST(BadHeadlessArguments, EachMistakeIsOneLineThenTheUsageAndExitTwo) {
-    const ArgumentCase cases[] = {
-        {{"--connect", "--dbms", "oracle"}, "option --connect needs a value"},
-        {{"--connect", "x", "--dbms"}, "option --dbms needs a value"},
-        {{"--connect", "x", "--dbms", "--tessel-version", "9.0.0"}, "option --dbms needs a value"},
-        {{"--connect", "x", "--report", "--json", "r.json"}, "option --report needs a value"},
-        {{"--connect="}, "--connect needs a non-empty connection string"},
-        {{"--connect", ""}, "--connect needs a non-empty connection string"},
-        {{"--database", "gis"}, "--connect is required"},
-        {{"--connect", "x", "--dbms=oracle", "--dbms", "db2"}, "option --dbms given more than once"},
-        {{"--connect", "x", "--database", "a", "--database=b"}, "option --database given more than once"},
-        {{"--version", "--version"}, "option --version given more than once"},
-        {{"--help=yes"}, "option --help takes no value"},
-        {{"--connect", "x", "--dbms", "ORACLE8"},
-         "--dbms must be one of oracle, sqlserver, db2, informix (got 'ORACLE8')"},
-        {{"--connect", "x", "--dbms="}, "--dbms must be one of oracle, sqlserver, db2, informix (got '')"},
-        {{"--connect", "x", "--tessel-version", "9.0"},
-         "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '9.0')"},
-        {{"--connect", "x", "--tessel-version", "9.0.0.0"},
-         "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '9.0.0.0')"},
-        {{"--connect", "x", "--tessel-version", "9..0"},
-         "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '9..0')"},
-        {{"--connect", "x", "--tessel-version", "32768.0.0"},
-         "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '32768.0.0')"},
-        {{"--connect", "x", "--tessel-version", "99999999999999999999.0.0"},
-         "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got "
-         "'99999999999999999999.0.0')"},
-        {{"--connect", "x", "--tessel-version", "-1.0.0"},
-         "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '-1.0.0')"},
-        {{"--connect", "x", "--tessel-version", "9.a.0"},
-         "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '9.a.0')"},
-        {{"-c", "x"}, "unknown argument '-c'"},
-        {{"connect", "x"}, "unknown argument 'connect'"},
-        {{""}, "unknown argument ''"},
-        {{"--CONNECT", "x"}, "unknown argument '--CONNECT'"},
-        {{"--connect", "x", "stray"}, "unknown argument 'stray'"},
-        {{"--connect", "x", "--"}, "unknown argument '--'"},
+// The about box (only the last resort of the lookup is reachable off Windows, so its order is checked with a
+// scripted registry), and a terminal where the log (standard output) and progress (standard error) share one
+// screen.
+TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
+    const AboutTexts texts = MakeAboutTexts(1, 2, 30);
+    EXPECT_EQ(texts.caption + " | " + texts.title + " | " + texts.version,
+              "About Tessel System Table Diagnostics | Tessel System Table Diagnostics | Version 1.2.30");
+    const std::string path = "SOFTWARE\\Microsoft\\Shared Tools\\MSINFO|PATH";
+    const std::string folder = "SOFTWARE\\Microsoft\\Shared Tools Location|MSINFO";
+    const std::string unavailable = ": System Information Is Unavailable At This Time";
+    const struct {
+        std::map<std::string, std::string> registry;  // "key|value name" -> value
+        bool starts;
+        std::string outcome;  // what started, or the box
+    } cases[] = {
+        {{{path, "C:\\x\\msinfo32.exe"}, {folder, "C:\\y"}}, true, "C:\\x\\msinfo32.exe"},
+        {{{folder, "C:\\y"}}, true, "C:\\y\\MSINFO32.EXE"},
+        {{}, true, unavailable},
+        {{{path, "C:\\x\\msinfo32.exe"}}, false, unavailable},
     };
-    for (const ArgumentCase& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.args));
-        std::ostringstream out;
-        std::ostringstream err;
-        EXPECT_EQ(RunHeadless(c.args, out, err), exit_code::kCannotStart);
-        EXPECT_EQ(err.str(), "tabvet: " + c.error + "\n" + HeadlessUsage());
-        EXPECT_EQ(out.str(), "");
+    for (const auto& c : cases) {
+        RecordingInteraction ui;
+        std::string started;
+        SysInfoLocator locator{
+            [&](const std::string& key, const std::string& name) -> std::optional<std::string> {
+                const auto it = c.registry.find(key + "|" + name);
+                return it == c.registry.end() ? std::nullopt : std::optional<std::string>(it->second);
+            },
+            [](const std::string&) { return true; },
+            [&](const std::string& program) { return started = program, c.starts; }};
+        StartSysInfo(locator, ui);
+        EXPECT_EQ(ui.shown.empty() ? started : ui.Lines().at(0), c.outcome);
     }
+    RecordingInteraction ui;
+#ifndef _WIN32
+    StartSysInfo(PlatformSysInfoLocator(), ui);
+    EXPECT_EQ(ui.Lines(), std::vector<std::string>{unavailable});
+#endif
 }
 
-TEST(BadHeadlessArguments, AValueThatStartsWithDashesNeedsTheEqualsForm) {
-    const ParsedArguments parsed = ParseHeadlessArguments({"--connect=--odd", "--database=--gis"});
-    ASSERT_TRUE(parsed.options) << parsed.error;
-    EXPECT_EQ(parsed.options->connect, "--odd");
-    EXPECT_EQ(parsed.options->database, "--gis");
+TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
+    for (const bool shared : {true, false}) {
+        RecordingInteraction ui;
+        MainState state(ui);
+        std::ostringstream out, err;
+        ConsoleView view(state, out, shared ? out : err);
+        state.AttachView(view);
+        SetStatusWindow(state, "\r\nNew Test Run started at T\r\n", true);
+        SetRunStatusBarText(state, "Running test 1 of 1: A");
+        SetStatusWindow(state, "one\r\ntwo", true);
+        SetRunStatusBarText(state, "Testing complete.");
+        view.FinishLog();
+        view.FinishLog();
+        EXPECT_EQ(out.str(),
+                  shared
+                      ? "\nNew Test Run started at T\nRunning test 1 of 1: A\none\ntwo\nTesting complete.\n"
+                      : "\nNew Test Run started at T\none\ntwo\n");
+        EXPECT_EQ(err.str(), shared ? "" : "Running test 1 of 1: A\nTesting complete.\n");
+    }
 }
 
 }  // namespace

@@ -1,11 +1,7 @@
-// The first step and detection without a database: the logon dialog's model (the string OK assembles, what
-// Cancel and reopening keep), its hand-over to the window, the string box and the canned string, the version
-// boxes' key filter and number conversion, and the probing order down to the last naming style.
+// The first step and detection without a database: the string the logon dialog's OK assembles, what Cancel
+// and reopening keep, its hand-over to the window, the canned string, the version boxes' key filter and
+// number conversion, and the probing order down to the last naming style.
 #include <gtest/gtest.h>
-
-#include <optional>
-
-#include <functional>
 
 #include "db/connection_handling.h"
 #include "db/connection_string.h"
@@ -16,44 +12,32 @@
 #include "framework/test_run.h"
 #include "support/recording_interaction.h"
 #include "support/scripted_connection.h"
+#include "transcript.h"
 
 namespace tabvet {
 namespace {
 
+using namespace testsupport;
+
 DriverManagerLists OneDsn() {
-    return {.environmentAllocated = true,
-            .dataSources = {{.name = "Sales", .driver = "PostgreSQL Unicode"}},
-            .drivers = {}};
+    return {.environmentAllocated = true, .dataSources = {{.name = "Sales", .driver = "PostgreSQL Unicode"}}};
 }
 
-struct AssemblyCase {
-    const char* label;
-    int dsnIndex;  // 0 is "(None)"
-    const char* uid;
-    const char* pwd;
-    const char* database;
-    const char* expected;
-};
-
-const AssemblyCase kAssemblyCases[] = {
-    {"driver form", 0, "tsl", "kqv", "",
-     "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv;"},
-    {"driver form with database", 0, "tsl", "kqv", "Parcels",
-     "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv;Database=Parcels;"},
-    {"a data source leaves driver and server out", 1, "tsl", "kqv", "",
-     "PROVIDER=MSDASQL;DSN=Sales;UID=tsl;PWD=kqv;"},
-    {"empty user and password stay in", 1, "", "", "roads",
-     "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=roads;"},
-};
-
-TEST(OdbcLogon, OkAssemblesTheStringFromTheFields) {
-    for (const AssemblyCase& c : kAssemblyCases) {
-        SCOPED_TRACE(c.label);
+TEST(OdbcLogon, OkAssemblesTheStringAndCancelAfterOkEmptiesItWhileListsAndFieldsStay) {
+    const struct {
+        int dsnIndex;  // 0 is "(None)"
+        const char *uid, *pwd, *database, *expected;
+    } cases[] = {
+        {0, "tsl", "kqv", "", "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv;"},
+        {0, "tsl", "kqv", "Parcels",
+         "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv;Database=Parcels;"},
+        {1, "", "", "roads", "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=roads;"},
+    };
+    for (const auto& c : cases) {
         frmODBCLogon dialog(OneDsn);
         dialog.Show("");
         dialog.DsnChoice(c.dsnIndex);
-        EXPECT_EQ(dialog.txtServerEnabled, c.dsnIndex == 0);
-        EXPECT_EQ(dialog.cboDriversEnabled, c.dsnIndex == 0);
+        EXPECT_EQ(dialog.txtServerEnabled && dialog.cboDriversEnabled, c.dsnIndex == 0);
         dialog.cboDriversText = "PostgreSQL Unicode";
         dialog.txtServer = "gisdb01";
         dialog.txtUID = c.uid;
@@ -63,21 +47,12 @@ TEST(OdbcLogon, OkAssemblesTheStringFromTheFields) {
         EXPECT_EQ(dialog.ConnectionString(), c.expected);
         EXPECT_FALSE(dialog.Visible());
     }
-}
-
-TEST(OdbcLogon, CancelAfterOkEmptiesTheStringWhileListsAndFieldsStay) {
     int reads = 0;
-    frmODBCLogon dialog([&] {
-        ++reads;
-        return OneDsn();
-    });
+    frmODBCLogon dialog([&] { return ++reads, OneDsn(); });
     dialog.Show("PARCELS");
-    EXPECT_EQ(dialog.txtDatabase, "PARCELS");  // taken from the main window at the first showing only
     dialog.DsnChoice(1);
     dialog.OkClick();
-    ASSERT_EQ(dialog.ConnectionString(), "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=PARCELS;");
-
-    dialog.Show("OTHER");
+    dialog.Show("OTHER");  // the database is taken from the main window at the first showing only
     EXPECT_EQ(dialog.txtDatabase, "PARCELS");
     EXPECT_EQ(dialog.cboDSNList, (std::vector<std::string>{"(None)", "Sales"}));
     dialog.CancelClick();
@@ -91,93 +66,48 @@ struct ScriptedPresenter final : LogonDialogPresenter {
     void ShowModal(frmODBCLogon& dialog) override { user(dialog); }
 };
 
-TEST(ConnectionSteps, ConnectFollowsTheStringAndTheCannedStringReachesTheDriverTranslated) {
-    testsupport::RecordingInteraction ui;
+TEST(ConnectionSteps, TheStringBoxTheCannedStringAndTheLogonDialogFillTheFirstStep) {
+    RecordingInteraction ui;
     MainState state(ui);
     for (const auto& [text, enabled] : {std::pair{"DSN=x", true}, {"", false}, {" ", true}}) {
         ConnectionStringChanged(state, text);
         EXPECT_EQ(state.cmdConnectEnabled, enabled) << "'" << text << "'";
     }
     CannedStringClick(state);
-    EXPECT_TRUE(state.cmdConnectEnabled);
-    EXPECT_EQ(state.txtConnString,
-              "Provider=MSDASQL;Driver=Oracle in OraHome90;Server=TSLGIS;User Id=tsl;Password=kqv");
     EXPECT_EQ(TranslateConnectionString(state.txtConnString),
               "Driver=Oracle in OraHome90;Server=TSLGIS;UID=tsl;PWD=kqv");
-}
-
-TEST(ConnectionSteps, OkHandsStringAndUpperCasedDatabaseOverAndCancelChangesNothing) {
-    testsupport::RecordingInteraction ui;
-    MainState state(ui);
     state.odbcLogon = frmODBCLogon([] { return DriverManagerLists{}; });
     ScriptedPresenter presenter;
-    presenter.user = [](frmODBCLogon& dialog) {
-        dialog.cboDriversText = "PostgreSQL Unicode";
-        dialog.txtServer = "gisdb01";
-        dialog.txtDatabase = "Parcels_2";
-        dialog.OkClick();
-    };
-    BuildStringClick(state, presenter);
-    EXPECT_EQ(state.txtConnString,
-              "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=;PWD=;Database=Parcels_2;");
-    EXPECT_TRUE(state.cmdConnectEnabled);
-    EXPECT_EQ(state.g_sTslSystemTableDatabase, "PARCELS_2");
-
-    presenter.user = [](frmODBCLogon& dialog) {
-        dialog.txtDatabase = "other";
-        dialog.CancelClick();
-    };
-    BuildStringClick(state, presenter);
-    EXPECT_EQ(state.txtConnString,
-              "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=;PWD=;Database=Parcels_2;");
-    EXPECT_EQ(state.g_sTslSystemTableDatabase, "PARCELS_2");
+    const std::string built = "PROVIDER=MSDASQL;Driver=D;Server=s;UID=;PWD=;Database=Parcels_2;";
+    for (const bool ok : {true, false}) {
+        presenter.user = [ok](frmODBCLogon& dialog) {
+            dialog.cboDriversText = "D";
+            dialog.txtServer = "s";
+            dialog.txtDatabase = ok ? "Parcels_2" : "other";
+            ok ? dialog.OkClick() : dialog.CancelClick();
+        };
+        BuildStringClick(state, presenter);
+        EXPECT_EQ(state.txtConnString, built);
+        EXPECT_EQ(state.g_sTslSystemTableDatabase, "PARCELS_2");
+    }
 }
 
-using testsupport::Rows;
-
-constexpr int kBackspace = 8;
-
-struct VersionBoxCase {
-    const char* startText;  // e.g. filled by detection from a field
-    std::vector<int> keys;  // typed at the end of the box
-    const char* boxText;
-    std::optional<int> number;  // empty: the conversion overflows
-};
-
-const VersionBoxCase kVersionBoxCases[] = {
-    {"", {'1', 'a', '-', '.', '2'}, "12", 12},
-    {"", {'/', ':', ' ', '\t', 127, 0x0660, 0xFF10}, "", 0},  // neighbours of the digits, other scripts
-    {"9", {'0', kBackspace}, "9", 9},
-    {"", {'0', '0', '7'}, "007", 7},
-    {"", {'3', '2', '7', '6', '7'}, "32767", 32767},
-    {"", {'3', '2', '7', '6', '8'}, "32768", std::nullopt},
-    {"-1", {}, "-1", -1},
-    {"7.5", {}, "7.5", 8},
-    {" 12 ", {}, " 12 ", 12},
-};
-
 TEST(VersionBoxes, KeyFilterAndConversion) {
-    for (const VersionBoxCase& c : kVersionBoxCases) {
-        std::string box = c.startText;
-        for (const int key : c.keys) {
-            if (VersionKeyPasses(key) && key == kBackspace && !box.empty()) {
-                box.pop_back();
-            } else if (VersionKeyPasses(key) && key != kBackspace) {
-                box.push_back(static_cast<char>(key));
-            }
-        }
-        SCOPED_TRACE("box '" + box + "'");
-        EXPECT_EQ(box, c.boxText);
-        if (c.number) {
-            EXPECT_EQ(VersionBoxNumber(box), *c.number);
-        } else {
-            EXPECT_THROW(VersionBoxNumber(box), RuntimeError);
-        }
+    Transcript t("version_boxes");
+    t.Case("keys the boxes take, of every UTF-16 code unit");
+    std::string passing;
+    for (int key = 0; key <= 0xFFFF; ++key) {
+        passing += VersionKeyPasses(key) ? " " + std::to_string(key) : "";
+    }
+    t.Line("keys", passing);
+    t.Case("numbers of texts typed or filled in by detection");
+    for (const char* box : {"", "12", "007", "32767", "32768", "-1", "7.5", "8.5", " 12 ", "1e3", "&H10"}) {
+        t.Try(std::string("'") + box + "'", [&] { return std::to_string(VersionBoxNumber(box)); });
     }
 }
 
 TEST(ScriptedDetection, NeedsAConnectionAndProbesEveryStyleInOrder) {
-    testsupport::RecordingInteraction ui;
+    RecordingInteraction ui;
     MainState state(ui);
     state.g_QDON = std::make_unique<clsQualDbObjName>(ui);
     state.g_cConnErrStr = std::make_unique<clsConnErrorString>(ui);
@@ -187,7 +117,7 @@ TEST(ScriptedDetection, NeedsAConnectionAndProbesEveryStyleInOrder) {
     EXPECT_EQ(state.selectedDbms, DbmsOption::DB2);
 
     // Informix names have no stand-in database; only the SQL Server style answers here.
-    auto conn = std::make_unique<testsupport::ScriptedConnection>();
+    auto conn = std::make_unique<ScriptedConnection>();
     const auto& sent = conn->Sent();
     conn->Open("");
     const std::string select = "SELECT major, minor, bugfix, release, description FROM ";

@@ -15,47 +15,25 @@
 namespace tabvet {
 namespace {
 
-struct Outcome {
-    int status = -1;
+// Runs a shell command line; its exit status and what it writes (standard error included).
+std::pair<int, std::string> RunCommand(const std::string& command) {
     std::string output;
-};
-
-// Runs a shell command line and collects what it writes (standard error included).
-Outcome RunCommand(const std::string& command) {
-    Outcome outcome;
     std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) {
-        return outcome;
-    }
     std::array<char, 4096> buffer{};
-    while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), pipe) != nullptr) {
-        outcome.output += buffer.data();
+    while (pipe != nullptr && std::fgets(buffer.data(), static_cast<int>(buffer.size()), pipe) != nullptr) {
+        output += buffer.data();
     }
-    const int raw = pclose(pipe);
-    outcome.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return outcome;
+    const int raw = pipe == nullptr ? -1 : pclose(pipe);
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, output};
 }
 
-TEST(WindowModuleTest, HeadlessProgramLoadsNoDisplayLibrary) {
+TEST(WindowModule, HeadlessProgramLoadsNoDisplayLibraryAndTheWindowComesFromTheModuleBesideIt) {
     // What the dynamic loader would load, as ldd asks it.
-    const Outcome listing = RunCommand("env LD_TRACE_LOADED_OBJECTS=1 '" TABVET_EXECUTABLE "'");
-    ASSERT_EQ(listing.status, 0) << listing.output;
-    EXPECT_NE(listing.output.find("libodbc"), std::string::npos) << listing.output;
-    EXPECT_EQ(listing.output.find("libQt"), std::string::npos) << listing.output;
-}
+    const auto [status, libraries] = RunCommand("env LD_TRACE_LOADED_OBJECTS=1 '" TABVET_EXECUTABLE "'");
+    ASSERT_EQ(status, 0) << libraries;
+    EXPECT_NE(libraries.find("libodbc"), std::string::npos) << libraries;
+    EXPECT_EQ(libraries.find("libQt"), std::string::npos) << libraries;
 
-TEST(WindowModuleTest, WithoutItsModuleTheWindowCannotOpenAndSaysWhy) {
-    const testsupport::TempFolder folder;
-    const std::string copy = folder.File("tabvet");
-    std::filesystem::copy_file(TABVET_EXECUTABLE, copy);
-    const Outcome outcome = RunCommand("'" + copy + "'");
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.output.rfind("tabvet: cannot load the main window: ", 0), 0u) << outcome.output;
-    EXPECT_NE(outcome.output.find(folder.File(TABVET_WINDOW_MODULE_NAME)), std::string::npos)
-        << outcome.output;
-}
-
-TEST(WindowModuleTest, ModuleBesideTheProgramOffersTheWindow) {
     const std::string module =
         (std::filesystem::path(TABVET_EXECUTABLE).parent_path() / TABVET_WINDOW_MODULE_NAME).string();
     // Kept loaded: what the display libraries allocate once would otherwise look like a leak after unloading.
@@ -63,6 +41,13 @@ TEST(WindowModuleTest, ModuleBesideTheProgramOffersTheWindow) {
     ASSERT_NE(handle, nullptr) << dlerror();
     EXPECT_NE(dlsym(handle, "tabvet_run_window"), nullptr);
     dlclose(handle);
+
+    const testsupport::TempFolder folder;
+    std::filesystem::copy_file(TABVET_EXECUTABLE, folder.File("tabvet"));
+    const auto [copyStatus, said] = RunCommand("'" + folder.File("tabvet") + "'");
+    EXPECT_EQ(copyStatus, 2);
+    EXPECT_EQ(said.rfind("tabvet: cannot load the main window: ", 0), 0u) << said;
+    EXPECT_NE(said.find(folder.File(TABVET_WINDOW_MODULE_NAME)), std::string::npos) << said;
 }
 
 }  // namespace
