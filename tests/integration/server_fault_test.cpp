@@ -141,8 +141,9 @@ Healthy HealthyRun(const std::string& database) {
     Session session(database);
     session.Connect();
     ProcessRunTests(session.state);
-    session.Disconnect();
-    return {session.Verdicts(), session.conn->Sent().size()};
+    Healthy healthy{session.Verdicts(), session.conn->Sent().size()};
+    session.Disconnect();  // frees the connection
+    return healthy;
 }
 
 // Runs with `fault` before the first statement `trigger` picks; returns the test it struck. Before that test
