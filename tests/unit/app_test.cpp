@@ -42,33 +42,6 @@ void SetVariable(const char* name, const std::optional<std::string>& value) {
     value ? setenv(name, value->c_str(), 1) : unsetenv(name);
 }
 
-FakeTest::State Fake(const char* name, const char* category, const char* description, const char* details,
-                     bool pass, bool wasRun) {
-    return {.name = name,
-            .category = category,
-            .description = description,
-            .resultDetails = details,
-            .pass = pass,
-            .wasRun = wasRun};
-}
-
-const char* const kLayers = "LAYERS table existence";
-const char* const kLayersCheck = "Check whether LAYERS table exists";
-const char* const kRegistry = "LAYERS in TABLE_REGISTRY";
-const char* const kRegistryCheck = "Check whether entries in LAYERS exist in TABLE_REGISTRY";
-// A driver message keeps its own bare line feed.
-const char* const kNoLayers =
-    "\r\n>>>> Err#1: ERROR: relation \"tsl.layers\" does not exist;\nError while executing the query";
-const FakeTest::State kEnvironment =
-    Fake("Is database running", "Environment",
-         "Check whether database is running by checking for the existence of the VERSION table",
-         "Tessel Version: 9.1.0, Release: 91000, Description: 9.1 release", true, true);
-// Not run this time, but holding a verdict from an earlier run: the report must leave it out.
-const FakeTest::State kStale =
-    Fake("Tessel for Oracle Compressed Binary format complete", "Index Analysis",
-         "Check whether indexes on Tessel for Oracle compressed binary layer have correct indexes.",
-         "stale result of an earlier run", true, false);
-
 struct Reporting : ::testing::Test {
     Reporting() {
         state.now = [] { return std::string("01/02/2025 13:04:05"); };
@@ -87,51 +60,36 @@ struct Reporting : ::testing::Test {
     TempFolder folder;
 };
 
+// The catalogues and the cases are in tests/fixtures/unit/report_cases.txt.
 TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
-    FakeTest::State notRun = kEnvironment;
-    notRun.wasRun = false;
-    const std::vector<FakeTest::State> nothingRun = {
-        notRun, Fake(kLayers, "Missing system tables", kLayersCheck, kNoLayers, false, false), kStale};
-    const std::vector<FakeTest::State> allPassed = {
-        kEnvironment, Fake(kLayers, "Missing system tables", kLayersCheck, "LAYERS table exists", true, true),
-        Fake(kRegistry, "Referential Integrity", kRegistryCheck, "", true, true), kStale};
-    const std::vector<FakeTest::State> mixed = {
-        kEnvironment, Fake(kLayers, "Missing system tables", kLayersCheck, kNoLayers, false, true),
-        Fake(kRegistry, "Referential Integrity", kRegistryCheck,
-             "Layers missing from TABLE_REGISTRY:\r\n>>>> STRA\xE1\xBA\x9E"
-             "EN.GIS (layer 7)\r\n>>>> RIVERS.GIS (layer 9)",
-             false, true),
-        kStale};
-    const struct {
-        const char* fixture;
-        const std::vector<FakeTest::State>& tests;
-        bool onlyFailures;
-        const char* version;  // major, minor and bugfix as typed, one character each
-        DbmsOption dbms;
-    } cases[] = {
-        {"no_test_run.txt", nothingRun, false, "910", DbmsOption::Oracle},
-        {"all_passed.txt", allPassed, false, "910", DbmsOption::Oracle},
-        {"all_passed_only_failures.txt", allPassed, true, "910", DbmsOption::Oracle},
-        {"mixed.txt", mixed, false, "910", DbmsOption::Oracle},
-        {"mixed_only_failures.txt", mixed, true, "910", DbmsOption::Oracle},
-        {"empty_version.txt", nothingRun, false, "", DbmsOption::None},
-        {"dbms_db2.txt", nothingRun, false, "810", DbmsOption::DB2},
-        {"dbms_informix.txt", nothingRun, false, "810", DbmsOption::Informix},
-        {"dbms_oracle.txt", nothingRun, false, "810", DbmsOption::Oracle},
-        {"dbms_sqlserver.txt", nothingRun, false, "810", DbmsOption::SqlServer},
-        {"dbms_none.txt", nothingRun, false, "810", DbmsOption::None},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.fixture);
-        state.g_pTestCollection = FakeCatalogue(c.tests);
-        state.chkOnlyReportFailures = c.onlyFailures;
-        const std::string v = c.version;
-        state.txtMajorVersion = v.substr(0, v.empty() ? 0 : 1);
-        state.txtMinorVersion = v.empty() ? "" : v.substr(1, 1);
-        state.txtBugfix = v.empty() ? "" : v.substr(2, 1);
-        state.selectedDbms = c.dbms;
-        EXPECT_EQ(Written(), ReadBytes(FixturePath(std::string("reports/") + c.fixture)));
+    std::map<std::string, std::vector<FakeTest::State>> catalogues;
+    std::string section;
+    std::istringstream in(ReadBytes(FixturePath("unit/report_cases.txt")));
+    for (std::string line; std::getline(in, line);) {
+        const std::vector<std::string> f = Fields(line);
+        if (line.starts_with("== ")) {
+            section = line.substr(3);
+        } else if (line.starts_with("#")) {
+            continue;
+        } else if (section != "reports" && f.size() == 6) {
+            catalogues[section].push_back({.name = f[0],
+                                           .category = f[1],
+                                           .description = f[2],
+                                           .resultDetails = f[3],
+                                           .pass = f[4] == "1",
+                                           .wasRun = f[5] == "1"});
+        } else if (f.size() == 7) {
+            SCOPED_TRACE(line);
+            state.g_pTestCollection = FakeCatalogue(catalogues.at(f[1]));
+            state.chkOnlyReportFailures = f[2] == "1";
+            state.txtMajorVersion = f[3];
+            state.txtMinorVersion = f[4];
+            state.txtBugfix = f[5];
+            state.selectedDbms = static_cast<DbmsOption>(std::stoi(f[6]));
+            EXPECT_EQ(Written(), ReadBytes(FixturePath("reports/" + f[0])));
+        }
     }
+    EXPECT_EQ(catalogues.size(), 3u);
     // The check box and the boxes are read when writing, and copied as typed.
     state.txtMajorVersion = "9x";
     EXPECT_NE(Written().find("\r\n      Tessel Version 9x.1.0\r\n"), std::string::npos);
@@ -148,7 +106,8 @@ TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
 struct ReportFlow : Reporting {
     ReportFlow() : t("report_flow") {
         state.g_pTestCollection =
-            FakeCatalogue({kEnvironment, Fake(kLayers, "", "", kNoLayers, false, true)});
+            FakeCatalogue({{.name = "Is database running", .pass = true, .wasRun = true},
+                           {.name = "LAYERS table existence", .wasRun = true}});
         state.g_bTestsWereRun = true;
         state.reportFileName = folder.File("Tessel_Diag.txt");
         report = Written();
@@ -314,21 +273,18 @@ TEST(VersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnythingAndTheCorr
         state.now = [] { return std::string("<now>"); };
         state.rtbStatus = "earlier log";
         state.stsRunFeedback = "earlier progress";
-        const std::size_t bar = heading.find('|'), bar2 = heading.find('|', bar + 1);
         t.Case(heading);
-        for (const auto& [major, minor, bugfix] :
-             {std::tuple{heading.substr(0, bar), heading.substr(bar + 1, bar2 - bar - 1),
-                         heading.substr(bar2 + 1)},
-              std::tuple{std::string("9"), std::string("0"), std::string("0")}}) {
-            state.txtMajorVersion = major;
-            state.txtMinorVersion = minor;
-            state.txtBugfix = bugfix;
+        for (const std::vector<std::string>& boxes :
+             {Fields(heading), std::vector<std::string>{"9", "0", "0"}}) {
+            state.txtMajorVersion = boxes[0];
+            state.txtMinorVersion = boxes[1];
+            state.txtBugfix = boxes[2];
             t.Try("raised", [&] { ProcessRunTests(state); });
             int ran = 0;
             for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
                 ran += state.g_pTestCollection->Item(i)->WasRun() ? 1 : 0;
             }
-            t.Line(major + "." + minor + "." + bugfix,
+            t.Line(boxes[0] + "." + boxes[1] + "." + boxes[2],
                    state.stsRunFeedback + " | tests run: " + std::to_string(ran) +
                        " | log kept: " + std::to_string(state.rtbStatus == "earlier log"));
             t.Boxes(ui);

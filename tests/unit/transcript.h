@@ -46,6 +46,21 @@ inline std::vector<std::string> CaseHeadings(const std::string& name) {
     return headings;
 }
 
+/// The fields of a data line, split at '|', with \r and \n unescaped.
+inline std::vector<std::string> Fields(const std::string& line) {
+    std::vector<std::string> fields(1);
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const bool escape =
+            line[i] == '\\' && i + 1 < line.size() && (line[i + 1] == 'r' || line[i + 1] == 'n');
+        if (line[i] == '|') {
+            fields.emplace_back();
+        } else {
+            fields.back() += escape ? (line[++i] == 'r' ? '\r' : '\n') : line[i];
+        }
+    }
+    return fields;
+}
+
 class Transcript {
   public:
     explicit Transcript(std::string name) : name_(std::move(name)) {}
