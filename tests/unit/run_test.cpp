@@ -272,72 +272,67 @@ std::vector<FieldValue> WalkRow(const LayerValues& layer, std::int32_t eflags, s
             layer.rowIdColumn.empty() ? FieldValue{} : FieldValue{layer.rowIdColumn}};
 }
 
-struct Check {
-    const char* name;
-    Factory make;
-    ScriptedAnswer listing;  // rows a failing check lists
+// Every check by the name its cases carry in checks.txt and check_listings.txt.
+const std::map<std::string, Factory> kChecks = {
+    {"LAYERS in GEOMETRY_COLUMNS", Make<clsTst_LyrInGeomCol>()},
+    {"GEOMETRY_COLUMNS in LAYERS (schema and table exchanged)", Make<clsTst_GeomColInLyr>()},
+    {"LAYERS.SRID (NULLs in every piece)", Make<clsTst_LyrInSpatRef>()},
+    {"RASTER_COLUMNS.SRID", Make<clsTst_RasColInSpatRef>()},
+    {"LAYERS in TABLE_REGISTRY", Make<clsTst_LyrInTblReg>()},
+    {"RASTER_COLUMNS in TABLE_REGISTRY", Make<clsTst_RasColInTblReg>()},
+    {"LAYERS keywords (NULL keyword and id add nothing)", Make<clsTst_LyrInDbtune>()},
+    {"RASTER_COLUMNS keywords", Make<clsTst_RasColInDbtune>()},
+    {"TABLE_REGISTRY keywords", Make<clsTst_TblRegInDbtune>()},
+    {"orphaned LAYERS", Make<clsTst_OrphLyr>()},
+    {"orphaned TABLE_REGISTRY", Make<clsTst_OrphTblReg>()},
+    {"orphaned RASTER_COLUMNS", Make<clsTst_OrphRasCol>()},
+    {"orphaned GEOMETRY_COLUMNS (fresh cursor at end: an empty table)", Make<clsTst_OrphGeomCol>()},
+    {"compressed-binary index analysis (fresh cursor at end: no layers)", Make<clsTst_IdxLyrBinOra>()},
 };
 
-std::vector<Check> Checks() {
-    return {
-        {"LAYERS in GEOMETRY_COLUMNS", Make<clsTst_LyrInGeomCol>(),
-         AfterLast(3, {{"ROADS", "GIS", "GISDB"}, {" RIVERS ", " HYDRO", "OTHERDB "}})},
-        {"GEOMETRY_COLUMNS in LAYERS (schema and table exchanged)", Make<clsTst_GeomColInLyr>(),
-         AfterLast(3, {{"GIS", "ROADS", "GISDB"}})},
-        {"LAYERS.SRID (NULLs in every piece)", Make<clsTst_LyrInSpatRef>(),
-         AfterLast(4, {{"7", "GIS", "ROADS", "4326"},
-                       {"8", std::nullopt, "RIVERS", std::nullopt},
-                       {std::nullopt, "GIS", std::nullopt, "31467"}})},
-        {"RASTER_COLUMNS.SRID", Make<clsTst_RasColInSpatRef>(),
-         AfterLast(4, {{"3", "IMG", "ORTHO", "26910"}})},
-        {"LAYERS in TABLE_REGISTRY", Make<clsTst_LyrInTblReg>(),
-         AfterLast(3, {{"ROADS", "GIS", "GISDB"}, {"RIVERS", "HYDRO", "IMGDB"}})},
-        {"RASTER_COLUMNS in TABLE_REGISTRY", Make<clsTst_RasColInTblReg>(),
-         AfterLast(3, {{"ORTHO", "IMG", "IMGDB"}})},
-        {"LAYERS keywords (NULL keyword and id add nothing)", Make<clsTst_LyrInDbtune>(),
-         AfterLast(5, {{"7", "ROADS_KW", "ROADS", "GIS", "GISDB"},
-                       {std::nullopt, std::nullopt, "RIVERS", "HYDRO", "GISDB"}})},
-        {"RASTER_COLUMNS keywords", Make<clsTst_RasColInDbtune>(),
-         AfterLast(5, {{"3", "RASTER_KW", "ORTHO", "IMG", "GISDB"}})},
-        {"TABLE_REGISTRY keywords", Make<clsTst_TblRegInDbtune>(),
-         AfterLast(5, {{"12", "DEFAULTS", "PARCELS", "CAD", "GISDB"}})},
-        {"orphaned LAYERS", Make<clsTst_OrphLyr>(), AfterLast(4, {{"SHAPE", "ROADS", "GIS", "GISDB"}})},
-        {"orphaned TABLE_REGISTRY", Make<clsTst_OrphTblReg>(),
-         AfterLast(4, {{"OID", "ROADS", "GIS", "GISDB"}})},
-        {"orphaned RASTER_COLUMNS", Make<clsTst_OrphRasCol>(),
-         AfterLast(4, {{"R", "ORTHO", "IMG", "GISDB"}})},
-        {"orphaned GEOMETRY_COLUMNS (fresh cursor at end: an empty table)", Make<clsTst_OrphGeomCol>(),
-         AfterLast(4, {{"SHAPE", "ROADS", "GIS", "GISDB"}})},
-        {"compressed-binary index analysis (fresh cursor at end: no layers)", Make<clsTst_IdxLyrBinOra>(),
-         AfterLast(8, {WalkRow(kRoads, 16777216, 0)})},
-    };
+// The listings of check_listings.txt in file order, each with the name of its check.
+std::vector<std::pair<std::string, Table>> Listings() {
+    std::vector<std::pair<std::string, Table>> listings;
+    std::istringstream in(ReadBytes(FixturePath("unit/check_listings.txt")));
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with("== ")) {
+            listings.emplace_back(line.substr(3), Table{});
+        } else if (!line.starts_with("#")) {
+            listings.back().second.emplace_back();
+            for (const std::string& cell : Fields(line)) {
+                listings.back().second.back().push_back(cell == "~" ? FieldValue{} : FieldValue{cell});
+            }
+        }
+    }
+    return listings;
 }
 
 TEST(Checks, StatementsListingsAndFailuresOfEveryCheckOnEveryServerType) {
     Transcript t("checks");
-    for (const Check& check : Checks()) {
+    const auto listings = Listings();
+    ASSERT_EQ(listings.size(), kChecks.size());
+    for (const auto& [name, rows] : listings) {
+        const Factory& make = kChecks.at(name);
         for (const auto& [dbms, option, server] : kServerTypes) {
-            RunCheck(t, std::string(check.name) + ", " + server + ", no rows", check.make, All(Rows(5, {})),
-                     dbms);
-            RunCheck(t, std::string(check.name) + ", " + server + ", listing", check.make, All(check.listing),
-                     dbms);
+            RunCheck(t, name + ", " + server + ", no rows", make, All(Rows(5, {})), dbms);
+            RunCheck(t, name + ", " + server + ", listing", make, All(AfterLast(rows[0].size(), rows)), dbms);
         }
-        RunCheck(t, std::string(check.name) + ", rows with the first one current", check.make,
+        RunCheck(t, name + ", rows with the first one current", make,
                  All(Rows(5, {{"1", "2", "3", "4", "5"}, {"1", "2", "3", "4", "5"}})));
         RunCheck(
-            t, std::string(check.name) + ", failing statement", check.make,
+            t, name + ", failing statement", make,
             All(Failure(
                 {{1, "ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while executing the query"},
                  {-2147217900, "second"}})),
             dbtype::kSqlServer);
-        t.Case(std::string(check.name) + ", namer not set up");
+        t.Case(name + ", namer not set up");
         const CheckEnvironment unset;
         ScriptedConnection conn;
         conn.Open("");
-        Record(t, *check.make(unset), &conn, unset);
-        t.Case(std::string(check.name) + ", no connection, before and after a run");
+        Record(t, *make(unset), &conn, unset);
+        t.Case(name + ", no connection, before and after a run");
         const CheckEnvironment env(dbtype::kOracle);
-        auto test = check.make(env);
+        auto test = make(env);
         Record(t, *test, nullptr, env);
         Record(t, *test, &conn, env);
         Record(t, *test, nullptr, env);
