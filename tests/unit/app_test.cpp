@@ -63,29 +63,24 @@ struct Reporting : ::testing::Test {
 // The catalogues and the cases are in tests/fixtures/unit/report_cases.txt.
 TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
     std::map<std::string, std::vector<FakeTest::State>> catalogues;
-    std::string section;
-    std::istringstream in(ReadBytes(FixturePath("unit/report_cases.txt")));
-    for (std::string line; std::getline(in, line);) {
-        const std::vector<std::string> f = Fields(line);
-        if (line.starts_with("== ")) {
-            section = line.substr(3);
-        } else if (line.starts_with("#")) {
-            continue;
-        } else if (section != "reports" && f.size() == 6) {
-            catalogues[section].push_back({.name = f[0],
-                                           .category = f[1],
-                                           .description = f[2],
-                                           .resultDetails = f[3],
-                                           .pass = f[4] == "1",
-                                           .wasRun = f[5] == "1"});
-        } else if (f.size() == 7) {
-            SCOPED_TRACE(line);
-            state.g_pTestCollection = FakeCatalogue(catalogues.at(f[1]));
-            state.chkOnlyReportFailures = f[2] == "1";
-            state.txtMajorVersion = f[3];
-            state.txtMinorVersion = f[4];
-            state.txtBugfix = f[5];
-            state.selectedDbms = static_cast<DbmsOption>(std::stoi(f[6]));
+    for (const auto& [heading, rows] : Sections("report_cases")) {
+        for (const std::vector<std::string>& f : rows) {
+            if (heading != "reports") {
+                catalogues[heading].push_back({.name = f.at(0),
+                                               .category = f.at(1),
+                                               .description = f.at(2),
+                                               .resultDetails = f.at(3),
+                                               .pass = f.at(4) == "1",
+                                               .wasRun = f.at(5) == "1"});
+                continue;
+            }
+            SCOPED_TRACE(f.at(0));
+            state.g_pTestCollection = FakeCatalogue(catalogues.at(f.at(1)));
+            state.chkOnlyReportFailures = f.at(2) == "1";
+            state.txtMajorVersion = f.at(3);
+            state.txtMinorVersion = f.at(4);
+            state.txtBugfix = f.at(5);
+            state.selectedDbms = static_cast<DbmsOption>(std::stoi(f.at(6)));
             EXPECT_EQ(Written(), ReadBytes(FixturePath("reports/" + f[0])));
         }
     }

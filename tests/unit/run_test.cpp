@@ -272,29 +272,19 @@ const std::map<std::string, Factory> kChecks = {
     {"compressed-binary index analysis (fresh cursor at end: no layers)", Make<clsTst_IdxLyrBinOra>()},
 };
 
-// The listings of check_listings.txt in file order, each with the name of its check.
-std::vector<std::pair<std::string, Table>> Listings() {
-    std::vector<std::pair<std::string, Table>> listings;
-    std::istringstream in(ReadBytes(FixturePath("unit/check_listings.txt")));
-    for (std::string line; std::getline(in, line);) {
-        if (line.starts_with("== ")) {
-            listings.emplace_back(line.substr(3), Table{});
-        } else if (!line.starts_with("#")) {
-            listings.back().second.emplace_back();
-            for (const std::string& cell : Fields(line)) {
-                listings.back().second.back().push_back(cell == "~" ? FieldValue{} : FieldValue{cell});
-            }
-        }
-    }
-    return listings;
-}
-
 TEST(Checks, StatementsListingsAndFailuresOfEveryCheckOnEveryServerType) {
     Transcript t("checks");
-    const auto listings = Listings();
+    const std::vector<Section> listings = Sections("check_listings");
     ASSERT_EQ(listings.size(), kChecks.size());
-    for (const auto& [name, rows] : listings) {
+    for (const auto& [name, cells] : listings) {
         const Factory& make = kChecks.at(name);
+        Table rows;
+        for (const std::vector<std::string>& row : cells) {
+            rows.emplace_back();
+            for (const std::string& cell : row) {
+                rows.back().push_back(cell == "~" ? FieldValue{} : FieldValue{cell});
+            }
+        }
         for (const auto& [dbms, option, server] : kServerTypes) {
             RunCheck(t, name + ", " + server + ", no rows", make, All(Rows(5, {})), dbms);
             RunCheck(t, name + ", " + server + ", listing", make, All(AfterLast(rows[0].size(), rows)), dbms);

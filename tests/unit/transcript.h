@@ -34,18 +34,6 @@ inline std::string Escaped(const std::string& text) {
     return out;
 }
 
-/// The headings of the cases in an expected file: for groups whose cases are defined by the data alone.
-inline std::vector<std::string> CaseHeadings(const std::string& name) {
-    std::vector<std::string> headings;
-    std::istringstream in(ReadBytes(FixturePath("unit/" + name + ".txt")));
-    for (std::string line; std::getline(in, line);) {
-        if (line.starts_with("== ")) {
-            headings.push_back(line.substr(3));
-        }
-    }
-    return headings;
-}
-
 /// The fields of a data line, split at '|', with \r and \n unescaped.
 inline std::vector<std::string> Fields(const std::string& line) {
     std::vector<std::string> fields(1);
@@ -59,6 +47,34 @@ inline std::vector<std::string> Fields(const std::string& line) {
         }
     }
     return fields;
+}
+
+/// The sections of a file under tests/fixtures/unit: each "== " heading with the fields of the non-empty
+/// lines under it; lines starting with '#' are comments.
+struct Section {
+    std::string heading;
+    std::vector<std::vector<std::string>> rows;
+};
+inline std::vector<Section> Sections(const std::string& name) {
+    std::vector<Section> sections;
+    std::istringstream in(ReadBytes(FixturePath("unit/" + name + ".txt")));
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with("== ")) {
+            sections.push_back({line.substr(3), {}});
+        } else if (!sections.empty() && !line.empty() && !line.starts_with("#")) {
+            sections.back().rows.push_back(Fields(line));
+        }
+    }
+    return sections;
+}
+
+/// The headings of the cases in an expected file: for groups whose cases are defined by the data alone.
+inline std::vector<std::string> CaseHeadings(const std::string& name) {
+    std::vector<std::string> headings;
+    for (const Section& section : Sections(name)) {
+        headings.push_back(section.heading);
+    }
+    return headings;
 }
 
 class Transcript {
