@@ -16,18 +16,11 @@ namespace tabvet::testsupport {
 class FakeTest final : public IAdoTest {
   public:
     struct State {
-        std::string name;
-        std::string category = "Referential Integrity";
-        std::string description = "A test";
-        std::string resultDetails = "Not Run";
-        bool pass = false;
-        bool wasRun = false;
-        bool enabled = true;
+        std::string name, category = "Referential Integrity", description = "A test",
+                          resultDetails = "Not Run";
+        bool pass = false, wasRun = false, enabled = true;
         VersionRule versionRule = VersionRule::V1;
-        bool oracle = true;
-        bool informix = true;
-        bool db2 = true;
-        bool sqlServer = true;
+        bool oracle = true, informix = true, db2 = true, sqlServer = true;
         std::function<void(State&)> onRun = nullptr;  ///< what Run does besides marking the test run
     };
 

@@ -10,8 +10,7 @@
 namespace tabvet::testsupport {
 
 struct ShownMessage {
-    std::string text;
-    std::string title;
+    std::string text, title;
     MsgButtons buttons;
     MsgIcon icon;
 };
