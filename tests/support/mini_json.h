@@ -1,59 +1,22 @@
-// A small strict JSON reader for tests: proves a document is valid and lets a test look inside it.
+// A strict JSON validator for tests: a results document must be one valid document as a whole (RFC 8259: no
+// trailing commas or comments, no raw control characters, well-formed UTF-8, paired surrogate escapes).
 #pragma once
 
-#include <cstdint>
-#include <memory>
+#include <algorithm>
 #include <regex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <variant>
-#include <vector>
 
 namespace tabvet::testsupport {
 
-struct Json;
-using JsonArray = std::vector<Json>;
-using JsonObject = std::vector<std::pair<std::string, Json>>;  // in document order
-
-struct Json {
-    std::variant<std::nullptr_t, bool, double, std::string, std::shared_ptr<JsonArray>,
-                 std::shared_ptr<JsonObject>>
-        value;
-
-    bool IsNull() const { return std::holds_alternative<std::nullptr_t>(value); }
-    bool Bool() const { return std::get<bool>(value); }
-    double Number() const { return std::get<double>(value); }
-    const std::string& String() const { return std::get<std::string>(value); }
-    const JsonArray& Array() const { return *std::get<std::shared_ptr<JsonArray>>(value); }
-    const JsonObject& Object() const { return *std::get<std::shared_ptr<JsonObject>>(value); }
-    /// The member `key` of an object; throws when there is none.
-    const Json& operator[](const std::string& key) const {
-        for (const auto& [name, member] : Object()) {
-            if (name == key) {
-                return member;
-            }
-        }
-        throw std::out_of_range("no member " + key);
-    }
-    std::vector<std::string> Keys() const {
-        std::vector<std::string> keys;
-        for (const auto& member : Object()) {
-            keys.push_back(member.first);
-        }
-        return keys;
-    }
-};
-
-/// Parses a complete document (RFC 8259: no trailing commas, no comments, no raw control characters in
-/// strings, well-formed UTF-8 sequences, nothing after the value). Throws std::runtime_error when invalid.
 class JsonParser {
   public:
-    static Json Parse(std::string_view text) {
-        JsonParser parser(text);
-        Json value = parser.Value();
-        parser.Check(parser.Peek() == '\0' && parser.at_ == text.size(), "text after the document");
-        return value;
+    /// Throws std::runtime_error when `text` is not exactly one JSON document.
+    static void Parse(std::string_view text) {
+        JsonParser p{text};
+        p.Value();
+        p.Check(p.Peek() == '\0' && p.at_ == text.size(), "text after the document");
     }
 
   private:
@@ -65,121 +28,60 @@ class JsonParser {
         }
     }
     char Peek() {
-        while (at_ < t_.size() && std::string_view(" \t\n\r").find(t_[at_]) != std::string_view::npos) {
-            ++at_;
-        }
+        at_ = std::min(t_.find_first_not_of(" \t\n\r", at_), t_.size());
         return at_ < t_.size() ? t_[at_] : '\0';
     }
-    bool Take(char c) {
-        const bool found = Peek() == c;
-        at_ += found ? 1 : 0;
-        return found;
-    }
-    bool Word(std::string_view word) {
-        const bool found = t_.substr(at_, word.size()) == word;
-        at_ += found ? word.size() : 0;
-        return found;
-    }
-
-    Json Value() {
-        if (Take('{')) {
-            auto object = std::make_shared<JsonObject>();
-            if (!Take('}')) {
-                do {
-                    Check(Peek() == '"', "member name expected");
-                    std::string name = String();
-                    Check(Take(':'), "':' expected");
-                    object->emplace_back(std::move(name), Value());
-                } while (Take(','));
-                Check(Take('}'), "'}' expected");
-            }
-            return Json{object};
-        }
-        if (Take('[')) {
-            auto array = std::make_shared<JsonArray>();
-            if (!Take(']')) {
-                do {
-                    array->push_back(Value());
-                } while (Take(','));
-                Check(Take(']'), "']' expected");
-            }
-            return Json{array};
-        }
-        if (Peek() == '"') {
-            return Json{String()};
-        }
-        if (Word("null")) {
-            return Json{nullptr};
-        }
-        if (Word("true")) {
-            return Json{true};
-        }
-        if (Word("false")) {
-            return Json{false};
-        }
-        static const std::regex number(R"(-?(0|[1-9]\d*)(\.\d+)?([eE][+-]?\d+)?)");
+    bool Take(char c) { return Peek() == c && ++at_ > 0; }
+    bool Match(const std::regex& pattern) {
         std::cmatch match;
-        Check(std::regex_search(t_.data() + at_, t_.data() + t_.size(), match, number,
-                                std::regex_constants::match_continuous),
-              "value expected");
-        at_ += match.length(0);
-        return Json{std::stod(match.str(0))};
+        const bool found = std::regex_search(t_.data() + at_, t_.data() + t_.size(), match, pattern,
+                                             std::regex_constants::match_continuous);
+        at_ += found ? match.length(0) : 0;
+        return found;
     }
 
-    std::string String() {
-        ++at_;  // opening quote
-        std::string out;
-        for (;;) {
+    void Value() {
+        static const std::regex scalar(R"(null|true|false|-?(0|[1-9]\d*)(\.\d+)?([eE][+-]?\d+)?)");
+        const char open = Peek();
+        if (open == '"') {
+            String();
+        } else if (open != '{' && open != '[') {
+            Check(Match(scalar), "value expected");
+        } else if (++at_; !Take(static_cast<char>(open + 2))) {  // '{' + 2 is '}', '[' + 2 is ']'
+            do {
+                if (open == '{') {
+                    Check(Peek() == '"', "member name expected");
+                    String();
+                    Check(Take(':'), "':' expected");
+                }
+                Value();
+            } while (Take(','));
+            Check(Take(static_cast<char>(open + 2)), "end of object or array expected");
+        }
+    }
+
+    void String() {
+        static const std::regex escape(
+            R"(["\\/bfnrt]|u([dD][89abAB][0-9a-fA-F]{2}\\u[dD][c-fC-F]|(?![dD][89a-fA-F])[0-9a-fA-F]{2})[0-9a-fA-F]{2})");
+        for (++at_;;) {
             Check(at_ < t_.size(), "unterminated string");
             const auto c = static_cast<unsigned char>(t_[at_++]);
             if (c == '"') {
-                return out;
+                return;
             }
             Check(c >= 0x20, "raw control character in string");
-            if (c != '\\') {  // one UTF-8 sequence
-                const int more = c < 0x80                 ? 0
-                                 : c >= 0xC2 && c <= 0xDF ? 1
-                                 : c >= 0xE0 && c <= 0xEF ? 2
-                                 : c >= 0xF0 && c <= 0xF4 ? 3
-                                                          : -1;
-                Check(more >= 0 && at_ + more <= t_.size(), "invalid UTF-8");
-                out.push_back(static_cast<char>(c));
-                for (int k = 0; k < more; ++k) {
-                    Check((t_[at_] & 0xC0) == 0x80, "invalid UTF-8");
-                    out.push_back(t_[at_++]);
-                }
-                continue;
-            }
-            Check(at_ < t_.size(), "unterminated escape");
-            const char e = t_[at_++];
-            if (const auto k = std::string_view("\"\\/bfnrt").find(e); k != std::string_view::npos) {
-                out.push_back("\"\\/\b\f\n\r\t"[k]);
-                continue;
-            }
-            Check(e == 'u', "bad escape");
-            std::uint32_t code = Hex4();
-            if (code >= 0xD800 && code <= 0xDBFF) {
-                Check(Word("\\u"), "unpaired surrogate");
-                const std::uint32_t low = Hex4();
-                Check(low >= 0xDC00 && low <= 0xDFFF, "unpaired surrogate");
-                code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-            }
-            Check(code < 0xDC00 || code > 0xDFFF, "unpaired surrogate");
-            const int more = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-            const unsigned lead[] = {0x00, 0xC0, 0xE0, 0xF0};
-            out.push_back(static_cast<char>(lead[more] | (code >> (6 * more))));
-            for (int k = more - 1; k >= 0; --k) {
-                out.push_back(static_cast<char>(0x80 | ((code >> (6 * k)) & 0x3F)));
+            Check(c != '\\' || Match(escape), "bad escape or unpaired surrogate");
+            // The continuation bytes a UTF-8 lead byte asks for.
+            const int more = c < 0x80                 ? 0
+                             : c >= 0xC2 && c <= 0xDF ? 1
+                             : c >= 0xE0 && c <= 0xEF ? 2
+                             : c >= 0xF0 && c <= 0xF4 ? 3
+                                                      : -1;
+            Check(more >= 0 && at_ + more <= t_.size(), "invalid UTF-8");
+            for (int k = 0; k < more; ++k) {
+                Check((t_[at_++] & 0xC0) == 0x80, "invalid UTF-8");
             }
         }
-    }
-
-    std::uint32_t Hex4() {
-        const std::string hex(t_.substr(at_, 4));
-        Check(hex.size() == 4 && hex.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos,
-              "bad \\u escape");
-        at_ += 4;
-        return static_cast<std::uint32_t>(std::stoul(hex, nullptr, 16));
     }
 
     std::string_view t_;

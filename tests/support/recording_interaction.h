@@ -10,8 +10,7 @@
 namespace tabvet::testsupport {
 
 struct ShownMessage {
-    std::string text;
-    std::string title;
+    std::string text, title;
     MsgButtons buttons;
     MsgIcon icon;
 };
@@ -22,12 +21,10 @@ class RecordingInteraction : public IUserInteraction {
     MsgAnswer ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,
                           MsgIcon icon) override {
         shown.push_back({text, title, buttons, icon});
-        if (!answers.empty()) {
-            const MsgAnswer answer = answers.front();
-            answers.pop_front();
-            return answer;
-        }
-        return buttons == MsgButtons::YesNo ? MsgAnswer::Yes : MsgAnswer::Ok;
+        const MsgAnswer fallback = buttons == MsgButtons::YesNo ? MsgAnswer::Yes : MsgAnswer::Ok;
+        const MsgAnswer answer = answers.empty() ? fallback : answers.front();
+        answers.erase(answers.begin(), answers.begin() + (answers.empty() ? 0 : 1));
+        return answer;
     }
 
     /// "title: text" of every box shown, in order: compact to compare in tests.

@@ -20,6 +20,15 @@ struct ScriptedAnswer {
     bool freshCursorAfterLast = false;
 };
 
+/// Rows from text cells; std::nullopt stands for NULL.
+inline ScriptedAnswer Rows(std::size_t columns, std::vector<std::vector<FieldValue>> rows) {
+    return {.rows = std::move(rows), .columns = columns};
+}
+
+inline ScriptedAnswer Failure(std::vector<AdoError> errors) {
+    return {.errors = std::move(errors)};
+}
+
 class ScriptedConnection final : public Connection {
   public:
     /// Answers `sql` exactly; statements without an answer fail like a missing table.
@@ -42,18 +51,15 @@ class ScriptedConnection final : public Connection {
     }
     bool DoQuery(const std::string& sql, ResultTable& out) override {
         sent_.push_back(sql);
-        ScriptedAnswer answer;
-        if (const auto it = answers_.find(sql); it != answers_.end()) {
-            answer = it->second;
-        } else if (fallback_) {
-            answer = fallback_(sql);
-        } else {
-            answer.errors = {{1, "ERROR: no scripted answer for this statement"}};
+        const auto it = answers_.find(sql);
+        const ScriptedAnswer answer = it != answers_.end() ? it->second
+                                      : fallback_
+                                          ? fallback_(sql)
+                                          : Failure({{1, "ERROR: no scripted answer for this statement"}});
+        for (const AdoError& error : answer.errors) {
+            Errors().Add(error);
         }
         if (!answer.errors.empty()) {
-            for (const AdoError& error : answer.errors) {
-                Errors().Add(error);
-            }
             return false;
         }
         out.columns = answer.columns;
@@ -70,14 +76,5 @@ class ScriptedConnection final : public Connection {
     std::function<ScriptedAnswer(const std::string&)> fallback_;
     std::vector<std::string> sent_;
 };
-
-/// Rows from text cells; std::nullopt stands for NULL.
-inline ScriptedAnswer Rows(std::size_t columns, std::vector<std::vector<FieldValue>> rows) {
-    return {.rows = std::move(rows), .columns = columns};
-}
-
-inline ScriptedAnswer Failure(std::vector<AdoError> errors) {
-    return {.errors = std::move(errors)};
-}
 
 }  // namespace tabvet::testsupport

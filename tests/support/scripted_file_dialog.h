@@ -27,11 +27,8 @@ class ScriptedFileDialog final : public IFileDialog {
   private:
     std::optional<std::string> Show(std::string what) {
         shown.push_back(std::move(what));
-        std::optional<std::string> answer;
-        if (!answers_.empty()) {
-            answer = answers_.front();
-            answers_.pop_front();
-        }
+        const std::optional<std::string> answer = answers_.empty() ? std::nullopt : answers_.front();
+        answers_.erase(answers_.begin(), answers_.begin() + (answers_.empty() ? 0 : 1));
         return answer;
     }
 

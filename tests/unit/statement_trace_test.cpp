@@ -54,15 +54,5 @@ TEST(StatementTrace, HoldsExactlyTheStatementsSentAndReadsThemBackUnchanged) {
     EXPECT_EQ(bytes.find('\r'), std::string::npos);
 }
 
-TEST(StatementTrace, ReadingUndoesOnlyTheTraceEscapes) {
-    const std::pair<std::string, std::string> cases[] = {{"a\\nb\\rc\\\\d", "a\nb\rc\\d"},
-                                                         {"\\\\n", "\\n"},
-                                                         {"C:\\temp", "C:\\temp"},
-                                                         {"ends with \\", "ends with \\"}};
-    for (const auto& [line, statement] : cases) {
-        EXPECT_EQ(bench::UnescapeTraceLine(line), statement) << line;
-    }
-}
-
 }  // namespace
 }  // namespace tabvet

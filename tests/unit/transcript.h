@@ -34,14 +34,45 @@ inline std::string Escaped(const std::string& text) {
     return out;
 }
 
-/// The headings of the cases in an expected file: for groups whose cases are defined by the data alone.
-inline std::vector<std::string> CaseHeadings(const std::string& name) {
-    std::vector<std::string> headings;
+/// The fields of a data line, split at '|', with \r and \n unescaped.
+inline std::vector<std::string> Fields(const std::string& line) {
+    std::vector<std::string> fields(1);
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const bool escape =
+            line[i] == '\\' && i + 1 < line.size() && (line[i + 1] == 'r' || line[i + 1] == 'n');
+        if (line[i] == '|') {
+            fields.emplace_back();
+        } else {
+            fields.back() += escape ? (line[++i] == 'r' ? '\r' : '\n') : line[i];
+        }
+    }
+    return fields;
+}
+
+/// The sections of a file under tests/fixtures/unit: each "== " heading with the fields of the non-empty
+/// lines under it; lines starting with '#' are comments.
+struct Section {
+    std::string heading;
+    std::vector<std::vector<std::string>> rows;
+};
+inline std::vector<Section> Sections(const std::string& name) {
+    std::vector<Section> sections;
     std::istringstream in(ReadBytes(FixturePath("unit/" + name + ".txt")));
     for (std::string line; std::getline(in, line);) {
         if (line.starts_with("== ")) {
-            headings.push_back(line.substr(3));
+            sections.push_back({line.substr(3), {}});
+        } else if (!sections.empty() && !line.empty() && !line.starts_with("#")) {
+            sections.back().rows.push_back(Fields(line));
         }
+    }
+    return sections;
+}
+
+/// The headings of the cases in an expected file: for groups whose cases are defined by the data alone.
+inline std::vector<std::string> CaseHeadings(const std::string& name) {
+    std::vector<std::string> headings;
+    for (const Section& section : Sections(name)) {
+        headings.push_back(section.heading);
     }
     return headings;
 }

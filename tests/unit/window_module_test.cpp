@@ -5,8 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include <array>
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -17,14 +16,9 @@ namespace {
 
 // Runs a shell command line; its exit status and what it writes (standard error included).
 std::pair<int, std::string> RunCommand(const std::string& command) {
-    std::string output;
-    std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    std::array<char, 4096> buffer{};
-    while (pipe != nullptr && std::fgets(buffer.data(), static_cast<int>(buffer.size()), pipe) != nullptr) {
-        output += buffer.data();
-    }
-    const int raw = pipe == nullptr ? -1 : pclose(pipe);
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, output};
+    const testsupport::TempFolder folder;
+    const int raw = std::system((command + " > '" + folder.File("said") + "' 2>&1").c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, testsupport::ReadBytes(folder.File("said"))};
 }
 
 TEST(WindowModule, HeadlessProgramLoadsNoDisplayLibraryAndTheWindowComesFromTheModuleBesideIt) {

@@ -1,9 +1,18 @@
-// The report and the results file: the report's bytes against tests/fixtures/reports, the "Create Report"
-// step with a scripted dialog and editor (every way out of it, and what stays on disk), and the results
-// document against tests/fixtures/unit, which a strict reader must accept whole.
-#include <gtest/gtest.h>
+// The program's edges: the report's bytes against tests/fixtures/reports, the "Create Report" step with a
+// scripted dialog and editor (every way out of it, and what stays on disk), the results document, which a
+// strict reader must accept whole; then input a person gets wrong, as data: headless arguments
+// (headless_arguments.txt under tests/fixtures/unit) and version texts pasted into the boxes
+// (version_texts.txt), each with a clear outcome that leaves files and the model as they were; the about box
+// and the terminal.
+#include <regex>
 
+#include "about_box.h"
+#include "app/headless_options.h"
+#include "app/headless_run.h"
 #include "app/startup.h"
+#include "console_interaction.h"
+#include "db/server_type_selection.h"
+#include "framework/test_run.h"
 #include "report/json_text.h"
 #include "report/report_flow.h"
 #include "report/report_paths.h"
@@ -11,7 +20,7 @@
 #include "report/results_json.h"
 #include "support/fake_test.h"
 #include "support/mini_json.h"
-#include "support/recording_interaction.h"
+#include "support/scripted_connection.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
 #include "transcript.h"
@@ -21,37 +30,17 @@ namespace {
 
 using namespace testsupport;
 
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
 // Sets or (with nothing) unsets an environment variable for the rest of the process.
 void SetVariable(const char* name, const std::optional<std::string>& value) {
     value ? setenv(name, value->c_str(), 1) : unsetenv(name);
 }
-
-FakeTest::State Fake(const char* name, const char* category, const char* description, const char* details,
-                     bool pass, bool wasRun) {
-    return {.name = name,
-            .category = category,
-            .description = description,
-            .resultDetails = details,
-            .pass = pass,
-            .wasRun = wasRun};
-}
-
-const char* const kLayers = "LAYERS table existence";
-const char* const kLayersCheck = "Check whether LAYERS table exists";
-const char* const kRegistry = "LAYERS in TABLE_REGISTRY";
-const char* const kRegistryCheck = "Check whether entries in LAYERS exist in TABLE_REGISTRY";
-// A driver message keeps its own bare line feed.
-const char* const kNoLayers =
-    "\r\n>>>> Err#1: ERROR: relation \"tsl.layers\" does not exist;\nError while executing the query";
-const FakeTest::State kEnvironment =
-    Fake("Is database running", "Environment",
-         "Check whether database is running by checking for the existence of the VERSION table",
-         "Tessel Version: 9.1.0, Release: 91000, Description: 9.1 release", true, true);
-// Not run this time, but holding a verdict from an earlier run: the report must leave it out.
-const FakeTest::State kStale =
-    Fake("Tessel for Oracle Compressed Binary format complete", "Index Analysis",
-         "Check whether indexes on Tessel for Oracle compressed binary layer have correct indexes.",
-         "stale result of an earlier run", true, false);
 
 struct Reporting : ::testing::Test {
     Reporting() {
@@ -71,51 +60,31 @@ struct Reporting : ::testing::Test {
     TempFolder folder;
 };
 
+// The catalogues and the cases are in tests/fixtures/unit/report_cases.txt.
 TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
-    FakeTest::State notRun = kEnvironment;
-    notRun.wasRun = false;
-    const std::vector<FakeTest::State> nothingRun = {
-        notRun, Fake(kLayers, "Missing system tables", kLayersCheck, kNoLayers, false, false), kStale};
-    const std::vector<FakeTest::State> allPassed = {
-        kEnvironment, Fake(kLayers, "Missing system tables", kLayersCheck, "LAYERS table exists", true, true),
-        Fake(kRegistry, "Referential Integrity", kRegistryCheck, "", true, true), kStale};
-    const std::vector<FakeTest::State> mixed = {
-        kEnvironment, Fake(kLayers, "Missing system tables", kLayersCheck, kNoLayers, false, true),
-        Fake(kRegistry, "Referential Integrity", kRegistryCheck,
-             "Layers missing from TABLE_REGISTRY:\r\n>>>> STRA\xE1\xBA\x9E"
-             "EN.GIS (layer 7)\r\n>>>> RIVERS.GIS (layer 9)",
-             false, true),
-        kStale};
-    const struct {
-        const char* fixture;
-        const std::vector<FakeTest::State>& tests;
-        bool onlyFailures;
-        const char* version;  // major, minor and bugfix as typed, one character each
-        DbmsOption dbms;
-    } cases[] = {
-        {"no_test_run.txt", nothingRun, false, "910", DbmsOption::Oracle},
-        {"all_passed.txt", allPassed, false, "910", DbmsOption::Oracle},
-        {"all_passed_only_failures.txt", allPassed, true, "910", DbmsOption::Oracle},
-        {"mixed.txt", mixed, false, "910", DbmsOption::Oracle},
-        {"mixed_only_failures.txt", mixed, true, "910", DbmsOption::Oracle},
-        {"empty_version.txt", nothingRun, false, "", DbmsOption::None},
-        {"dbms_db2.txt", nothingRun, false, "810", DbmsOption::DB2},
-        {"dbms_informix.txt", nothingRun, false, "810", DbmsOption::Informix},
-        {"dbms_oracle.txt", nothingRun, false, "810", DbmsOption::Oracle},
-        {"dbms_sqlserver.txt", nothingRun, false, "810", DbmsOption::SqlServer},
-        {"dbms_none.txt", nothingRun, false, "810", DbmsOption::None},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.fixture);
-        state.g_pTestCollection = FakeCatalogue(c.tests);
-        state.chkOnlyReportFailures = c.onlyFailures;
-        const std::string v = c.version;
-        state.txtMajorVersion = v.substr(0, v.empty() ? 0 : 1);
-        state.txtMinorVersion = v.empty() ? "" : v.substr(1, 1);
-        state.txtBugfix = v.empty() ? "" : v.substr(2, 1);
-        state.selectedDbms = c.dbms;
-        EXPECT_EQ(Written(), ReadBytes(FixturePath(std::string("reports/") + c.fixture)));
+    std::map<std::string, std::vector<FakeTest::State>> catalogues;
+    for (const auto& [heading, rows] : Sections("report_cases")) {
+        for (const std::vector<std::string>& f : rows) {
+            if (heading != "reports") {
+                catalogues[heading].push_back({.name = f.at(0),
+                                               .category = f.at(1),
+                                               .description = f.at(2),
+                                               .resultDetails = f.at(3),
+                                               .pass = f.at(4) == "1",
+                                               .wasRun = f.at(5) == "1"});
+                continue;
+            }
+            SCOPED_TRACE(f.at(0));
+            state.g_pTestCollection = FakeCatalogue(catalogues.at(f.at(1)));
+            state.chkOnlyReportFailures = f.at(2) == "1";
+            state.txtMajorVersion = f.at(3);
+            state.txtMinorVersion = f.at(4);
+            state.txtBugfix = f.at(5);
+            state.selectedDbms = static_cast<DbmsOption>(std::stoi(f.at(6)));
+            EXPECT_EQ(Written(), ReadBytes(FixturePath("reports/" + f[0])));
+        }
     }
+    EXPECT_EQ(catalogues.size(), 3u);
     // The check box and the boxes are read when writing, and copied as typed.
     state.txtMajorVersion = "9x";
     EXPECT_NE(Written().find("\r\n      Tessel Version 9x.1.0\r\n"), std::string::npos);
@@ -132,17 +101,13 @@ TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
 struct ReportFlow : Reporting {
     ReportFlow() : t("report_flow") {
         state.g_pTestCollection =
-            FakeCatalogue({kEnvironment, Fake(kLayers, "", "", kNoLayers, false, true)});
+            FakeCatalogue({{.name = "Is database running", .pass = true, .wasRun = true},
+                           {.name = "LAYERS table existence", .wasRun = true}});
         state.g_bTestsWereRun = true;
         state.reportFileName = folder.File("Tessel_Diag.txt");
         report = Written();
     }
-    std::string Shown(std::string text) {
-        for (std::size_t at; (at = text.find(folder.Path().string())) != std::string::npos;) {
-            text.replace(at, folder.Path().string().size(), "<folder>");
-        }
-        return text;
-    }
+    std::string Shown(const std::string& text) { return Replaced(text, folder.Path().string(), "<folder>"); }
     void Step(const std::string& label, std::optional<std::string> answer,
               std::vector<MsgAnswer> answers = {}, bool view = false) {
         t.Case(label);
@@ -247,6 +212,143 @@ TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMis
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
+// Headings are the arguments, each in double quotes; "parse" first only parses them. <folder> stands for
+// a folder that holds "a file" and "report.txt".
+TEST(HeadlessArguments, EachMistakeIsOneLineThenTheUsageAndExitTwoAndNoFileIsTouched) {
+    const std::vector<std::string> headings = CaseHeadings("headless_arguments");
+    ASSERT_FALSE(headings.empty());
+    Transcript t("headless_arguments");
+    for (const std::string& heading : headings) {
+        TempFolder folder;
+        WriteBytes(folder.File("a file"), "x");
+        WriteBytes(folder.File("report.txt"), "yesterday's report");
+        std::vector<std::string> args;
+        const std::regex quoted("\"([^\"]*)\"");
+        for (auto it = std::sregex_iterator(heading.begin(), heading.end(), quoted);
+             it != std::sregex_iterator(); ++it) {
+            args.push_back(Replaced((*it)[1].str(), "<folder>", folder.Path().string()));
+        }
+        t.Case(heading);
+        if (heading.starts_with("parse")) {
+            const ParsedArguments parsed = ParseHeadlessArguments(args);
+            t.Line("error", parsed.error);
+            if (parsed.options) {
+                const HeadlessOptions& o = *parsed.options;
+                t.Line("options", o.connect + " | " + o.database.value_or("-") + " | " +
+                                      o.report.value_or("-") + " | " + o.json.value_or("-") + " | " +
+                                      std::to_string(o.onlyFailures));
+            }
+            continue;
+        }
+        std::ostringstream out, err;
+        t.Line("exit", std::to_string(RunHeadless(args, out, err)));
+        t.Line("out", out.str().substr(0, out.str().find('\n')));
+        t.Line("err",
+               Replaced(Replaced(err.str(), HeadlessUsage(), "<usage>"), folder.Path().string(), "<folder>"));
+        std::string files;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+            files += entry.path().filename().string() + "; ";
+        }
+        t.Line("files", files + ReadBytes(folder.File("report.txt")));
+    }
+}
+
+// Headings are the three boxes separated by '|', typed into a window that is connected to a server that
+// answers nothing, so a run goes through every applicable test without a database.
+TEST(VersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnythingAndTheCorrectedBoxesRun) {
+    Transcript t("version_texts");
+    for (const std::string& heading : CaseHeadings("version_texts")) {
+        RecordingInteraction ui;
+        MainState state(ui);
+        ASSERT_TRUE(StartUp(state));
+        auto conn = std::make_unique<ScriptedConnection>();
+        conn->Open("");
+        state.g_pAdoConn = std::move(conn);
+        OptionClick(state, DbmsOption::Oracle);
+        state.now = [] { return std::string("<now>"); };
+        state.rtbStatus = "earlier log";
+        state.stsRunFeedback = "earlier progress";
+        t.Case(heading);
+        for (const std::vector<std::string>& boxes :
+             {Fields(heading), std::vector<std::string>{"9", "0", "0"}}) {
+            state.txtMajorVersion = boxes[0];
+            state.txtMinorVersion = boxes[1];
+            state.txtBugfix = boxes[2];
+            t.Try("raised", [&] { ProcessRunTests(state); });
+            int ran = 0;
+            for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
+                ran += state.g_pTestCollection->Item(i)->WasRun() ? 1 : 0;
+            }
+            t.Line(boxes[0] + "." + boxes[1] + "." + boxes[2],
+                   state.stsRunFeedback + " | tests run: " + std::to_string(ran) +
+                       " | log kept: " + std::to_string(state.rtbStatus == "earlier log"));
+            t.Boxes(ui);
+        }
+    }
+}
+
+// The about box (only the last resort of the lookup is reachable off Windows, so its order is checked with a
+// scripted registry), and a terminal where the log (standard output) and progress (standard error) share one
+// screen.
+TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
+    const AboutTexts texts = MakeAboutTexts(1, 2, 30);
+    EXPECT_EQ(texts.caption + " | " + texts.title + " | " + texts.version,
+              "About Tessel System Table Diagnostics | Tessel System Table Diagnostics | Version 1.2.30");
+    const std::string path = "SOFTWARE\\Microsoft\\Shared Tools\\MSINFO|PATH";
+    const std::string folder = "SOFTWARE\\Microsoft\\Shared Tools Location|MSINFO";
+    const std::string unavailable = ": System Information Is Unavailable At This Time";
+    const struct {
+        std::map<std::string, std::string> registry;  // "key|value name" -> value
+        bool starts;
+        std::string outcome;  // what started, or the box
+    } cases[] = {
+        {{{path, "C:\\x\\msinfo32.exe"}, {folder, "C:\\y"}}, true, "C:\\x\\msinfo32.exe"},
+        {{{folder, "C:\\y"}}, true, "C:\\y\\MSINFO32.EXE"},
+        {{}, true, unavailable},
+        {{{path, "C:\\x\\msinfo32.exe"}}, false, unavailable},
+    };
+    for (const auto& c : cases) {
+        RecordingInteraction ui;
+        std::string started;
+        SysInfoLocator locator{
+            [&](const std::string& key, const std::string& name) -> std::optional<std::string> {
+                const auto it = c.registry.find(key + "|" + name);
+                return it == c.registry.end() ? std::nullopt : std::optional<std::string>(it->second);
+            },
+            [](const std::string&) { return true; },
+            [&](const std::string& program) { return started = program, c.starts; }};
+        StartSysInfo(locator, ui);
+        EXPECT_EQ(ui.shown.empty() ? started : ui.Lines().at(0), c.outcome);
+    }
+    RecordingInteraction ui;
+#ifndef _WIN32
+    StartSysInfo(PlatformSysInfoLocator(), ui);
+    EXPECT_EQ(ui.Lines(), std::vector<std::string>{unavailable});
+#endif
+}
+
+TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
+    for (const bool shared : {true, false}) {
+        RecordingInteraction ui;
+        MainState state(ui);
+        std::ostringstream out, err;
+        ConsoleView view(state, out, shared ? out : err);
+        state.AttachView(view);
+        SetStatusWindow(state, "\r\nNew Test Run started at T\r\n", true);
+        SetRunStatusBarText(state, "Running test 1 of 1: A");
+        SetStatusWindow(state, "one\r\ntwo", true);
+        SetRunStatusBarText(state, "Testing complete.");
+        view.FinishLog();
+        view.FinishLog();
+        EXPECT_EQ(out.str(),
+                  shared
+                      ? "\nNew Test Run started at T\nRunning test 1 of 1: A\none\ntwo\nTesting complete.\n"
+                      : "\nNew Test Run started at T\none\ntwo\n");
+        EXPECT_EQ(err.str(), shared ? "" : "Running test 1 of 1: A\nTesting complete.\n");
+    }
+}
+
+// Last: it changes the time zone of the process.
 TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
     Transcript t("results_json");
     RecordingInteraction ui;
@@ -304,13 +406,6 @@ TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
           std::string("latin1 \xFC!"), std::string("cut \xC3"), std::string("overlong \xC0\xAF"),
           std::string("surrogate \xED\xA0\x80"), std::string("stray \x80 continuation")}) {
         t.Line(text, JsonString(text));
-    }
-    // Every character survives a strict reader, which must refuse what is not JSON.
-    ascii += "\xC3\xA9\xE2\x80\xA8\xF0\x9F\x98\x80";
-    EXPECT_EQ(JsonParser::Parse(JsonString(ascii)).String(), ascii);
-    for (const char* invalid : {"[1,]", "{\"a\":1 \"b\":2}", "\"tab\there\"", "\"\\x\"", "01", "[1] x",
-                                "\"\xC3\"", "\"\\ud800\"", "nul", "{a:1}"}) {
-        EXPECT_THROW(JsonParser::Parse(invalid), std::runtime_error) << invalid;
     }
     t.Case("local times with milliseconds and offset");
     const auto time = std::chrono::system_clock::from_time_t(86400 * 365) + std::chrono::milliseconds(1250);
