@@ -9,10 +9,16 @@
 #include <sstream>
 
 #include "app/headless_run.h"
+#include "db/connection_handling.h"
+#include "db/recordset.h"
+#include "db/server_type_detection.h"
 #include "db/statement_guard.h"
+#include "startup.h"
 #include "support/mini_json.h"
 #include "support/pg_cluster.h"
+#include "support/recording_interaction.h"
 #include "support/temp_folder.h"
+#include "unit/transcript.h"
 
 namespace tabvet {
 namespace {
@@ -29,20 +35,6 @@ const std::string kTrace = [] {
     ::setenv("TABVET_STATEMENT_TRACE", path.c_str(), 1);
     return path;
 }();
-
-// An md5 of every table's rows and grants and the names of every object, schema and function.
-constexpr const char* kFingerprintSql = R"(
-SELECT md5(string_agg(line, E'\n' ORDER BY line)) FROM (
-  SELECT n.nspname || '.' || c.relname || ' ' || c.relkind::text || ' ' || coalesce(c.relacl::text, '') || ' ' ||
-         CASE WHEN c.relkind IN ('r', 'm', 'S') THEN (xpath('/row/h/text()', query_to_xml(format(
-            'SELECT md5(coalesce(string_agg(ROW(t.*)::text, E''\n'' ORDER BY ROW(t.*)::text), '''')) AS h FROM %I.%I t',
-            n.nspname, c.relname), false, true, '')))[1]::text ELSE '' END AS line
-    FROM pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace
-   WHERE n.nspname NOT IN ('pg_catalog', 'information_schema') AND n.nspname NOT LIKE 'pg_toast%'
-  UNION ALL SELECT 'schema ' || nspname || ' ' || coalesce(nspacl::text, '') FROM pg_namespace
-  UNION ALL SELECT 'function ' || p.oid::regprocedure::text FROM pg_proc p
-   WHERE p.pronamespace NOT IN ('pg_catalog'::regnamespace, 'information_schema'::regnamespace)
-) lines)";
 
 // Words of a run line; "..." keeps blanks, {name} becomes that database's connection string.
 std::vector<std::string> Words(const std::string& line, const std::map<std::string, std::string>& vars) {
@@ -65,6 +57,74 @@ std::vector<std::string> Words(const std::string& line, const std::map<std::stri
         i = end == std::string::npos ? line.size() : end + 1;
     }
     return words;
+}
+
+// An md5 of every table's rows and grants and the names of every object, schema and function.
+const std::string kFingerprint = ReadBytes(FixturePath("hostile/fingerprint.sql"));
+
+// {N*c} is c N times; {N=c} pads the whole text with c to N characters.
+std::string Expand(std::string text) {
+    static const std::regex repeat(R"(\{([0-9]+)([*=])(.)\})");
+    for (std::smatch m; std::regex_search(text, m, repeat);) {
+        const std::size_t n = std::stoul(m[1]) - (m[2] == "=" ? text.size() - m.length(0) : 0);
+        text.replace(static_cast<std::size_t>(m.position(0)), m.length(0), n, m.str(3)[0]);
+    }
+    return text;
+}
+
+// "Connect" clicked with a string: a bad one gives the same single box on each of two clicks and leaves the
+// model able to connect with `good`.
+void ConnectClicks(std::ostream& out, const std::string& text, const std::string& good) {
+    testsupport::RecordingInteraction ui;
+    MainState state(ui);
+    EXPECT_TRUE(StartUp(state));
+    ConnectionStringChanged(state, text);
+    for (int click = 1; click <= 2 && state.g_pAdoConn == nullptr; ++click) {
+        ui.shown.clear();
+        ConnectButtonClick(state);
+        out << "click " << click << ": "
+            << (state.g_pAdoConn != nullptr ? "connected" : state.cmdConnectCaption)
+            << (state.cmdBuildStringEnabled ? ", build enabled\n" : "\n");
+        for (const auto& box : ui.shown) {
+            EXPECT_EQ(box.icon, MsgIcon::Exclamation);
+            out << "box " << testsupport::Escaped(box.title + ": " + box.text) << "\n";
+        }
+    }
+    if (state.g_pAdoConn == nullptr) {
+        ConnectionStringChanged(state, good);
+        ConnectButtonClick(state);
+    }
+    EXPECT_NE(state.g_pAdoConn, nullptr) << "not usable after " << text.substr(0, 80);
+}
+
+// "Query DBMS" after connecting, with the option and version boxes set by hand before: what it chose, the
+// namer's type code and, when a type was chosen, the name of LAYERS and whether it is found.
+void Detect(std::ostream& out, const std::string& connect, const std::string& systemDatabase) {
+    testsupport::RecordingInteraction ui;
+    MainState state(ui);
+    EXPECT_TRUE(StartUp(state));
+    ConnectionStringChanged(state, connect);
+    SetSystemTableDatabase(state, systemDatabase);
+    ConnectToDbms(state);
+    ASSERT_NE(state.g_pAdoConn, nullptr) << testing::PrintToString(ui.Lines());
+    state.selectedDbms = DbmsOption::Informix;  // an earlier choice that detection must not keep
+    state.txtMajorVersion = state.txtMinorVersion = state.txtBugfix = "7";
+    QueryDbmsType(state);
+    const char* options[] = {"none", "oracle", "informix", "db2", "sqlserver"};
+    out << "option " << options[static_cast<int>(state.selectedDbms)] << ", namer code "
+        << state.g_QDON->DbmsTypeCode() << ", version " << state.txtMajorVersion << "."
+        << state.txtMinorVersion << "." << state.txtBugfix << "\n";
+    if (state.selectedDbms != DbmsOption::None) {
+        const std::string layers = state.g_QDON->TslSystemTable("LAYERS");
+        Recordset probe;
+        out << "LAYERS " << layers
+            << (probe.OpenSuppressed(state.g_QDON->SqlToFindTable(layers), *state.g_pAdoConn) ? " found\n"
+                                                                                              : " missing\n");
+    }
+    for (const std::string& box : ui.Lines()) {
+        out << "box " << box << "\n";
+    }
+    EXPECT_TRUE(DisconnectFromDbms(state));
 }
 
 std::string Mask(std::string text, std::map<std::string, std::string> vars) {
@@ -122,6 +182,12 @@ std::string Play(const std::string& scenario) {
             pg.Execute(db, tail);
         } else if (verb == "query") {  // query NAME SQL: its value goes into the transcript
             transcript << "? " << tail << "\n" << pg.QueryValue(db, tail) << "\n";
+        } else if (verb == "connect") {  // connect NAME TEXT: Connect clicked with TEXT, then NAME's string
+            transcript << "? connect " << testsupport::Escaped(tail) << "\n";
+            ConnectClicks(transcript, Expand(Words("\"" + tail + "\"", vars)[0]), pg.ConnectionString(db));
+        } else if (verb == "detect") {  // detect NAME [SYSTEM-DATABASE]
+            transcript << "? detect " << rest << "\n";
+            Detect(transcript, pg.ConnectionString(db), tail);
         } else if (verb == "trace") {
             trace = true;
         } else if (verb == "fingerprint") {  // every later run must leave these databases as they were
@@ -129,7 +195,7 @@ std::string Play(const std::string& scenario) {
         } else if (verb == "run") {
             std::vector<std::string> before;
             for (const std::string& name : fingerprinted) {
-                before.push_back(pg.QueryValue(name, kFingerprintSql));
+                before.push_back(pg.QueryValue(name, kFingerprint));
             }
             testsupport::WriteBytes(vars["{report}"], stale);
             testsupport::WriteBytes(vars["{json}"], stale);
@@ -158,7 +224,7 @@ std::string Play(const std::string& scenario) {
                 }
             }
             for (std::size_t i = 0; i < fingerprinted.size(); ++i) {
-                EXPECT_EQ(pg.QueryValue(fingerprinted[i], kFingerprintSql), before[i])
+                EXPECT_EQ(pg.QueryValue(fingerprinted[i], kFingerprint), before[i])
                     << fingerprinted[i] << " changed under: " << rest;
             }
         } else if (!line.empty() && line[0] != '#') {

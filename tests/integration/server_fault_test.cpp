@@ -79,10 +79,6 @@ bool Lost(const std::string& details) {
     return details.rfind("FAILED ", 0) == 0 && details.find(kLost) != std::string::npos;
 }
 
-bool EndsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
-
 // The window's model connected as Oracle 9.0 through a connection that breaks on cue.
 struct Session {
     explicit Session(const std::string& database) : state(ui) {
@@ -158,7 +154,7 @@ std::string RunWithFault(Session& session, const Healthy& healthy, FaultInjectin
     EXPECT_NO_THROW(ProcessRunTests(session.state));
     EXPECT_TRUE(session.conn->Injected());
     EXPECT_EQ(session.state.stsRunFeedback, "Testing complete.");
-    EXPECT_TRUE(EndsWith(session.state.rtbStatus, "\r\nTest run finished at <now>"));
+    EXPECT_TRUE(session.state.rtbStatus.ends_with("\r\nTest run finished at <now>"));
     const auto verdicts = session.Verdicts();
     bool faulted = false;
     for (std::size_t i = 0; i < verdicts.size(); ++i) {
@@ -201,7 +197,7 @@ TEST_P(ServerFaultRun, LaterTestsReportTheDriversErrorTheReportHoldsAllAndTheMod
     const std::string struck = RunWithFault(
         session, healthy,
         [&](const std::string& sql, std::size_t) {
-            return EndsWith(session.state.stsRunFeedback, point.duringTest) &&
+            return session.state.stsRunFeedback.ends_with(point.duringTest) &&
                    sql.find(point.statement) != std::string::npos && ++seen == point.occurrence;
         },
         [&](const std::string& pid) { point.stopServer ? StopServer() : EndSession(pid); });
