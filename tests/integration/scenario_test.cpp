@@ -1,5 +1,5 @@
-// Whole headless runs against real databases, as data: each tests/fixtures/scenarios/<name>.txt builds its
-// databases and runs tabvet; the transcript must equal tests/fixtures/expected/<name>.txt byte for byte.
+// Headless runs, connecting, detection and the data-access layer against real databases, as data: each
+// tests/fixtures/scenarios/<name>.txt must give tests/fixtures/expected/<name>.txt byte for byte.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -10,7 +10,9 @@
 
 #include "app/headless_run.h"
 #include "db/connection_handling.h"
+#include "db/odbc_connection.h"
 #include "db/recordset.h"
+#include "db/runtime_error.h"
 #include "db/server_type_detection.h"
 #include "db/statement_guard.h"
 #include "startup.h"
@@ -127,6 +129,36 @@ void Detect(std::ostream& out, const std::string& connect, const std::string& sy
     EXPECT_TRUE(DisconnectFromDbms(state));
 }
 
+// A statement through the data-access layer on the scenario's connection to that database: its rows (the
+// first ten, then their number) or its error, which Open must throw alike; the connection stays open either
+// way.
+void Statement(std::ostream& out, Connection& conn, const std::string& sql) {
+    Recordset rs;
+    const bool opened = rs.OpenSuppressed(sql, conn);
+    EXPECT_EQ(conn.State(), Connection::kStateOpen);
+    EXPECT_EQ(conn.Errors().Count(), opened ? 0 : 1);
+    if (!opened) {
+        const AdoError error = conn.Errors().Item(0);
+        out << "error " << error.Number << ": " << testsupport::Escaped(error.Description) << "\n";
+        try {
+            rs.Open(sql, conn);
+            ADD_FAILURE() << "Open did not throw: " << sql;
+        } catch (const RuntimeError& e) {
+            EXPECT_EQ(e.Number(), error.Number);
+            EXPECT_EQ(e.Description(), error.Description);
+        }
+        return;
+    }
+    int rows = 0;
+    for (; !rs.Eof(); rs.MoveNext(), ++rows) {
+        for (int i = 0; rows < 10 && i < rs.FieldCount(); ++i) {
+            out << (i == 0 ? "" : " | ") << testsupport::Escaped(rs.Fields(i).value_or("<null>"));
+        }
+        out << (rows < 10 ? "\n" : "");
+    }
+    out << rows << " rows\n";
+}
+
 std::string Mask(std::string text, std::map<std::string, std::string> vars) {
     static const std::regex times(
         "(started at |finished at |Generated: |\"started\": |\"finished\": )[^\r\n,]*|"
@@ -142,13 +174,14 @@ std::string Mask(std::string text, std::map<std::string, std::string> vars) {
     return text;
 }
 
-// Runs the scenario's lines in order and returns the transcript of its runs. A line is one of
-//   db NAME FILE...     a new database from fixture files      load NAME FILE...  more files into it
-//   sql NAME SQL        statements through psql                query NAME SQL     its value, into the
-//   transcript trace               later runs list the statements sent    fingerprint NAME   later runs must
-//   not change it run ARG...          a headless run: {NAME} is that database's connection string, {report}
-//   and {json}
-//                       files whose contents join the transcript, {port} the server's port
+// Runs the scenario's lines in order and returns their transcript. A line is one of
+//   db NAME FILE... | load NAME FILE...   a new database from fixture files | more files into one
+//   sql NAME SQL | query NAME SQL         statements through psql | a value, into the transcript
+//   trace | fingerprint NAME              later runs list the statements sent | must leave NAME unchanged
+//   run ARG...                            a headless run: {NAME} is that database's connection string,
+//                                         {report} and {json} files that join the transcript, {port} the port
+//   connect NAME TEXT | detect NAME [DB]  "Connect" clicked with TEXT | "Query DBMS", see above
+//   odbc NAME SQL                         a statement through the data-access layer
 std::string Play(const std::string& scenario) {
     const PgCluster& pg = PgCluster::Shared();
     testsupport::TempFolder folder;
@@ -159,6 +192,7 @@ std::string Play(const std::string& scenario) {
     const std::string stale(50000, '#');
     std::vector<std::string> fingerprinted;
     bool trace = false;
+    std::map<std::string, OdbcConnection> connections;
     std::ostringstream transcript;
     std::istringstream lines(ReadBytes(FixturePath("scenarios/" + scenario + ".txt")));
     for (std::string line; std::getline(lines, line);) {
@@ -188,6 +222,14 @@ std::string Play(const std::string& scenario) {
         } else if (verb == "detect") {  // detect NAME [SYSTEM-DATABASE]
             transcript << "? detect " << rest << "\n";
             Detect(transcript, pg.ConnectionString(db), tail);
+        } else if (verb ==
+                   "odbc") {  // odbc NAME SQL: through the data-access layer, one connection a database
+            auto& conn = connections[db];
+            if (conn.State() != Connection::kStateOpen) {
+                EXPECT_TRUE(conn.Open(pg.ConnectionString(db))) << line;
+            }
+            transcript << "? odbc " << testsupport::Escaped(tail) << "\n";
+            Statement(transcript, conn, tail);
         } else if (verb == "trace") {
             trace = true;
         } else if (verb == "fingerprint") {  // every later run must leave these databases as they were
@@ -275,6 +317,31 @@ TEST_P(Scenario, TranscriptMatchesExpectedFile) {
 
 INSTANTIATE_TEST_SUITE_P(Files, Scenario, ::testing::ValuesIn(Scenarios()),
                          [](const auto& info) { return info.param; });
+
+// Cursor flags at both ends, and a probe opened while a walk is open, as the checks do for each row.
+TEST(DataAccess, CursorFlagsAtBothEndsAndTwoResultsOpenAtOnce) {
+    PgCluster::Shared().CreateDatabase("dblayer",
+                                       {"tessel_schema.sql", "healthy_version.sql", "db_layer_rows.sql"});
+    OdbcConnection conn;
+    ASSERT_TRUE(conn.Open(PgCluster::Shared().ConnectionString("dblayer")));
+    Recordset empty;
+    empty.Open("SELECT layer_id FROM TSL.LAYERS WHERE 1 = 2", conn);
+    EXPECT_TRUE(empty.Bof() && empty.Eof());
+    EXPECT_THROW(empty.MoveNext(), RuntimeError);
+    Recordset walk;
+    walk.Open("SELECT layer_id FROM TSL.LAYERS ORDER BY layer_id", conn);
+    EXPECT_FALSE(walk.Bof());
+    std::vector<std::string> seen;
+    for (; !walk.Eof(); walk.MoveNext()) {
+        Recordset probe;
+        probe.Open("SELECT description FROM TSL.LAYERS WHERE layer_id = " + *walk.Fields(0), conn);
+        seen.push_back(*walk.Fields(0) + ":" + probe.Fields(0).value_or(""));
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"1:Road centre lines", "2:Straßen – Zürich Nord", "3:"}));
+    EXPECT_FALSE(walk.Bof());
+    walk.MoveFirst();
+    EXPECT_EQ(walk.Fields(0), "1");
+}
 
 }  // namespace
 }  // namespace tabvet
