@@ -57,15 +57,6 @@ struct Fixture {
         return widget != nullptr ? widget : (qFatal("no widget %s", name), nullptr);
     }
     void Click(const char* name) { QTest::mouseClick(Find<QPushButton>(name), Qt::LeftButton); }
-    void Connect(const char* database, bool query = true) {
-        auto* box = Find<QLineEdit>("txtConnString");
-        box->clear();
-        QTest::keyClicks(box, QString::fromStdString(PgCluster::Shared().ConnectionString(database)));
-        Click("cmdConnect");
-        if (query) {
-            Click("cmdQueryType");
-        }
-    }
     std::string Masked(QString text) {
         text.replace(QRegularExpression("Port=[0-9]+"), "Port=<port>");
         return text.replace(QString::fromStdString(folder.Path().string()), "<folder>").toStdString();
@@ -97,21 +88,12 @@ struct Fixture {
         ui.shown.clear();
         editor.launched.clear();
     }
-    // "Write Test Results to Text File" into a fresh file, without opening the editor; its content.
-    std::string Report() {
-        const std::string path = folder.File("report" + std::to_string(++reports) + ".txt");
-        files.Answer(path);
-        ui.answers.push_back(MsgAnswer::No);
-        Click("cmdCreateReport");
-        return ReadBytes(path);
-    }
     RecordingInteraction ui;
     MainState state;
     ScriptedFileDialog files;
     ScriptedEditorLauncher editor;
     ScriptedLogon logon;
     TempFolder folder;
-    int reports = 0;
     bool ended = false;
     FaultInjectingConnection* conn = nullptr;
     std::unique_ptr<frmNav> window;
@@ -151,8 +133,11 @@ void Play(const std::string& name) {
             f.Find<QLineEdit>(widget.c_str())->selectAll();
             QApplication::clipboard()->setText(QString::fromStdString(text));
             f.Find<QLineEdit>(widget.c_str())->paste();
-        } else if (verb == "connect" || verb == "connect-only") {
-            f.Connect(rest.c_str(), verb == "connect");
+        } else if (verb == "connect") {  // the database's string typed into the box, then Connect
+            f.Find<QLineEdit>("txtConnString")->clear();
+            QTest::keyClicks(f.Find<QLineEdit>("txtConnString"),
+                             QString::fromStdString(PgCluster::Shared().ConnectionString(rest)));
+            f.Click("cmdConnect");
         } else if (verb == "logon-cancel") {
             f.logon.cancel = true;
         } else if (verb == "answers") {  // the answers to the next message boxes
@@ -169,8 +154,6 @@ void Play(const std::string& name) {
             f.files.Answer(f.folder.File(rest));
         } else if (verb == "show") {
             t.Line("report", ReadBytes(f.folder.File(rest)));
-        } else if (verb == "report") {
-            t.Line("report", f.Report());
         } else if (verb == "close") {
             QCOMPARE(f.window->close(), rest == "accepted");
         } else if (verb == "exit") {
