@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <iomanip>
 #include <map>
 #include <regex>
 #include <sstream>
@@ -41,22 +42,14 @@ const std::string kTrace = [] {
 // Words of a run line; "..." keeps blanks, {name} becomes that database's connection string.
 std::vector<std::string> Words(const std::string& line, const std::map<std::string, std::string>& vars) {
     std::vector<std::string> words;
-    for (std::size_t i = 0; i < line.size();) {
-        if (line[i] == ' ') {
-            ++i;
-            continue;
-        }
-        const bool quoted = line[i] == '"';
-        const std::size_t end = line.find(quoted ? '"' : ' ', i + 1);
-        std::string word =
-            line.substr(i + (quoted ? 1 : 0), end == std::string::npos ? end : end - i - quoted);
+    std::istringstream in(line);
+    for (std::string word; in >> std::quoted(word);) {
         for (const auto& [name, value] : vars) {
             for (std::size_t at = word.find(name); at != std::string::npos; at = word.find(name, at + 1)) {
                 word.replace(at, name.size(), value);
             }
         }
         words.push_back(word);
-        i = end == std::string::npos ? line.size() : end + 1;
     }
     return words;
 }
