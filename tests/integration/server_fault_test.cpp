@@ -63,15 +63,7 @@ void StartServer() {
 
 // Ends a server session from another one, as another administrator would, waiting until it has ended.
 void EndSession(const std::string& pid) {
-    static FaultInjectingConnection admin;
-    if (admin.State() != Connection::kStateOpen) {
-        ASSERT_TRUE(admin.Open(Cluster().ConnectionString("postgres")));
-    }
-    Recordset rs;
-    if (!rs.OpenSuppressed("SELECT pg_terminate_backend(" + pid + ", 10000)", admin)) {
-        admin.Close();  // a server restart took the admin session too
-        EndSession(pid);
-    }
+    Cluster().QueryValue("postgres", "SELECT pg_terminate_backend(" + pid + ", 10000)");
 }
 
 // A verdict of a test that failed with the lost connection.
