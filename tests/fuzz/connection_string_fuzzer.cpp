@@ -1,6 +1,7 @@
 // Fuzzes the translation of the data-access layer's connection-string keywords. Checks, for any bytes: no
 // crash, no "Provider" pair left, every other pair's value byte for byte and in order, only the three
 // keys renamed, and a second translation changes nothing.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -23,41 +24,22 @@ struct Piece {
 // starts with "{" (after blanks) runs to its "}" ("}}" inside stands for "}"), a last pair needs no ";".
 std::vector<Piece> Split(std::string_view text) {
     std::vector<Piece> pieces;
-    std::size_t pos = 0;
-    while (pos < text.size()) {
-        std::size_t i = pos;
-        while (i < text.size() && text[i] != '=' && text[i] != ';') {
-            ++i;
-        }
+    for (std::size_t pos = 0, i = 0; pos < text.size(); pos = i = std::min(i + 1, text.size())) {
+        i = std::min(text.find_first_of("=;", pos), text.size());
         if (i == text.size() || text[i] == ';') {
-            const std::size_t end = i == text.size() ? i : i + 1;
-            pieces.push_back({std::string(text.substr(pos, end - pos)), ""});
-            pos = end;
+            pieces.push_back({std::string(text.substr(pos, i + 1 - pos)), ""});
             continue;
         }
-        const std::size_t equals = i++;
-        while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) {
-            ++i;
-        }
+        const std::size_t equals = i;
+        i = std::min(text.find_first_not_of(" \t", i + 1), text.size());
         if (i < text.size() && text[i] == '{') {
-            for (++i; i < text.size(); ++i) {
-                if (text[i] == '}') {
-                    if (i + 1 < text.size() && text[i + 1] == '}') {
-                        ++i;
-                        continue;
-                    }
-                    ++i;
-                    break;
-                }
+            while (++i < text.size() && (text[i] != '}' || text.substr(i, 2) == "}}")) {
+                i += text[i] == '}' ? 1 : 0;
             }
         }
-        while (i < text.size() && text[i] != ';') {
-            ++i;
-        }
-        const std::size_t end = i == text.size() ? i : i + 1;
+        i = std::min(text.find(';', i), text.size());
         pieces.push_back(
-            {std::string(text.substr(pos, equals - pos)), std::string(text.substr(equals, end - equals))});
-        pos = end;
+            {std::string(text.substr(pos, equals - pos)), std::string(text.substr(equals, i + 1 - equals))});
     }
     return pieces;
 }

@@ -1,9 +1,12 @@
-// The main window against a real server: every control's state at each step compared with
-// tests/fixtures/unit/window.txt, and the window when things go wrong (server stopped mid-run, an escaped
-// conversion error, a pasted version that does not fit). Stops the shared server, so it runs alone.
+// The main window against a real server, played from tests/fixtures/window/*.txt: every control's state at
+// each step compared with tests/fixtures/unit/<script>.txt, the window when things go wrong (server stopped
+// mid-run, an escaped conversion error, a pasted version that does not fit) too. Stops the shared server:
+// runs alone.
 
 #include <QtTest>
 #include <QtWidgets>
+#include <map>
+#include <sstream>
 
 #include "db/odbc_logon.h"
 #include "support/fault_injecting_connection.h"
@@ -54,15 +57,6 @@ struct Fixture {
         return widget != nullptr ? widget : (qFatal("no widget %s", name), nullptr);
     }
     void Click(const char* name) { QTest::mouseClick(Find<QPushButton>(name), Qt::LeftButton); }
-    void Connect(const char* database, bool query = true) {
-        auto* box = Find<QLineEdit>("txtConnString");
-        box->clear();
-        QTest::keyClicks(box, QString::fromStdString(PgCluster::Shared().ConnectionString(database)));
-        Click("cmdConnect");
-        if (query) {
-            Click("cmdQueryType");
-        }
-    }
     std::string Masked(QString text) {
         text.replace(QRegularExpression("Port=[0-9]+"), "Port=<port>");
         return text.replace(QString::fromStdString(folder.Path().string()), "<folder>").toStdString();
@@ -94,25 +88,99 @@ struct Fixture {
         ui.shown.clear();
         editor.launched.clear();
     }
-    // "Write Test Results to Text File" into a fresh file, without opening the editor; its content.
-    std::string Report() {
-        const std::string path = folder.File("report" + std::to_string(++reports) + ".txt");
-        files.Answer(path);
-        ui.answers.push_back(MsgAnswer::No);
-        Click("cmdCreateReport");
-        return ReadBytes(path);
-    }
     RecordingInteraction ui;
     MainState state;
     ScriptedFileDialog files;
     ScriptedEditorLauncher editor;
     ScriptedLogon logon;
     TempFolder folder;
-    int reports = 0;
     bool ended = false;
     FaultInjectingConnection* conn = nullptr;
     std::unique_ptr<frmNav> window;
 };
+
+// Plays tests/fixtures/window/<name>.txt, one action a line, and compares the transcript of its steps with
+// tests/fixtures/unit/<name>.txt.
+void Play(const std::string& name) {
+    Fixture f;
+    Transcript t(name);
+    std::istringstream script(ReadBytes(FixturePath("window/" + name + ".txt")));
+    for (std::string line; std::getline(script, line);) {
+        const std::string verb = line.substr(0, line.find(' '));
+        const std::string rest = line.size() > verb.size() ? line.substr(verb.size() + 1) : "";
+        const std::string widget = rest.substr(0, rest.find(' '));
+        std::string text = rest.size() > widget.size() ? rest.substr(widget.size() + 1) : "";
+        text = text.starts_with('"') ? text.substr(1, text.size() - 2) : text;
+        if (verb == "header") {
+            t.Line("title", f.window->windowTitle().toStdString());
+            for (const QAction* menu : f.window->menuBar()->actions()) {
+                t.Line("menu", menu->text().toStdString());
+            }
+            for (int i = 0; i < f.Find<QTabWidget>("SSTab1")->count(); ++i) {
+                t.Line("tab", f.Find<QTabWidget>("SSTab1")->tabText(i).toStdString());
+            }
+        } else if (verb == "step") {
+            f.Step(t, rest);
+        } else if (verb == "click") {
+            f.Click(rest.c_str());
+        } else if (verb == "radio") {
+            QTest::mouseClick(f.Find<QRadioButton>(rest.c_str()), Qt::LeftButton);
+        } else if (verb == "keys") {
+            QTest::keyClicks(f.Find<QLineEdit>(widget.c_str()), QString::fromStdString(text));
+        } else if (verb == "backspace") {
+            QTest::keyClick(f.Find<QLineEdit>(rest.c_str()), Qt::Key_Backspace);
+        } else if (verb == "paste") {
+            f.Find<QLineEdit>(widget.c_str())->selectAll();
+            QApplication::clipboard()->setText(QString::fromStdString(text));
+            f.Find<QLineEdit>(widget.c_str())->paste();
+        } else if (verb == "connect") {  // the database's string typed into the box, then Connect
+            f.Find<QLineEdit>("txtConnString")->clear();
+            QTest::keyClicks(f.Find<QLineEdit>("txtConnString"),
+                             QString::fromStdString(PgCluster::Shared().ConnectionString(rest)));
+            f.Click("cmdConnect");
+        } else if (verb == "logon-cancel") {
+            f.logon.cancel = true;
+        } else if (verb == "answers") {  // the answers to the next message boxes
+            std::istringstream words(rest);
+            const std::map<std::string, MsgAnswer> answers{{"Yes", MsgAnswer::Yes},
+                                                           {"No", MsgAnswer::No},
+                                                           {"Ok", MsgAnswer::Ok},
+                                                           {"Cancel", MsgAnswer::Cancel}};
+            f.ui.answers.clear();
+            for (std::string word; words >> word;) {
+                f.ui.answers.push_back(answers.at(word));
+            }
+        } else if (verb == "file") {  // the file dialog's next answer
+            f.files.Answer(f.folder.File(rest));
+        } else if (verb == "show") {
+            t.Line("report", ReadBytes(f.folder.File(rest)));
+        } else if (verb == "close") {
+            QCOMPARE(f.window->close(), rest == "accepted");
+        } else if (verb == "exit") {
+            f.window->findChild<QAction*>("mnuFileExit")->trigger();
+        } else if (verb == "expect") {  // kept: the results and the run; reset: neither; ended: the program
+            const bool run =
+                f.state.g_pTestCollection != nullptr && f.state.g_pTestCollection->Item(1)->WasRun();
+            QVERIFY2(rest == "kept"    ? run && f.state.g_bTestsWereRun && !f.ended
+                     : rest == "reset" ? !run && !f.state.g_bTestsWereRun
+                                       : f.ended && f.state.g_pTestCollection == nullptr,
+                     line.c_str());
+        } else if (verb == "stop-before-layers-probe") {
+            f.conn->InjectBefore(
+                [&f, n = std::stoi(rest), probes = 0](const std::string& sql, std::size_t) mutable {
+                    return f.state.stsRunFeedback.ends_with("LAYERS entries exist as tables or views") &&
+                           sql.find("WHERE 1 = 2") != std::string::npos && ++probes == n;
+                },
+                [] { PgCluster::Shared().StopServer(); });
+        } else if (verb == "start-server") {
+            PgCluster::Shared().StartServer();
+        } else {
+            QVERIFY2(line.empty() || line[0] == '#', ("unknown window script line: " + line).c_str());
+        }
+    }
+    const std::string mismatch = t.Mismatch();
+    QVERIFY2(mismatch.empty(), mismatch.c_str());
+}
 
 }  // namespace
 
@@ -127,116 +195,8 @@ class WindowTest : public QObject {
         PgCluster::Shared().CreateDatabase(kNullOwner, fixtures);
         PgCluster::Shared().Execute(kNullOwner, "UPDATE tsl.layers SET owner = NULL WHERE layer_id = 14;");
     }
-
-    // One session from start-up to File, Exit, every control compared at each step.
-    void everyStepFromStartUpToFileExit() {
-        Fixture f;
-        Transcript t("window");
-        t.Line("title", f.window->windowTitle().toStdString());
-        for (const QAction* menu : f.window->menuBar()->actions()) {
-            t.Line("menu", menu->text().toStdString());
-        }
-        for (int i = 0; i < f.Find<QTabWidget>("SSTab1")->count(); ++i) {
-            t.Line("tab", f.Find<QTabWidget>("SSTab1")->tabText(i).toStdString());
-        }
-        f.Step(t, "start-up");
-        f.Click("cmdCreateReport");
-        f.Step(t, "report before any run");
-        QTest::keyClicks(f.Find<QLineEdit>("txtConnString"), " ");
-        f.Step(t, "a blank is a string");
-        QTest::keyClick(f.Find<QLineEdit>("txtConnString"), Qt::Key_Backspace);
-        f.Click("cmdCanned");
-        f.Step(t, "canned string");
-        f.Click("cmdBuildString");
-        f.logon.cancel = true;
-        f.Click("cmdBuildString");
-        f.Step(t, "built string, then Cancel keeps it");
-        f.Connect(kHealthy, false);
-        f.Click("cmdRun");
-        f.Step(t, "connected; run without server type");
-        f.Click("cmdConnect");
-        f.Step(t, "disconnected without a run: no question");
-        f.Connect(kHealthy);
-        auto* minor = f.Find<QLineEdit>("txtMinorVersion");
-        QTest::keyClicks(minor, "a-.1");
-        QTest::keyClick(minor, Qt::Key_Backspace);
-        QTest::keyClicks(f.Find<QLineEdit>("txtBugfix"), "a-.1");
-        f.Step(t, "detected; the version boxes take digits only");
-        QTest::keyClick(f.Find<QLineEdit>("txtBugfix"), Qt::Key_Backspace);
-        QTest::mouseClick(f.Find<QRadioButton>("optDB2"), Qt::LeftButton);
-        QTest::mouseClick(f.Find<QRadioButton>("optOracle"), Qt::LeftButton);
-        f.Click("cmdRun");
-        f.Step(t, "run finished");
-        f.Click("cmdClearRunStatus");
-        QVERIFY(f.state.g_pTestCollection->Item(1)->WasRun());
-        f.files.Answer(f.folder.File("report.txt"));
-        f.ui.answers = {MsgAnswer::Yes};  // view it now
-        f.Click("cmdCreateReport");
-        t.Line("report", ReadBytes(f.folder.File("report.txt")));
-        f.Step(t, "cleared, results kept; report written and shown");
-        f.ui.answers = {MsgAnswer::Cancel};
-        QVERIFY(!f.window->close());
-        f.ui.answers = {MsgAnswer::Ok, MsgAnswer::Cancel};  // exit yes, but keep the results
-        QVERIFY(!f.window->close());
-        f.ui.answers = {MsgAnswer::Cancel};
-        f.Click("cmdConnect");
-        QVERIFY(f.state.g_bTestsWereRun && !f.ended);
-        f.Step(t, "closing cancelled twice, disconnecting cancelled");
-        f.ui.answers = {MsgAnswer::Ok};
-        f.Click("cmdConnect");
-        QVERIFY(!f.state.g_bTestsWereRun && !f.state.g_pTestCollection->Item(1)->WasRun());
-        f.Step(t, "disconnected after OK: everything reset but the string");
-        f.ui.answers = {MsgAnswer::Ok};
-        f.window->findChild<QAction*>("mnuFileExit")->trigger();  // File, Exit is the close box
-        QVERIFY(f.ended && f.state.g_pTestCollection == nullptr);
-        QVERIFY(f.window->close());  // once confirmed, the window may close
-        const std::string mismatch = t.Mismatch();
-        QVERIFY2(mismatch.empty(), mismatch.c_str());
-    }
-
-    // The window when things go wrong: each time it says what happened, drops the hourglass, keeps every
-    // button working, and still writes the report.
-    void serverStoppedAnEscapedErrorAndAPastedVersionThatDoesNotFit() {
-        Fixture f;
-        Transcript t("window_faults");
-        f.Connect(kHealthy);
-        int probes = 0;
-        f.conn->InjectBefore(
-            [&](const std::string& sql, std::size_t) {
-                return f.state.stsRunFeedback.ends_with("LAYERS entries exist as tables or views") &&
-                       sql.find("WHERE 1 = 2") != std::string::npos && ++probes == 2;
-            },
-            [] { PgCluster::Shared().StopServer(); });
-        f.Click("cmdRun");
-        f.Step(t, "server stopped before the second probe of the orphaned LAYERS entries");
-        t.Line("report", f.Report());
-        f.ui.answers = {MsgAnswer::Ok};
-        f.Click("cmdConnect");  // disconnect, after the question about the results
-        PgCluster::Shared().StartServer();
-        f.Connect(kHealthy);
-        f.Click("cmdRun");
-        f.Step(t, "the server back: a run as before");
-        f.Click("cmdConnect");
-        f.Connect(kNullOwner);
-        for (const char* attempt : {"a NULL owner ends the run", "and again"}) {
-            f.Click("cmdRun");
-            f.Step(t, attempt);
-        }
-        f.Click("cmdClearRunStatus");
-        t.Line("report", f.Report());
-        auto* major = f.Find<QLineEdit>("txtMajorVersion");
-        // Typing takes digits only; pasting takes the text as it is.
-        for (const char* pasted : {"99999", "9e9", "9 (nine)"}) {
-            major->selectAll();
-            QApplication::clipboard()->setText(pasted);
-            major->paste();
-            f.Click("cmdClearRunStatus");
-            f.Click("cmdRun");
-            f.Step(t, std::string("pasted ") + pasted);
-        }
-        const std::string mismatch = t.Mismatch();
-        QVERIFY2(mismatch.empty(), mismatch.c_str());
-    }
+    void everyStepFromStartUpToFileExit() { Play("window"); }
+    void serverStoppedAnEscapedErrorAndAPastedVersionThatDoesNotFit() { Play("window_faults"); }
 };
 
 QTEST_MAIN(WindowTest)

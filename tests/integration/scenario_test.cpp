@@ -1,18 +1,27 @@
-// Whole headless runs against real databases, as data: each tests/fixtures/scenarios/<name>.txt builds its
-// databases and runs tabvet; the transcript must equal tests/fixtures/expected/<name>.txt byte for byte.
+// Headless runs, connecting, detection and the data-access layer against real databases, as data: each
+// tests/fixtures/scenarios/<name>.txt must give tests/fixtures/expected/<name>.txt byte for byte.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <iomanip>
 #include <map>
 #include <regex>
 #include <sstream>
 
 #include "app/headless_run.h"
+#include "db/connection_handling.h"
+#include "db/odbc_connection.h"
+#include "db/recordset.h"
+#include "db/runtime_error.h"
+#include "db/server_type_detection.h"
 #include "db/statement_guard.h"
+#include "startup.h"
 #include "support/mini_json.h"
 #include "support/pg_cluster.h"
+#include "support/recording_interaction.h"
 #include "support/temp_folder.h"
+#include "unit/transcript.h"
 
 namespace tabvet {
 namespace {
@@ -30,41 +39,117 @@ const std::string kTrace = [] {
     return path;
 }();
 
-// An md5 of every table's rows and grants and the names of every object, schema and function.
-constexpr const char* kFingerprintSql = R"(
-SELECT md5(string_agg(line, E'\n' ORDER BY line)) FROM (
-  SELECT n.nspname || '.' || c.relname || ' ' || c.relkind::text || ' ' || coalesce(c.relacl::text, '') || ' ' ||
-         CASE WHEN c.relkind IN ('r', 'm', 'S') THEN (xpath('/row/h/text()', query_to_xml(format(
-            'SELECT md5(coalesce(string_agg(ROW(t.*)::text, E''\n'' ORDER BY ROW(t.*)::text), '''')) AS h FROM %I.%I t',
-            n.nspname, c.relname), false, true, '')))[1]::text ELSE '' END AS line
-    FROM pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace
-   WHERE n.nspname NOT IN ('pg_catalog', 'information_schema') AND n.nspname NOT LIKE 'pg_toast%'
-  UNION ALL SELECT 'schema ' || nspname || ' ' || coalesce(nspacl::text, '') FROM pg_namespace
-  UNION ALL SELECT 'function ' || p.oid::regprocedure::text FROM pg_proc p
-   WHERE p.pronamespace NOT IN ('pg_catalog'::regnamespace, 'information_schema'::regnamespace)
-) lines)";
-
 // Words of a run line; "..." keeps blanks, {name} becomes that database's connection string.
 std::vector<std::string> Words(const std::string& line, const std::map<std::string, std::string>& vars) {
     std::vector<std::string> words;
-    for (std::size_t i = 0; i < line.size();) {
-        if (line[i] == ' ') {
-            ++i;
-            continue;
-        }
-        const bool quoted = line[i] == '"';
-        const std::size_t end = line.find(quoted ? '"' : ' ', i + 1);
-        std::string word =
-            line.substr(i + (quoted ? 1 : 0), end == std::string::npos ? end : end - i - quoted);
+    std::istringstream in(line);
+    for (std::string word; in >> std::quoted(word);) {
         for (const auto& [name, value] : vars) {
             for (std::size_t at = word.find(name); at != std::string::npos; at = word.find(name, at + 1)) {
                 word.replace(at, name.size(), value);
             }
         }
         words.push_back(word);
-        i = end == std::string::npos ? line.size() : end + 1;
     }
     return words;
+}
+
+// An md5 of every table's rows and grants and the names of every object, schema and function.
+const std::string kFingerprint = ReadBytes(FixturePath("hostile/fingerprint.sql"));
+
+// {N*c} is c N times; {N=c} pads the whole text with c to N characters.
+std::string Expand(std::string text) {
+    static const std::regex repeat(R"(\{([0-9]+)([*=])(.)\})");
+    for (std::smatch m; std::regex_search(text, m, repeat);) {
+        const std::size_t n = std::stoul(m[1]) - (m[2] == "=" ? text.size() - m.length(0) : 0);
+        text.replace(static_cast<std::size_t>(m.position(0)), m.length(0), n, m.str(3)[0]);
+    }
+    return text;
+}
+
+// "Connect" clicked with a string: a bad one gives the same single box on each of two clicks and leaves the
+// model able to connect with `good`.
+void ConnectClicks(std::ostream& out, const std::string& text, const std::string& good) {
+    testsupport::RecordingInteraction ui;
+    MainState state(ui);
+    EXPECT_TRUE(StartUp(state));
+    ConnectionStringChanged(state, text);
+    for (int click = 1; click <= 2 && state.g_pAdoConn == nullptr; ++click) {
+        ui.shown.clear();
+        ConnectButtonClick(state);
+        out << "click " << click << ": "
+            << (state.g_pAdoConn != nullptr ? "connected" : state.cmdConnectCaption)
+            << (state.cmdBuildStringEnabled ? ", build enabled\n" : "\n");
+        for (const auto& box : ui.shown) {
+            EXPECT_EQ(box.icon, MsgIcon::Exclamation);
+            out << "box " << testsupport::Escaped(box.title + ": " + box.text) << "\n";
+        }
+    }
+    if (state.g_pAdoConn == nullptr) {
+        ConnectionStringChanged(state, good);
+        ConnectButtonClick(state);
+    }
+    EXPECT_NE(state.g_pAdoConn, nullptr) << "not usable after " << text.substr(0, 80);
+}
+
+// "Query DBMS" after connecting, with the option and version boxes set by hand before: what it chose, the
+// namer's type code and, when a type was chosen, the name of LAYERS and whether it is found.
+void Detect(std::ostream& out, const std::string& connect, const std::string& systemDatabase) {
+    testsupport::RecordingInteraction ui;
+    MainState state(ui);
+    EXPECT_TRUE(StartUp(state));
+    ConnectionStringChanged(state, connect);
+    SetSystemTableDatabase(state, systemDatabase);
+    ConnectToDbms(state);
+    ASSERT_NE(state.g_pAdoConn, nullptr) << testing::PrintToString(ui.Lines());
+    state.selectedDbms = DbmsOption::Informix;  // an earlier choice that detection must not keep
+    state.txtMajorVersion = state.txtMinorVersion = state.txtBugfix = "7";
+    QueryDbmsType(state);
+    const char* options[] = {"none", "oracle", "informix", "db2", "sqlserver"};
+    out << "option " << options[static_cast<int>(state.selectedDbms)] << ", namer code "
+        << state.g_QDON->DbmsTypeCode() << ", version " << state.txtMajorVersion << "."
+        << state.txtMinorVersion << "." << state.txtBugfix << "\n";
+    if (state.selectedDbms != DbmsOption::None) {
+        const std::string layers = state.g_QDON->TslSystemTable("LAYERS");
+        Recordset probe;
+        out << "LAYERS " << layers
+            << (probe.OpenSuppressed(state.g_QDON->SqlToFindTable(layers), *state.g_pAdoConn) ? " found\n"
+                                                                                              : " missing\n");
+    }
+    for (const std::string& box : ui.Lines()) {
+        out << "box " << box << "\n";
+    }
+    EXPECT_TRUE(DisconnectFromDbms(state));
+}
+
+// A statement through the data-access layer on the scenario's connection to that database: its rows (the
+// first ten, then their number) or its error, which Open must throw alike; the connection stays open either
+// way.
+void Statement(std::ostream& out, Connection& conn, const std::string& sql) {
+    Recordset rs;
+    const bool opened = rs.OpenSuppressed(sql, conn);
+    EXPECT_EQ(conn.State(), Connection::kStateOpen);
+    EXPECT_EQ(conn.Errors().Count(), opened ? 0 : 1);
+    if (!opened) {
+        const AdoError error = conn.Errors().Item(0);
+        out << "error " << error.Number << ": " << testsupport::Escaped(error.Description) << "\n";
+        try {
+            rs.Open(sql, conn);
+            ADD_FAILURE() << "Open did not throw: " << sql;
+        } catch (const RuntimeError& e) {
+            EXPECT_EQ(e.Number(), error.Number);
+            EXPECT_EQ(e.Description(), error.Description);
+        }
+        return;
+    }
+    int rows = 0;
+    for (; !rs.Eof(); rs.MoveNext(), ++rows) {
+        for (int i = 0; rows < 10 && i < rs.FieldCount(); ++i) {
+            out << (i == 0 ? "" : " | ") << testsupport::Escaped(rs.Fields(i).value_or("<null>"));
+        }
+        out << (rows < 10 ? "\n" : "");
+    }
+    out << rows << " rows\n";
 }
 
 std::string Mask(std::string text, std::map<std::string, std::string> vars) {
@@ -82,13 +167,14 @@ std::string Mask(std::string text, std::map<std::string, std::string> vars) {
     return text;
 }
 
-// Runs the scenario's lines in order and returns the transcript of its runs. A line is one of
-//   db NAME FILE...     a new database from fixture files      load NAME FILE...  more files into it
-//   sql NAME SQL        statements through psql                query NAME SQL     its value, into the
-//   transcript trace               later runs list the statements sent    fingerprint NAME   later runs must
-//   not change it run ARG...          a headless run: {NAME} is that database's connection string, {report}
-//   and {json}
-//                       files whose contents join the transcript, {port} the server's port
+// Runs the scenario's lines in order and returns their transcript. A line is one of
+//   db NAME FILE... | load NAME FILE...   a new database from fixture files | more files into one
+//   sql NAME SQL | query NAME SQL         statements through psql | a value, into the transcript
+//   trace | fingerprint NAME              later runs list the statements sent | must leave NAME unchanged
+//   run ARG...                            a headless run: {NAME} is that database's connection string,
+//                                         {report} and {json} files that join the transcript, {port} the port
+//   connect NAME TEXT | detect NAME [DB]  "Connect" clicked with TEXT | "Query DBMS", see above
+//   odbc NAME SQL                         a statement through the data-access layer
 std::string Play(const std::string& scenario) {
     const PgCluster& pg = PgCluster::Shared();
     testsupport::TempFolder folder;
@@ -99,6 +185,7 @@ std::string Play(const std::string& scenario) {
     const std::string stale(50000, '#');
     std::vector<std::string> fingerprinted;
     bool trace = false;
+    std::map<std::string, OdbcConnection> connections;
     std::ostringstream transcript;
     std::istringstream lines(ReadBytes(FixturePath("scenarios/" + scenario + ".txt")));
     for (std::string line; std::getline(lines, line);) {
@@ -122,6 +209,20 @@ std::string Play(const std::string& scenario) {
             pg.Execute(db, tail);
         } else if (verb == "query") {  // query NAME SQL: its value goes into the transcript
             transcript << "? " << tail << "\n" << pg.QueryValue(db, tail) << "\n";
+        } else if (verb == "connect") {  // connect NAME TEXT: Connect clicked with TEXT, then NAME's string
+            transcript << "? connect " << testsupport::Escaped(tail) << "\n";
+            ConnectClicks(transcript, Expand(Words("\"" + tail + "\"", vars)[0]), pg.ConnectionString(db));
+        } else if (verb == "detect") {  // detect NAME [SYSTEM-DATABASE]
+            transcript << "? detect " << rest << "\n";
+            Detect(transcript, pg.ConnectionString(db), tail);
+        } else if (verb ==
+                   "odbc") {  // odbc NAME SQL: through the data-access layer, one connection a database
+            auto& conn = connections[db];
+            if (conn.State() != Connection::kStateOpen) {
+                EXPECT_TRUE(conn.Open(pg.ConnectionString(db))) << line;
+            }
+            transcript << "? odbc " << testsupport::Escaped(tail) << "\n";
+            Statement(transcript, conn, tail);
         } else if (verb == "trace") {
             trace = true;
         } else if (verb == "fingerprint") {  // every later run must leave these databases as they were
@@ -129,7 +230,7 @@ std::string Play(const std::string& scenario) {
         } else if (verb == "run") {
             std::vector<std::string> before;
             for (const std::string& name : fingerprinted) {
-                before.push_back(pg.QueryValue(name, kFingerprintSql));
+                before.push_back(pg.QueryValue(name, kFingerprint));
             }
             testsupport::WriteBytes(vars["{report}"], stale);
             testsupport::WriteBytes(vars["{json}"], stale);
@@ -158,7 +259,7 @@ std::string Play(const std::string& scenario) {
                 }
             }
             for (std::size_t i = 0; i < fingerprinted.size(); ++i) {
-                EXPECT_EQ(pg.QueryValue(fingerprinted[i], kFingerprintSql), before[i])
+                EXPECT_EQ(pg.QueryValue(fingerprinted[i], kFingerprint), before[i])
                     << fingerprinted[i] << " changed under: " << rest;
             }
         } else if (!line.empty() && line[0] != '#') {
@@ -209,6 +310,31 @@ TEST_P(Scenario, TranscriptMatchesExpectedFile) {
 
 INSTANTIATE_TEST_SUITE_P(Files, Scenario, ::testing::ValuesIn(Scenarios()),
                          [](const auto& info) { return info.param; });
+
+// Cursor flags at both ends, and a probe opened while a walk is open, as the checks do for each row.
+TEST(DataAccess, CursorFlagsAtBothEndsAndTwoResultsOpenAtOnce) {
+    PgCluster::Shared().CreateDatabase("dblayer",
+                                       {"tessel_schema.sql", "healthy_version.sql", "db_layer_rows.sql"});
+    OdbcConnection conn;
+    ASSERT_TRUE(conn.Open(PgCluster::Shared().ConnectionString("dblayer")));
+    Recordset empty;
+    empty.Open("SELECT layer_id FROM TSL.LAYERS WHERE 1 = 2", conn);
+    EXPECT_TRUE(empty.Bof() && empty.Eof());
+    EXPECT_THROW(empty.MoveNext(), RuntimeError);
+    Recordset walk;
+    walk.Open("SELECT layer_id FROM TSL.LAYERS ORDER BY layer_id", conn);
+    EXPECT_FALSE(walk.Bof());
+    std::vector<std::string> seen;
+    for (; !walk.Eof(); walk.MoveNext()) {
+        Recordset probe;
+        probe.Open("SELECT description FROM TSL.LAYERS WHERE layer_id = " + *walk.Fields(0), conn);
+        seen.push_back(*walk.Fields(0) + ":" + probe.Fields(0).value_or(""));
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"1:Road centre lines", "2:Straßen – Zürich Nord", "3:"}));
+    EXPECT_FALSE(walk.Bof());
+    walk.MoveFirst();
+    EXPECT_EQ(walk.Fields(0), "1");
+}
 
 }  // namespace
 }  // namespace tabvet

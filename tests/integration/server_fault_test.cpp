@@ -63,24 +63,12 @@ void StartServer() {
 
 // Ends a server session from another one, as another administrator would, waiting until it has ended.
 void EndSession(const std::string& pid) {
-    static FaultInjectingConnection admin;
-    if (admin.State() != Connection::kStateOpen) {
-        ASSERT_TRUE(admin.Open(Cluster().ConnectionString("postgres")));
-    }
-    Recordset rs;
-    if (!rs.OpenSuppressed("SELECT pg_terminate_backend(" + pid + ", 10000)", admin)) {
-        admin.Close();  // a server restart took the admin session too
-        EndSession(pid);
-    }
+    Cluster().QueryValue("postgres", "SELECT pg_terminate_backend(" + pid + ", 10000)");
 }
 
 // A verdict of a test that failed with the lost connection.
 bool Lost(const std::string& details) {
     return details.rfind("FAILED ", 0) == 0 && details.find(kLost) != std::string::npos;
-}
-
-bool EndsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 // The window's model connected as Oracle 9.0 through a connection that breaks on cue.
@@ -159,7 +147,7 @@ std::string RunWithFault(Session& session, const Healthy& healthy, FaultInjectin
     EXPECT_NO_THROW(ProcessRunTests(session.state));
     EXPECT_TRUE(session.conn->Injected());
     EXPECT_EQ(session.state.stsRunFeedback, "Testing complete.");
-    EXPECT_TRUE(EndsWith(session.state.rtbStatus, "\r\nTest run finished at <now>"));
+    EXPECT_TRUE(session.state.rtbStatus.ends_with("\r\nTest run finished at <now>"));
     const auto verdicts = session.Verdicts();
     bool faulted = false;
     for (std::size_t i = 0; i < verdicts.size(); ++i) {
@@ -202,7 +190,7 @@ TEST_P(ServerFaultRun, LaterTestsReportTheDriversErrorTheReportHoldsAllAndTheMod
     const std::string struck = RunWithFault(
         session, healthy,
         [&](const std::string& sql, std::size_t) {
-            return EndsWith(session.state.stsRunFeedback, point.duringTest) &&
+            return session.state.stsRunFeedback.ends_with(point.duringTest) &&
                    sql.find(point.statement) != std::string::npos && ++seen == point.occurrence;
         },
         [&](const std::string& pid) { point.stopServer ? StopServer() : EndSession(pid); });

@@ -2,76 +2,25 @@
 // initdb, ports and psql; this side only reads the state file and turns failures into exceptions.
 #include "support/pg_cluster.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <utility>
 
-extern char** environ;
-
 namespace tabvet::testsupport {
 namespace {
 
-// Starts argv (searched in PATH) without a shell, so names are never re-parsed; `dups` become its descriptors
-// (dup2 clears close-on-exec on the copy, so only those reach the child).
-pid_t Spawn(const std::vector<std::string>& argv, const std::vector<std::pair<int, int>>& dups,
-            bool newSession) {
-    std::vector<char*> args;
-    for (const std::string& arg : argv) {
-        args.push_back(const_cast<char*>(arg.c_str()));  // posix_spawn's signature predates const
+// One word for the shell, whatever it holds: inside single quotes only the quote itself needs care.
+std::string Quoted(const std::string& word) {
+    std::string quoted = "'";
+    for (const char c : word) {
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
     }
-    args.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (const auto& [from, to] : dups) {
-        posix_spawn_file_actions_adddup2(&actions, from, to);
-    }
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, newSession ? POSIX_SPAWN_SETSID : 0);
-    pid_t pid = 0;
-    const int error = ::posix_spawnp(&pid, args[0], &actions, &attributes, args.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-    if (error != 0) {
-        throw std::runtime_error("cannot start " + argv[0] + ": " + std::strerror(error));
-    }
-    return pid;
-}
-
-// Runs argv and returns its exit status (128 + signal when killed) and its output and errors, interleaved.
-std::pair<int, std::string> RunProcess(const std::vector<std::string>& argv) {
-    int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0) {
-        throw std::runtime_error("pipe failed");
-    }
-    const int devNull = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    const pid_t pid =
-        Spawn(argv, {{devNull, STDIN_FILENO}, {fds[1], STDOUT_FILENO}, {fds[1], STDERR_FILENO}}, false);
-    ::close(devNull);
-    ::close(fds[1]);  // the child holds the only write end now, so reading ends when it exits
-    std::string output;
-    char buffer[4096];
-    for (ssize_t got; (got = ::read(fds[0], buffer, sizeof buffer)) != 0;) {
-        if (got > 0) {
-            output.append(buffer, static_cast<std::size_t>(got));
-        } else if (errno != EINTR) {
-            break;
-        }
-    }
-    ::close(fds[0]);
-    int status = 0;
-    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output};
+    return quoted + "'";
 }
 
 int ReadPort(const std::string& stateFile) {
@@ -102,17 +51,15 @@ PgCluster& PgCluster::Shared() {
 PgCluster::PgCluster(std::string stateFile, bool ownsCluster)
     : stateFile_(std::move(stateFile)), ownsCluster_(ownsCluster) {
     if (ownsCluster_) {
-        // Should the destructor never run, the watchdog stops the cluster once this process has ended.
-        // It reads its standard input, a pipe whose write end only this process holds (close-on-exec), in a
-        // session of its own so that Ctrl-C at the terminal spares it.
-        int fds[2];
-        if (::pipe2(fds, O_CLOEXEC) != 0) {
-            throw std::runtime_error("pipe failed");
+        // Should the destructor never run, the watchdog stops the cluster once this process has ended: it
+        // reads a pipe whose write end only this process holds (close-on-exec, never closed), in a session of
+        // its own so that Ctrl-C at the terminal spares it.
+        const std::string stop = "bash " + Quoted(TABVET_PG_CLUSTER_SCRIPT) + " stop " + Quoted(stateFile_);
+        if (::popen(("exec setsid bash -c " + Quoted("cat >/dev/null; exec " + stop) + " >/dev/null 2>&1")
+                        .c_str(),
+                    "we") == nullptr) {
+            throw std::runtime_error("cannot start the cluster's watchdog");
         }
-        Spawn({"bash", "-c", "cat >/dev/null; exec bash \"$0\" stop \"$1\"", TABVET_PG_CLUSTER_SCRIPT,
-               stateFile_},
-              {{fds[0], STDIN_FILENO}}, true);
-        ::close(fds[0]);
         RunScript({"start", stateFile_});
     }
     port_ = ReadPort(stateFile_);
@@ -121,18 +68,29 @@ PgCluster::PgCluster(std::string stateFile, bool ownsCluster)
 PgCluster::~PgCluster() {
     if (ownsCluster_) {
         try {
-            RunProcess({"bash", TABVET_PG_CLUSTER_SCRIPT, "stop", stateFile_});
+            RunScript({"stop", stateFile_});
         } catch (const std::exception&) {
             // The watchdog stops it when this process is gone.
         }
     }
 }
 
+// Runs the script and returns its output and errors, interleaved.
 std::string PgCluster::RunScript(const std::vector<std::string>& arguments) const {
-    std::vector<std::string> argv{"bash", TABVET_PG_CLUSTER_SCRIPT};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
-    auto [status, output] = RunProcess(argv);
-    if (status != 0) {
+    std::string command = "bash " + Quoted(TABVET_PG_CLUSTER_SCRIPT);
+    for (const std::string& argument : arguments) {
+        command += " " + Quoted(argument);
+    }
+    FILE* pipe = ::popen((command + " </dev/null 2>&1").c_str(), "re");
+    if (pipe == nullptr) {
+        throw std::runtime_error("cannot start " + command.substr(0, 200));
+    }
+    std::string output;
+    char buffer[4096];
+    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+        output.append(buffer, got);
+    }
+    if (const int status = ::pclose(pipe); status != 0) {
         throw std::runtime_error("pg_cluster.sh " + arguments[0] + " failed (" + std::to_string(status) +
                                  "):\n" + output);
     }
