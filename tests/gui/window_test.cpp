@@ -13,7 +13,7 @@
 #include "support/recording_interaction.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
-#include "unit/transcript.h"
+#include "support/transcript.h"
 #include "window/frm_nav.h"
 
 using namespace tabvet;
@@ -39,7 +39,10 @@ struct ScriptedLogon final : LogonDialogPresenter {
 // One window with its model and scripted dialogs; every connection it makes can break on cue.
 struct Fixture {
     Fixture() : state(ui) {
-        WindowServices services{.fileDialog = &files, .editor = &editor, .logonDialog = &logon};
+        WindowServices services;
+        services.fileDialog = &files;
+        services.editor = &editor;
+        services.logonDialog = &logon;
         services.endProgram = [this] { ended = true; };
         window = std::make_unique<frmNav>(state, std::move(services));
         QVERIFY(window->Load());

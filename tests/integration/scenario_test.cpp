@@ -21,7 +21,7 @@
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/temp_folder.h"
-#include "unit/transcript.h"
+#include "support/transcript.h"
 
 namespace tabvet {
 namespace {

@@ -23,7 +23,7 @@
 #include "support/scripted_connection.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
-#include "transcript.h"
+#include "support/transcript.h"
 
 namespace tabvet {
 namespace {

@@ -15,7 +15,7 @@
 #include "db/value.h"
 #include "framework/test_run.h"
 #include "support/scripted_connection.h"
-#include "transcript.h"
+#include "support/transcript.h"
 
 namespace tabvet {
 namespace {
@@ -166,7 +166,9 @@ TEST(Conversions, IntegersTextTheLeadingNumberOfTypedTextAndUtf16) {
 }
 
 DriverManagerLists OneDsn() {
-    return {.environmentAllocated = true, .dataSources = {{.name = "Sales", .driver = "PostgreSQL Unicode"}}};
+    return {.environmentAllocated = true,
+            .dataSources = {{.name = "Sales", .driver = "PostgreSQL Unicode"}},
+            .drivers = {}};
 }
 
 TEST(OdbcLogon, OkAssemblesTheStringAndCancelAfterOkEmptiesItWhileListsAndFieldsStay) {

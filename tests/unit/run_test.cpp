@@ -14,7 +14,7 @@
 #include "support/check_environment.h"
 #include "support/fake_test.h"
 #include "support/scripted_connection.h"
-#include "transcript.h"
+#include "support/transcript.h"
 
 namespace tabvet {
 namespace {
@@ -120,7 +120,7 @@ class RunTranscript : public MainView {
                                                .sqlServer = false}};
         tests.resize(verdicts.size());
         for (std::size_t i = 0; i < tests.size(); ++i) {
-            tests[i].onRun = [this, i, verdict = verdicts[i]](FakeTest::State& s) {
+            tests[i].onRun = [this, verdict = verdicts[i]](FakeTest::State& s) {
                 t.Line("runs", s.name);
                 verdict(s);
             };
