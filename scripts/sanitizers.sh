@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 fuzz_seconds=${TABVET_FUZZ_SECONDS:-30}
 sanitizers="-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer"
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug \
-    -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+    -DCMAKE_CXX_COMPILER=clang++ \
     -DCMAKE_CXX_FLAGS="-O1 $sanitizers" \
     -DCMAKE_EXE_LINKER_FLAGS="$sanitizers" \
     -DTABVET_BUILD_GUI=ON \
