@@ -4,7 +4,6 @@
 
 #include "runtime_error.h"
 #include "statement_guard.h"
-#include "statement_trace.h"
 
 namespace tabvet {
 
@@ -27,7 +26,6 @@ bool Connection::Query(const std::string& sql, ResultTable& out) {
         errors_.Add({kStatementRefusedNumber, kStatementRefusedText});
         return false;
     }
-    StatementTrace::Record(sql);
     return DoQuery(sql, out);
 }
 

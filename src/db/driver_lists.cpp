@@ -5,7 +5,6 @@
 #include <array>
 #include <string>
 
-#include "odbc_call.h"
 #include "odbc_handles.h"
 #include "utf16.h"
 
@@ -24,20 +23,26 @@ std::string ReturnedText(const std::array<SQLWCHAR, kTextCapacity>& buffer, SQLS
 
 // One step of a walk: the two texts, when the call delivered an entry at all.
 struct Fetched {
-    SQLRETURN rc = SQL_ERROR;
+    SQLRETURN code = SQL_ERROR;
     std::string first;
     std::string second;
 };
 
-template <typename Call>
-Fetched FetchNext(Call call) {
+// Fetches the next entry of a walk through the door; `function` is SQLDataSourcesW or SQLDriversW, which
+// take the same arguments. A failure only ends the walk: the lists are a convenience of the logon dialog,
+// and whatever was read so far is still offered.
+template <typename Function>
+Fetched FetchNext(const char* call, const EnvHandle& env, Function function) {
     std::array<SQLWCHAR, kTextCapacity> first{};
     std::array<SQLWCHAR, kTextCapacity> second{};
     SQLSMALLINT firstLength = 0;
     SQLSMALLINT secondLength = 0;
+    const OdbcResult result =
+        CallOdbc(call, env, function, SQLUSMALLINT{SQL_FETCH_NEXT}, first.data(), kTextCapacity, &firstLength,
+                 second.data(), kTextCapacity, &secondLength);
     Fetched fetched;
-    fetched.rc = call(first.data(), &firstLength, second.data(), &secondLength);
-    if (OdbcOk(fetched.rc)) {
+    fetched.code = result.Code();
+    if (result.Ok()) {
         fetched.first = ReturnedText(first, firstLength);
         fetched.second = ReturnedText(second, secondLength);
     }
@@ -54,28 +59,20 @@ DriverManagerLists ReadDriverManagerLists() {
     }
     lists.environmentAllocated = true;
     for (;;) {
-        const Fetched dsn = FetchNext(
-            [&](SQLWCHAR* name, SQLSMALLINT* nameLength, SQLWCHAR* driver, SQLSMALLINT* driverLength) {
-                return SQLDataSourcesW(env.Get(), SQL_FETCH_NEXT, name, kTextCapacity, nameLength, driver,
-                                       kTextCapacity, driverLength);
-            });
-        if (OdbcOk(dsn.rc)) {
+        const Fetched dsn = FetchNext("SQLDataSources", env, SQLDataSourcesW);
+        if (dsn.code == SQL_SUCCESS || dsn.code == SQL_SUCCESS_WITH_INFO) {
             lists.dataSources.push_back({dsn.first, dsn.second});
         }
-        if (dsn.rc != SQL_SUCCESS) {
+        if (dsn.code != SQL_SUCCESS) {
             break;
         }
     }
     for (;;) {
-        const Fetched driver = FetchNext([&](SQLWCHAR* description, SQLSMALLINT* descriptionLength,
-                                             SQLWCHAR* attributes, SQLSMALLINT* attributesLength) {
-            return SQLDriversW(env.Get(), SQL_FETCH_NEXT, description, kTextCapacity, descriptionLength,
-                               attributes, kTextCapacity, attributesLength);
-        });
-        if (OdbcOk(driver.rc)) {
+        const Fetched driver = FetchNext("SQLDrivers", env, SQLDriversW);
+        if (driver.code == SQL_SUCCESS || driver.code == SQL_SUCCESS_WITH_INFO) {
             lists.drivers.push_back(driver.first);
         }
-        if (driver.rc != SQL_SUCCESS) {
+        if (driver.code != SQL_SUCCESS) {
             break;
         }
     }

@@ -2,6 +2,7 @@
 // manager's record and the driver's); all of them go into the error list.
 #include "odbc_call.h"
 
+#include <algorithm>
 #include <array>
 
 #include "utf16.h"
@@ -26,7 +27,7 @@ std::vector<DiagRecord> ReadDiagRecords(SQLSMALLINT handleType, SQLHANDLE handle
             rc = SQLGetDiagRecW(handleType, handle, recNumber, state.data(), &native, message.data(),
                                 static_cast<SQLSMALLINT>(message.size()), &messageLength);
         }
-        if (!OdbcOk(rc)) {
+        if (rc != SQL_SUCCESS && rc != SQL_SUCCESS_WITH_INFO) {
             break;  // SQL_NO_DATA after the last record, or nothing more can be read
         }
         const std::size_t length =
@@ -37,18 +38,27 @@ std::vector<DiagRecord> ReadDiagRecords(SQLSMALLINT handleType, SQLHANDLE handle
     return records;
 }
 
-bool OdbcCall(SQLRETURN rc, SQLSMALLINT handleType, SQLHANDLE handle, ErrorList& errors,
-              const char* callName) {
-    if (OdbcOk(rc) || rc == SQL_NO_DATA) {
-        return OdbcOk(rc);
+OdbcResult::OdbcResult(const char* call, SQLRETURN code, SQLSMALLINT handleType, SQLHANDLE handle)
+    : call_(call), code_(code) {
+    if (!Ok() && !NoData()) {
+        diagnostics_ = ReadDiagRecords(handleType, handle);
     }
-    const std::vector<DiagRecord> records = ReadDiagRecords(handleType, handle);
-    for (const DiagRecord& record : records) {
+}
+
+bool OdbcResult::Succeeded(ErrorList& errors) const {
+    if (Ok() || NoData()) {
+        return Ok();
+    }
+    for (const DiagRecord& record : diagnostics_) {
         errors.Add({record.nativeError, record.message});
     }
-    if (records.empty()) {
-        errors.Add(
-            {static_cast<std::int32_t>(rc), std::string(callName) + " failed without a diagnostic record"});
+    if (diagnostics_.empty()) {
+        // The wide and the narrow form of a call are one call to the reader: SQLExecDirectW is SQLExecDirect.
+        std::string name(call_);
+        if (name.size() > 3 && name.back() == 'W') {
+            name.pop_back();
+        }
+        errors.Add({static_cast<std::int32_t>(code_), name + " failed without a diagnostic record"});
     }
     return false;
 }

@@ -18,18 +18,19 @@ constexpr std::size_t kCellBufferUnits = 256;
 constexpr SQLLEN kMaxReservedRows = 1 << 20;
 
 // Reads one column of the current row as text into `cell`, through `buffer`; false on a driver error.
-bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, std::vector<SQLWCHAR>& buffer, FieldValue& cell,
+bool ReadCell(const StmtHandle& stmt, SQLUSMALLINT column, std::vector<SQLWCHAR>& buffer, FieldValue& cell,
               ErrorList& errors) {
     OdbcWideString rest;  // pieces of a value longer than the buffer
     std::size_t got = 0;
     for (;;) {
         SQLLEN indicator = 0;
-        const SQLRETURN rc = SQLGetData(stmt, column, SQL_C_WCHAR, buffer.data(),
-                                        static_cast<SQLLEN>(buffer.size() * sizeof(SQLWCHAR)), &indicator);
-        if (rc == SQL_NO_DATA) {
+        const OdbcResult read =
+            TABVET_ODBC(SQLGetData, stmt, column, SQL_C_WCHAR, buffer.data(),
+                        static_cast<SQLLEN>(buffer.size() * sizeof(SQLWCHAR)), &indicator);
+        if (read.NoData()) {
             break;
         }
-        if (!OdbcCall(rc, SQL_HANDLE_STMT, stmt, errors, "SQLGetData")) {
+        if (!read.Succeeded(errors)) {
             return false;
         }
         if (indicator == SQL_NULL_DATA) {
@@ -41,12 +42,12 @@ bool ReadCell(SQLHSTMT stmt, SQLUSMALLINT column, std::vector<SQLWCHAR>& buffer,
         if (indicator != SQL_NO_TOTAL && static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR) < capacity) {
             got = static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR);
         }
-        if (rc == SQL_SUCCESS && rest.empty()) {
+        if (read.Code() == SQL_SUCCESS && rest.empty()) {
             break;  // the common case: the whole value in one piece, converted straight from the buffer
         }
         rest.append(buffer.data(), got);
         got = 0;
-        if (rc == SQL_SUCCESS) {
+        if (read.Code() == SQL_SUCCESS) {
             break;
         }
         if (indicator != SQL_NO_TOTAL) {
@@ -70,13 +71,21 @@ constexpr std::size_t kMaxConnectionStringUnits = 32767;
 // ready and no result is kept in the driver after use.
 class CursorCloser {
   public:
-    explicit CursorCloser(SQLHSTMT stmt) : stmt_(stmt) {}
-    ~CursorCloser() { SQLFreeStmt(stmt_, SQL_CLOSE); }
+    explicit CursorCloser(const StmtHandle& stmt) : stmt_(stmt) {}
+    ~CursorCloser() {
+        try {
+            // Closing a cursor that is not open does no harm; a close that fails leaves the query's own
+            // outcome standing, and the next query reports whatever the statement handle then says.
+            (void)TABVET_ODBC(SQLFreeStmt, stmt_, SQL_CLOSE);
+        } catch (...) {
+            // Reading the failure's records ran out of memory; the query has ended either way.
+        }
+    }
     CursorCloser(const CursorCloser&) = delete;
     CursorCloser& operator=(const CursorCloser&) = delete;
 
   private:
-    SQLHSTMT stmt_;
+    const StmtHandle& stmt_;
 };
 
 }  // namespace
@@ -99,18 +108,14 @@ bool OdbcConnection::DoOpen(const std::string& connectionString) {
         Errors().Add({kLayerErrorNumber, "The ODBC driver manager could not allocate an environment"});
         return false;
     }
-    SQLHANDLE dbc = SQL_NULL_HANDLE;
-    if (!OdbcCall(SQLAllocHandle(SQL_HANDLE_DBC, env_.Get(), &dbc), SQL_HANDLE_ENV, env_.Get(), Errors(),
-                  "SQLAllocHandle")) {
+    if (!dbc_.Allocate(env_).Succeeded(Errors())) {
         return false;
     }
-    dbc_ = DbcHandle(dbc);
     SQLWCHAR unused[8];
     SQLSMALLINT unusedLength = 0;
-    const SQLRETURN rc =
-        SQLDriverConnectW(dbc_.Get(), nullptr, wide.data(), static_cast<SQLSMALLINT>(wide.size()), unused, 0,
-                          &unusedLength, SQL_DRIVER_NOPROMPT);
-    if (!OdbcCall(rc, SQL_HANDLE_DBC, dbc_.Get(), Errors(), "SQLDriverConnect")) {
+    if (!TABVET_ODBC(SQLDriverConnectW, dbc_, nullptr, wide.data(), static_cast<SQLSMALLINT>(wide.size()),
+                     unused, 0, &unusedLength, SQL_DRIVER_NOPROMPT)
+             .Succeeded(Errors())) {
         dbc_.Reset();
         env_.Reset();
         return false;
@@ -122,7 +127,8 @@ bool OdbcConnection::DoOpen(const std::string& connectionString) {
 void OdbcConnection::Close() {
     stmt_.Reset();  // before the disconnect, which would free it behind our back
     if (connected_) {
-        SQLDisconnect(dbc_.Get());  // a failing disconnect still leaves us closed
+        // A failing disconnect still leaves us closed: the handles go next, and nothing is left to retry.
+        (void)TABVET_ODBC(SQLDisconnect, dbc_);
         connected_ = false;
     }
     dbc_.Reset();
@@ -132,24 +138,20 @@ void OdbcConnection::Close() {
 
 bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
     if (!stmt_) {
-        SQLHANDLE raw = SQL_NULL_HANDLE;
-        if (!OdbcCall(SQLAllocHandle(SQL_HANDLE_STMT, dbc_.Get(), &raw), SQL_HANDLE_DBC, dbc_.Get(), Errors(),
-                      "SQLAllocHandle")) {
+        if (!stmt_.Allocate(dbc_).Succeeded(Errors())) {
             return false;
         }
-        stmt_ = StmtHandle(raw);
         cellBuffer_.resize(kCellBufferUnits);
     }
-    const StmtHandle& stmt = stmt_;
-    const CursorCloser closer(stmt.Get());
+    const CursorCloser closer(stmt_);
     OdbcWideString wide = ToOdbcWide(sql);
-    if (!OdbcCall(SQLExecDirectW(stmt.Get(), wide.data(), static_cast<SQLINTEGER>(wide.size())),
-                  SQL_HANDLE_STMT, stmt.Get(), Errors(), "SQLExecDirect")) {
+    if (!TABVET_ODBC(SQLExecDirectW, stmt_, SentStatement{sql, wide.data()},
+                     static_cast<SQLINTEGER>(wide.size()))
+             .Succeeded(Errors())) {
         return false;
     }
     SQLSMALLINT columns = 0;
-    if (!OdbcCall(SQLNumResultCols(stmt.Get(), &columns), SQL_HANDLE_STMT, stmt.Get(), Errors(),
-                  "SQLNumResultCols")) {
+    if (!TABVET_ODBC(SQLNumResultCols, stmt_, &columns).Succeeded(Errors())) {
         return false;
     }
     out.columns = static_cast<std::size_t>(columns < 0 ? 0 : columns);
@@ -157,23 +159,24 @@ bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
         return true;
     }
     // Drivers that buffer the whole result know its size: room for exactly that many cells spares a long
-    // result the copies and the slack of a growing vector. Only a hint: a driver may say nothing (-1).
+    // result the copies and the slack of a growing vector. Only a hint: a driver may say nothing (-1), and
+    // a driver that cannot say is no failure of the query.
     SQLLEN rows = -1;
-    if (OdbcOk(SQLRowCount(stmt.Get(), &rows)) && rows > 0) {
+    if (TABVET_ODBC(SQLRowCount, stmt_, &rows).Ok() && rows > 0) {
         out.cells.reserve(static_cast<std::size_t>(std::min(rows, kMaxReservedRows)) * out.columns);
     }
     for (;;) {
-        const SQLRETURN rc = SQLFetch(stmt.Get());
-        if (rc == SQL_NO_DATA) {
+        const OdbcResult fetched = TABVET_ODBC(SQLFetch, stmt_);
+        if (fetched.NoData()) {
             break;
         }
-        if (!OdbcCall(rc, SQL_HANDLE_STMT, stmt.Get(), Errors(), "SQLFetch")) {
+        if (!fetched.Succeeded(Errors())) {
             out = ResultTable{};
             return false;
         }
         for (SQLUSMALLINT c = 1; c <= out.columns; ++c) {
             FieldValue cell;
-            if (!ReadCell(stmt.Get(), c, cellBuffer_, cell, Errors())) {
+            if (!ReadCell(stmt_, c, cellBuffer_, cell, Errors())) {
                 out = ResultTable{};
                 return false;
             }

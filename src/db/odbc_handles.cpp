@@ -4,16 +4,16 @@
 namespace tabvet {
 
 EnvHandle AllocateEnvironment() {
-    SQLHANDLE env = SQL_NULL_HANDLE;
-    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env))) {
-        return EnvHandle();
+    EnvHandle env;
+    if (!env.Allocate(NoParentHandle{}).Ok()) {
+        return env;
     }
-    EnvHandle owned(env);
-    if (!SQL_SUCCEEDED(SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
-                                     SQL_IS_UINTEGER))) {
-        return EnvHandle();
+    if (!TABVET_ODBC(SQLSetEnvAttr, env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3),
+                     SQL_IS_UINTEGER)
+             .Ok()) {
+        env.Reset();
     }
-    return owned;
+    return env;
 }
 
 }  // namespace tabvet

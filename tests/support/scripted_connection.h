@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "db/connection.h"
+#include "db/statement_trace.h"
 
 namespace tabvet::testsupport {
 
@@ -50,6 +51,8 @@ class ScriptedConnection final : public Connection {
         return true;
     }
     bool DoQuery(const std::string& sql, ResultTable& out) override {
+        // In place of a driver: what reaches it is traced, as the ODBC door traces what reaches a real one.
+        StatementTrace::Record(sql);
         sent_.push_back(sql);
         const auto it = answers_.find(sql);
         const ScriptedAnswer answer = it != answers_.end() ? it->second
