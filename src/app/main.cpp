@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "headless_run.h"
+#include "app/headless/headless_run.h"
 #if defined(TABVET_WINDOW_MODULE)
-#include "window_loader.h"
+#include "app/window_loader.h"
 #elif defined(TABVET_WITH_WINDOW)
-#include "window/window_main.h"
+#include "app/window/window_main.h"
 #endif
 
 int main(int argc, char** argv) {

@@ -9,7 +9,7 @@
 #include <string>
 #include <system_error>
 
-#include "headless_run.h"
+#include "app/headless/headless_run.h"
 
 namespace tabvet {
 namespace {

@@ -1,7 +1,8 @@
-// The catalogue's fixed order, readable top to bottom like a table.
+// The catalogue: every test in its fixed position, which is the run order and the report order.
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "framework/iado_test.h"
@@ -9,7 +10,11 @@
 
 namespace tabvet {
 
-/// One object of each test class, in catalogue order (the run and report order).
+/// One object of each test class, in catalogue order.
 std::vector<std::unique_ptr<IAdoTest>> CreateCatalogueTests(const TestEnvironment& environment);
+
+/// One object of the test class named `className` ("clsTst_OrphLyr"); null for a name the catalogue does
+/// not hold.
+std::unique_ptr<IAdoTest> CreateCheck(std::string_view className, const TestEnvironment& environment);
 
 }  // namespace tabvet

@@ -235,10 +235,6 @@ std::span<const ExpectedIndex> ExpectedIndexes() {
     return kExpectedIndexes;
 }
 
-std::span<const ExistenceProbe> ExistenceProbes() {
-    return kExistenceProbes;
-}
-
 const ExistenceProbe& ExistenceProbeFor(ExistenceStep step) {
     return kExistenceProbes[static_cast<std::size_t>(step)];
 }
@@ -331,9 +327,7 @@ IndexVerdict ProbeIndex(const ExpectedIndex& index, const LayerValues& layer, Co
             verdict = IndexVerdict::Incorrect;
         }
     }
-    if (rs.State() == Connection::kStateOpen) {
-        rs.Close();
-    }
+    rs.CloseIfOpen();
     return verdict;
 }
 
@@ -341,9 +335,7 @@ bool ProbeTableExists(const ExistenceProbe& probe, const LayerValues& layer, Con
     Recordset rs;
     rs.OpenSuppressed(ExistenceQuery(probe, layer), conn);
     const bool exists = conn.Errors().Count() == 0;
-    if (rs.State() == Connection::kStateOpen) {
-        rs.Close();
-    }
+    rs.CloseIfOpen();
     return exists;
 }
 

@@ -83,8 +83,7 @@ struct ExistenceProbe {
 
 /// Every expected index, in probe order.
 std::span<const ExpectedIndex> ExpectedIndexes();
-/// The four existence probes, in step order.
-std::span<const ExistenceProbe> ExistenceProbes();
+/// The existence probe of a step.
 const ExistenceProbe& ExistenceProbeFor(ExistenceStep step);
 
 /// The name of a table as index probes give it (TABLE_NAME): "F12", or the layer's own table name.

@@ -2,59 +2,26 @@
 // verdict of that moment, so an empty VERSION table passes with "Running".
 #include "environment_checks.h"
 
-#include "db/conn_error_string.h"
 #include "db/recordset.h"
 #include "db/runtime_error.h"
+#include "framework/ado_test_base.h"
 
 namespace tabvet {
 
-struct EnvironmentCheckRow {
-    TestDefinition definition;
-    const char* systemTable;
-    const char* selectList;  // followed directly by the qualified table name
-    const char* errorPrefix;
-    bool readsVersionRow;  // VERSION: the result text is the first row; LAYERS: a fixed text
-    const char* passText;
+const EnvironmentChecks kEnvironmentChecks{
+    .isDbmsRunning = {.systemTable = "VERSION",
+                      .selectList = "SELECT major, minor, bugfix, release, description FROM ",
+                      .errorPrefix = "Errors: ",
+                      .readsVersionRow = true,
+                      .passText = ""},
+    .lyrTblExists = {.systemTable = "LAYERS",
+                     .selectList = "SELECT table_name FROM ",
+                     .errorPrefix = "",
+                     .readsVersionRow = false,
+                     .passText = "LAYERS table exists"},
 };
 
 namespace {
-
-const EnvironmentCheckRow kIsDbmsRunning{
-    .definition = {.className = "clsTst_IsDbmsRunning",
-                   .name = "Is database running",
-                   .category = category::kEnvironment,
-                   .description =
-                       "Check whether database is running by checking for the existence of the VERSION table",
-                   .fatal = true,
-                   .worksWithOracle = true,
-                   .worksWithSqlServer = true,
-                   .worksWithInformix = true,
-                   .worksWithDb2 = true,
-                   .versionRule = VersionRule::V1},
-    .systemTable = "VERSION",
-    .selectList = "SELECT major, minor, bugfix, release, description FROM ",
-    .errorPrefix = "Errors: ",
-    .readsVersionRow = true,
-    .passText = "",
-};
-
-const EnvironmentCheckRow kLyrTblExists{
-    .definition = {.className = "clsTst_LyrTblExists",
-                   .name = "LAYERS table existence",
-                   .category = category::kMissingSystemTables,
-                   .description = "Check whether LAYERS table exists",
-                   .fatal = false,
-                   .worksWithOracle = true,
-                   .worksWithSqlServer = true,
-                   .worksWithInformix = true,
-                   .worksWithDb2 = true,
-                   .versionRule = VersionRule::V1},
-    .systemTable = "LAYERS",
-    .selectList = "SELECT table_name FROM ",
-    .errorPrefix = "",
-    .readsVersionRow = false,
-    .passText = "LAYERS table exists",
-};
 
 std::string VersionText(const Recordset& rs) {
     return "Tessel Version: " + TextOrEmpty(rs.Fields(0)) + "." + TextOrEmpty(rs.Fields(1)) + "." +
@@ -62,37 +29,29 @@ std::string VersionText(const Recordset& rs) {
            ", Description: " + TextOrEmpty(rs.Fields(4));
 }
 
-}  // namespace
+class EnvironmentCheck final : public AdoTestBase {
+  public:
+    EnvironmentCheck(const TestDefinition& definition, const EnvironmentCheckRow& row,
+                     const TestEnvironment& environment)
+        : AdoTestBase(definition,
+                      {.countsRunWithoutConnection = true,
+                       .startText = common_text::kRunning,
+                       .startsPassing = false,
+                       .open = OpenStyle::Trapped,
+                       .openFailurePrefix = row.errorPrefix},
+                      environment),
+          row_(row) {}
 
-EnvironmentCheck::EnvironmentCheck(const EnvironmentCheckRow& row, const TestEnvironment& environment)
-    : AdoTestBase(row.definition, environment), row_(row) {}
+  private:
+    std::optional<std::string> Statement() override {
+        const auto tables = QualifiedNames({row_.systemTable}, common_text::kCannotTranslateName);
+        if (!tables) {
+            return std::nullopt;
+        }
+        return row_.selectList + tables->front();
+    }
 
-void EnvironmentCheck::Run(Connection* conn) {
-    wasRun_ = true;
-    pass_ = false;
-    if (conn == nullptr) {
-        resultDetails_ = common_text::kNoConnection;
-        return;
-    }
-    resultDetails_ = common_text::kRunning;
-    const std::string table = Environment().Namer().TslSystemTable(row_.systemTable);
-    if (table.empty()) {
-        pass_ = false;
-        resultDetails_ = common_text::kCannotTranslateName;
-        return;
-    }
-    Recordset rs;
-    bool opened = false;
-    try {
-        rs.Open(row_.selectList + table, *conn);
-        opened = true;
-    } catch (const RuntimeError&) {
-        // The handler itself is not guarded: an error while building the text escapes.
-        pass_ = false;
-        clsConnErrorString formatter(Environment().Ui());
-        resultDetails_ = row_.errorPrefix + formatter.Build(conn);
-    }
-    if (opened) {
+    void Read(Recordset& rs, Connection& /*conn*/) override {
         try {
             pass_ = true;
             resultDetails_ = row_.readsVersionRow ? VersionText(rs) : row_.passText;
@@ -101,15 +60,15 @@ void EnvironmentCheck::Run(Connection* conn) {
             // Deliberately unreported: the verdict and text stay as they were when the error arose.
         }
     }
-    if (rs.State() == Connection::kStateOpen) {
-        rs.Close();
-    }
+
+    const EnvironmentCheckRow& row_;
+};
+
+}  // namespace
+
+std::unique_ptr<IAdoTest> MakeCheck(const TestDefinition& definition, const EnvironmentCheckRow& row,
+                                    const TestEnvironment& environment) {
+    return std::make_unique<EnvironmentCheck>(definition, row, environment);
 }
-
-clsTst_IsDbmsRunning::clsTst_IsDbmsRunning(const TestEnvironment& environment)
-    : EnvironmentCheck(kIsDbmsRunning, environment) {}
-
-clsTst_LyrTblExists::clsTst_LyrTblExists(const TestEnvironment& environment)
-    : EnvironmentCheck(kLyrTblExists, environment) {}
 
 }  // namespace tabvet

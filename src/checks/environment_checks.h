@@ -1,30 +1,32 @@
 // The two checks that establish there is a Tessel instance to check: VERSION readable, LAYERS present.
 #pragma once
 
-#include "framework/ado_test_base.h"
+#include <memory>
+
+#include "framework/iado_test.h"
+#include "framework/test_definition.h"
+#include "framework/test_environment.h"
 
 namespace tabvet {
 
-struct EnvironmentCheckRow;
-
-/// One algorithm for both environment checks; the class is chosen by its constant row.
-class EnvironmentCheck : public AdoTestBase {
-  public:
-    EnvironmentCheck(const EnvironmentCheckRow& row, const TestEnvironment& environment);
-    void Run(Connection* conn) override;
-
-  private:
-    const EnvironmentCheckRow& row_;
+/// The constant part of an environment check.
+struct EnvironmentCheckRow {
+    const char* systemTable;
+    const char* selectList;  ///< followed directly by the qualified table name
+    const char* errorPrefix;
+    bool readsVersionRow;  ///< VERSION: the result text is the first row; LAYERS: a fixed text
+    const char* passText;
 };
 
-class clsTst_IsDbmsRunning final : public EnvironmentCheck {
-  public:
-    explicit clsTst_IsDbmsRunning(const TestEnvironment& environment);
+/// The family's table: one row per check.
+struct EnvironmentChecks {
+    EnvironmentCheckRow isDbmsRunning;
+    EnvironmentCheckRow lyrTblExists;
 };
+extern const EnvironmentChecks kEnvironmentChecks;
 
-class clsTst_LyrTblExists final : public EnvironmentCheck {
-  public:
-    explicit clsTst_LyrTblExists(const TestEnvironment& environment);
-};
+/// A test of this family: the one algorithm, run with `row`.
+std::unique_ptr<IAdoTest> MakeCheck(const TestDefinition& definition, const EnvironmentCheckRow& row,
+                                    const TestEnvironment& environment);
 
 }  // namespace tabvet

@@ -1,24 +1,17 @@
 // The three checks that every configuration keyword named by LAYERS, RASTER_COLUMNS or TABLE_REGISTRY is
-// defined in DBTUNE.
+// defined in DBTUNE, as one table for the membership algorithm.
 #pragma once
 
-#include "cross_table_checks.h"
+#include "membership_check.h"
 
 namespace tabvet {
 
-class clsTst_LyrInDbtune final : public MembershipCheck {
-  public:
-    explicit clsTst_LyrInDbtune(const TestEnvironment& environment);
+/// The family's table: one row per check.
+struct KeywordChecks {
+    MembershipCheckRow tblRegInDbtune;
+    MembershipCheckRow lyrInDbtune;
+    MembershipCheckRow rasColInDbtune;
 };
-
-class clsTst_RasColInDbtune final : public MembershipCheck {
-  public:
-    explicit clsTst_RasColInDbtune(const TestEnvironment& environment);
-};
-
-class clsTst_TblRegInDbtune final : public MembershipCheck {
-  public:
-    explicit clsTst_TblRegInDbtune(const TestEnvironment& environment);
-};
+extern const KeywordChecks kKeywordChecks;
 
 }  // namespace tabvet

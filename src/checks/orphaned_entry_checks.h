@@ -2,43 +2,45 @@
 // GEOMETRY_COLUMNS) can really be selected from the database.
 #pragma once
 
-#include "framework/ado_test_base.h"
+#include <memory>
+
+#include "framework/iado_test.h"
+#include "framework/test_definition.h"
+#include "framework/test_environment.h"
 
 namespace tabvet {
 
-struct OrphanedEntryCheckRow;
-
-/// One algorithm for the four orphaned-entry checks: walk the system table, probe each registered table or
-/// column, list what the database cannot find. The class is chosen by its constant row.
-class OrphanedEntryCheck : public AdoTestBase {
-  public:
-    OrphanedEntryCheck(const OrphanedEntryCheckRow& row, const TestEnvironment& environment);
-    /// A NULL table name, owner or database name (or column name, except in TABLE_REGISTRY) is not trapped:
-    /// its RuntimeError leaves Run.
-    void Run(Connection* conn) override;
-
-  private:
-    const OrphanedEntryCheckRow& row_;
+/// Which column of a row is probed and how.
+enum class ProbedColumn {
+    Always,    ///< position 0 as it stands; a NULL raises
+    WhenGiven  ///< position 0 trimmed, NULL read as empty; empty means the table alone is probed
 };
 
-class clsTst_OrphLyr final : public OrphanedEntryCheck {
-  public:
-    explicit clsTst_OrphLyr(const TestEnvironment& environment);
+/// The constant part of an orphaned-entry check.
+struct OrphanedEntryCheckRow {
+    const char* systemTable;
+    const char* selectListWithoutDatabase;  ///< both lists are followed directly by "FROM "
+    const char* selectListWithDatabase;
+    bool skipsUnnamedTable;  ///< a row whose qualified name comes back empty is passed over before probing
+    ProbedColumn probedColumn;
+    const char* selectFailedText;
+    const char* emptyTableText;
+    const char* passText;
 };
 
-class clsTst_OrphTblReg final : public OrphanedEntryCheck {
-  public:
-    explicit clsTst_OrphTblReg(const TestEnvironment& environment);
+/// The family's table: one row per check.
+struct OrphanedEntryChecks {
+    OrphanedEntryCheckRow orphTblReg;
+    OrphanedEntryCheckRow orphLyr;
+    OrphanedEntryCheckRow orphRasCol;
+    OrphanedEntryCheckRow orphGeomCol;
 };
+extern const OrphanedEntryChecks kOrphanedEntryChecks;
 
-class clsTst_OrphRasCol final : public OrphanedEntryCheck {
-  public:
-    explicit clsTst_OrphRasCol(const TestEnvironment& environment);
-};
-
-class clsTst_OrphGeomCol final : public OrphanedEntryCheck {
-  public:
-    explicit clsTst_OrphGeomCol(const TestEnvironment& environment);
-};
+/// A test of this family: walk the system table, probe each registered table or column, list what the
+/// database cannot find. A NULL table name, owner or database name (or column name, except in
+/// TABLE_REGISTRY) is not trapped: its RuntimeError leaves Run.
+std::unique_ptr<IAdoTest> MakeCheck(const TestDefinition& definition, const OrphanedEntryCheckRow& row,
+                                    const TestEnvironment& environment);
 
 }  // namespace tabvet

@@ -1,6 +1,7 @@
 // Every failure is shown with the whole error list, each entry on its own ">>>> Err#" line.
 #include "conn_error_string.h"
 
+#include "line_break.h"
 #include "value.h"
 
 namespace tabvet {
@@ -19,18 +20,15 @@ const std::string& clsConnErrorString::Build(const Connection* conn) {
     }
     for (std::int16_t i = 1; i <= count; ++i) {
         const AdoError& error = errors.Item(i - 1);
-        text_ += "\r\n>>>> Err#" + std::to_string(error.Number) + ": " + error.Description;
+        text_ += std::string(kCrLf) + ">>>> Err#" + std::to_string(error.Number) + ": " + error.Description;
     }
     return text_;
 }
 
 void DisplayAdoErrors(const Connection* conn, const std::string& title, IUserInteraction& ui) {
-    if (conn != nullptr) {
-        (void)conn->Errors().Count();
-    }
     clsConnErrorString formatter(ui);
     const std::string text = formatter.Build(conn);
-    ui.ShowMessage("Errors:\r\n" + text, title, MsgButtons::Ok, MsgIcon::Exclamation);
+    ui.ShowMessage(std::string("Errors:") + kCrLf + text, title, MsgButtons::Ok, MsgIcon::Exclamation);
 }
 
 }  // namespace tabvet

@@ -90,6 +90,10 @@ class CursorCloser {
 
 }  // namespace
 
+std::unique_ptr<Connection> NewOdbcConnection() {
+    return std::make_unique<OdbcConnection>();
+}
+
 OdbcConnection::~OdbcConnection() {
     Close();
 }

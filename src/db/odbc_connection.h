@@ -1,6 +1,7 @@
 // The real connection: ODBC through the platform's driver manager.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,5 +36,8 @@ class OdbcConnection final : public Connection {
     std::vector<SQLWCHAR> cellBuffer_;
     bool connected_ = false;
 };
+
+/// A new, closed ODBC connection: the connection factory the program gives its window's model.
+std::unique_ptr<Connection> NewOdbcConnection();
 
 }  // namespace tabvet

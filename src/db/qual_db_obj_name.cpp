@@ -5,20 +5,13 @@
 #include <cctype>
 
 #include "runtime_error.h"
+#include "value.h"
 
 namespace tabvet {
 namespace {
 
 constexpr const char* kSystemOwner = "TSL";
 constexpr std::int32_t kInvalidDatabaseTypeNumber = -2147189392;  // 80047D70 hex
-
-std::string Trim(const std::string& text) {
-    const auto begin = text.find_first_not_of(' ');
-    if (begin == std::string::npos) {
-        return {};
-    }
-    return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
-}
 
 }  // namespace
 
@@ -73,9 +66,9 @@ std::string clsQualDbObjName::UserTable(const std::string& TableName, const std:
         case dbtype::kDb2:
         case dbtype::kInformix:
         case dbtype::kSqlServer:
-            return Trim(database) + separator_ + Trim(OwnerName) + "." + Trim(TableName);
+            return TrimBlanks(database) + separator_ + TrimBlanks(OwnerName) + "." + TrimBlanks(TableName);
         case dbtype::kOracle:
-            return Trim(OwnerName) + "." + Trim(TableName);
+            return TrimBlanks(OwnerName) + "." + TrimBlanks(TableName);
         default:
             UnknownDbType();
             return {};
@@ -87,8 +80,9 @@ std::string clsQualDbObjName::TslSystemTable(const std::string& TableName) const
     std::transform(tail.begin(), tail.end(), tail.begin(),
                    [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     // The end of the untrimmed name decides, so only names really ending in GDB keep their bare name.
-    const std::string table =
-        (dbmsTypeCode_ == dbtype::kSqlServer && tail != "GDB") ? "tsl_" + Trim(TableName) : Trim(TableName);
+    const std::string table = (dbmsTypeCode_ == dbtype::kSqlServer && tail != "GDB")
+                                  ? "tsl_" + TrimBlanks(TableName)
+                                  : TrimBlanks(TableName);
     return UserTable(table, kSystemOwner, systemDatabaseName_);
 }
 

@@ -49,7 +49,6 @@ class clsQualDbObjName {
 
     IUserInteraction& ui_;
     std::string systemTablePrefix_;
-    std::string reserved_;  // kept empty; part of the object's recorded state
     std::string separator_;
     std::int32_t dbmsTypeCode_ = dbtype::kNotSetUp;
     bool usesDatabaseName_ = false;

@@ -47,6 +47,12 @@ void Recordset::Close() {
     position_ = 0;
 }
 
+void Recordset::CloseIfOpen() {
+    if (State() == Connection::kStateOpen) {
+        Close();
+    }
+}
+
 void Recordset::RequireOpen() const {
     if (!open_) {
         throw RuntimeError(errnum::kObjectClosed, "Operation is not allowed when the object is closed.");

@@ -25,6 +25,8 @@ class Recordset {
     int State() const { return open_ ? Connection::kStateOpen : Connection::kStateClosed; }
     /// Closing a closed result set is an error, as in the classic layer; callers test State first.
     void Close();
+    /// The clean-up every user ends with: closes the result set when it is open.
+    void CloseIfOpen();
 
     bool Bof() const;
     bool Eof() const;

@@ -148,6 +148,14 @@ double LeadingNumber(std::string_view text) {
     return std::strtod(number.c_str(), nullptr);
 }
 
+std::string TrimBlanks(const std::string& text) {
+    const auto begin = text.find_first_not_of(' ');
+    if (begin == std::string::npos) {
+        return {};
+    }
+    return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
+}
+
 std::string UpperCaseAscii(std::string text) {
     for (char& c : text) {
         if (c >= 'a' && c <= 'z') {

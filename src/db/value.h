@@ -34,6 +34,9 @@ std::int16_t RoundToInt16(double number);
 /// A 32-bit integer from a number: halves round to even, out of range raises "Overflow".
 std::int32_t RoundToInt32(double number);
 
+/// The text without its leading and trailing blanks (tabs and other white space stay).
+std::string TrimBlanks(const std::string& text);
+
 /// The text with its ASCII letters upper-cased; every other byte (UTF-8 included) stays as it is, so the
 /// result does not depend on the process locale.
 std::string UpperCaseAscii(std::string text);

@@ -1,4 +1,4 @@
-// The fixed identity of a test class: texts, applicability flags and version rule.
+// The fixed identity of a test: texts, applicability flags and version rule.
 #pragma once
 
 #include "version_rules.h"
@@ -12,29 +12,17 @@ inline constexpr const char* kReferentialIntegrity = "Referential Integrity";
 inline constexpr const char* kIndexAnalysis = "Index Analysis";
 }  // namespace category
 
-/// What never changes about a test class. Each check family declares one of these per class in a table.
+/// What never changes about a test. The catalogue holds one per position.
 struct TestDefinition {
-    const char* className = "";
     const char* name = "";
     const char* category = "";
-    const char* description = "";
-    bool fatal = false;
-    bool worksWithOracle = false;
-    bool worksWithSqlServer = false;
-    bool worksWithInformix = false;
-    bool worksWithDb2 = false;
+    bool fatal = false;      ///< a constant of the contract that nothing in the program consults
+    bool oracle = false;     ///< works with Oracle
+    bool sqlServer = false;  ///< works with SQL Server
+    bool informix = false;   ///< works with Informix
+    bool db2 = false;        ///< works with DB2
     VersionRule versionRule = VersionRule::V1;
+    const char* description = "";
 };
-
-/// A referential-integrity test: fills in what all of them share (category, not fatal, Oracle, SQL Server
-/// and Informix) around the row's own name, texts, DB2 flag and version rule.
-constexpr TestDefinition ReferentialIntegrity(TestDefinition definition) {
-    definition.category = category::kReferentialIntegrity;
-    definition.fatal = false;
-    definition.worksWithOracle = true;
-    definition.worksWithSqlServer = true;
-    definition.worksWithInformix = true;
-    return definition;
-}
 
 }  // namespace tabvet

@@ -1,112 +1,101 @@
-// The run catches nothing on purpose: a test that lets an error escape ends the run where it stands.
+// The run catches an escaping error only to record it: the error still ends the run where it stands.
 #include "test_run.h"
 
-#include "db/value.h"
+#include <chrono>
+#include <exception>
+
+#include "db/line_break.h"
+#include "db/runtime_error.h"
+#include "local_time.h"
 
 namespace tabvet {
 namespace {
 
-constexpr const char* kCrLf = "\r\n";
 constexpr const char* kLogRule = "=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-=-";  // 42 characters
+
+std::string IsoNow() {
+    return IsoLocalTime(std::chrono::system_clock::now());
+}
+
+double MillisecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Records the test whose Run let `error` escape, and the end of the run with it.
+void RecordEscape(RunRecord& record, TestOutcome& outcome, double durationMs, std::string error) {
+    outcome = {.verdict = Verdict::Error, .durationMs = durationMs, .endedRun = true};
+    record.end = RunEnd::EscapedError;
+    record.error = std::move(error);
+    record.finished = IsoNow();
+}
 
 }  // namespace
 
-bool WorksWithSelectedDbms(const IAdoTest& test, DbmsOption option) {
-    switch (option) {
-        case DbmsOption::DB2:
-            return test.WorksWithDB2();
-        case DbmsOption::Informix:
-            return test.WorksWithInformix();
-        case DbmsOption::Oracle:
-            return test.WorksWithOracle();
-        case DbmsOption::SqlServer:
-            return test.WorksWithSqlServer();
-        case DbmsOption::None:
-            break;
+std::optional<NotRunReason> WhyNotRun(const IAdoTest& test, const RunTarget& target) {
+    if (!test.Enabled()) {
+        return NotRunReason::Disabled;
     }
-    return true;
+    if (!test.WorksWithVersion(VersionBoxNumber(target.majorVersion), VersionBoxNumber(target.minorVersion),
+                               VersionBoxNumber(target.bugfix))) {
+        return NotRunReason::Version;
+    }
+    if (!WorksWithDbms(test, target.dbms)) {
+        return NotRunReason::Dbms;
+    }
+    return std::nullopt;
 }
 
-std::int16_t VersionBoxNumber(const std::string& text) {
-    return RoundToInt16(LeadingNumber(text));
-}
-
-bool IsReadyToRun(const MainState& state) {
-    return state.g_pAdoConn != nullptr && state.g_pTestCollection != nullptr &&
-           state.selectedDbms != DbmsOption::None && state.g_pTestCollection->Count() >= 1 &&
-           VersionBoxNumber(state.txtMajorVersion) != 0;
-}
-
-bool ShouldRunTest(const MainState& state, const std::int16_t& i) {
-    if (state.g_pTestCollection == nullptr) {
-        return false;
-    }
-    const IAdoTest* test = state.g_pTestCollection->Item(i);
-    if (test == nullptr || !test->Enabled()) {
-        return false;
-    }
-    const std::int16_t major = VersionBoxNumber(state.txtMajorVersion);
-    const std::int16_t minor = VersionBoxNumber(state.txtMinorVersion);
-    const std::int16_t bugfix = VersionBoxNumber(state.txtBugfix);
-    if (!test->WorksWithVersion(major, minor, bugfix)) {
-        return false;
-    }
-    return WorksWithSelectedDbms(*test, state.selectedDbms);
-}
-
-void ProcessRunTests(MainState& state) {
-    if (!IsReadyToRun(state)) {
-        state.Ui().ShowMessage("Please Select Server Type (DBMS type and Tessel version)", "Need Server Type",
-                               MsgButtons::Ok, MsgIcon::None);
-        return;
-    }
-    const clsAdoTestCollection& catalogue = *state.g_pTestCollection;
-    std::int16_t toRun = 0;
+RunPlan PlanRun(const clsAdoTestCollection& catalogue, const RunTarget& target) {
+    RunPlan plan;
     for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
-        if (ShouldRunTest(state, i)) {
-            ++toRun;
+        plan.notRun.push_back(WhyNotRun(*catalogue.Item(i), target));
+        if (!plan.notRun.back()) {
+            ++plan.toRun;
         }
     }
-    state.g_bTestsWereRun = true;
-    SetStatusWindow(state, std::string(kCrLf) + "New Test Run started at " + state.now() + kCrLf, true);
+    return plan;
+}
+
+void ExecuteRun(const RunPlan& plan, const clsAdoTestCollection& catalogue, Connection* conn, RunLog& log,
+                RunRecord& record) {
+    record = RunRecord{};
+    record.started = IsoNow();
+    for (const std::optional<NotRunReason>& reason : plan.notRun) {
+        // A test that is to run counts as aborted until it has run.
+        record.tests.push_back({.notRunReason = reason.value_or(NotRunReason::Aborted)});
+    }
+    log.Append(std::string(kCrLf) + "New Test Run started at " + log.Now() + kCrLf);
 
     std::int16_t k = 0;
     for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
-        if (!ShouldRunTest(state, i)) {
-            continue;
+        if (plan.notRun[static_cast<std::size_t>(i - 1)]) {
+            continue;  // silently: no log line, no progress, the test's state left as it was
         }
         IAdoTest& test = *catalogue.Item(i);
+        TestOutcome& outcome = record.tests[static_cast<std::size_t>(i - 1)];
         ++k;
-        SetRunStatusBarText(
-            state, "Running test " + std::to_string(k) + " of " + std::to_string(toRun) + ": " + test.Name());
-        test.Run(state.g_pAdoConn.get());
-        if (!test.Pass()) {
-            SetStatusWindow(state,
-                            std::string(kCrLf) + kLogRule + kCrLf + "TEST FAILED: " + test.Name() + kCrLf +
-                                "Details: " + test.ResultDetails() + kCrLf,
-                            true);
+        log.Progress("Running test " + std::to_string(k) + " of " + std::to_string(plan.toRun) + ": " +
+                     test.Name());
+        const auto start = std::chrono::steady_clock::now();
+        try {
+            test.Run(conn);
+        } catch (const RuntimeError& e) {
+            RecordEscape(record, outcome, MillisecondsSince(start), DescribeRuntimeError(e));
+            throw;
+        } catch (const std::exception& e) {
+            RecordEscape(record, outcome, MillisecondsSince(start), e.what());
+            throw;
+        }
+        outcome = {.verdict = test.Pass() ? Verdict::Passed : Verdict::Failed,
+                   .durationMs = MillisecondsSince(start)};
+        if (outcome.verdict == Verdict::Failed) {
+            log.Append(std::string(kCrLf) + kLogRule + kCrLf + "TEST FAILED: " + test.Name() + kCrLf +
+                       "Details: " + test.ResultDetails() + kCrLf);
         }
     }
-    SetStatusWindow(state, std::string(kCrLf) + "Test run finished at " + state.now(), true);
-    SetRunStatusBarText(state, "Testing complete.");
-}
-
-void SetStatusWindow(MainState& state, const std::string& message, bool keepOld) {
-    if (keepOld) {
-        state.rtbStatus += message;
-    } else {
-        state.rtbStatus = message;
-    }
-    state.View().StatusLogChanged();
-}
-
-void SetRunStatusBarText(MainState& state, const std::string& NewText) {
-    state.stsRunFeedback = NewText;
-    state.View().StatusBarChanged();
-}
-
-void ClearRunStatus(MainState& state) {
-    SetStatusWindow(state, "");
+    log.Append(std::string(kCrLf) + "Test run finished at " + log.Now());
+    log.Progress("Testing complete.");
+    record.finished = IsoNow();
 }
 
 }  // namespace tabvet

@@ -1,30 +1,49 @@
-// The "Run Tests" step: which tests apply, running them in catalogue order, and the status log.
+// The run: which tests of the catalogue apply to a target, running them in catalogue order on the
+// connection, the status log and progress lines it writes, and the record of what it did.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "main_state.h"
+#include "ado_test_collection.h"
+#include "db/connection.h"
+#include "run_record.h"
+#include "run_target.h"
 
 namespace tabvet {
 
-/// A version box's number: its leading number, rounded half to even to 16 bits ("Overflow" beyond).
-std::int16_t VersionBoxNumber(const std::string& text);
+/// Where a run writes as it goes: the status log and the progress panel.
+class RunLog {
+  public:
+    virtual ~RunLog() = default;
+    /// Appends `text` to the status log and shows it at once.
+    virtual void Append(const std::string& text) = 0;
+    /// Replaces the progress text.
+    virtual void Progress(const std::string& text) = 0;
+    /// The local date and time as the log shows it.
+    virtual std::string Now() const = 0;
+};
 
-/// Connection, catalogue, a DBMS option, at least one test and a non-zero major version.
-bool IsReadyToRun(const MainState& state);
-/// Whether the test works with the selected DBMS option (true when none is selected).
-bool WorksWithSelectedDbms(const IAdoTest& test, DbmsOption option);
-/// Whether test i is enabled, accepts the version and works with the selected DBMS.
-bool ShouldRunTest(const MainState& state, const std::int16_t& i);
-/// Runs every applicable test and logs the failures. An error that escapes a test propagates to the
-/// caller and ends the run without the closing lines.
-void ProcessRunTests(MainState& state);
-/// Replaces the status log with `message`, or appends it when keepOld is true; then repaints it.
-void SetStatusWindow(MainState& state, const std::string& message, bool keepOld = false);
-/// Sets the progress panel of the status bar.
-void SetRunStatusBarText(MainState& state, const std::string& NewText);
-/// "Clear This Status Window": empties the log, keeps every result.
-void ClearRunStatus(MainState& state);
+/// Why `test` stays out of a run at `target`, asked in this order: disabled, version, DBMS; nothing when it
+/// runs. The version boxes are converted only for an enabled test; that can raise "Overflow".
+std::optional<NotRunReason> WhyNotRun(const IAdoTest& test, const RunTarget& target);
+
+/// Which tests a run starts and why the others stay out.
+struct RunPlan {
+    std::vector<std::optional<NotRunReason>> notRun;  ///< by catalogue position: element 0 is position 1
+    std::int16_t toRun = 0;                           ///< the tests that run
+};
+
+/// Plans a run of `catalogue` at `target`. Raises as WhyNotRun does; nothing has happened then.
+RunPlan PlanRun(const clsAdoTestCollection& catalogue, const RunTarget& target);
+
+/// Runs the planned tests in catalogue order on `conn`, with a progress line before each and a failure block
+/// in the log after each that failed, between the log's start and finish lines. `record` is filled as the
+/// run goes: an error that escapes a test is recorded, then ends the run at once (without the closing lines)
+/// by propagating to the caller.
+void ExecuteRun(const RunPlan& plan, const clsAdoTestCollection& catalogue, Connection* conn, RunLog& log,
+                RunRecord& record);
 
 }  // namespace tabvet

@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "db/line_break.h"
+
 namespace tabvet {
 
 /// A report file could not be opened, written or closed; the text names the file and the reason.
@@ -33,7 +35,7 @@ class ReportFile {
     /// Writes `text` byte for byte. Throws ReportFileError when the file does not take it.
     void Write(const std::string& text);
     /// Writes `text` and CR LF, as Write.
-    void PrintLine(const std::string& text) { Write(text + "\r\n"); }
+    void PrintLine(const std::string& text) { Write(text + kCrLf); }
     /// Flushes and closes; throws ReportFileError when data could not be written. Does nothing when no
     /// file is held.
     void Close();

@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "db/line_break.h"
 #include "db/runtime_error.h"
 
 namespace tabvet {
@@ -26,50 +27,33 @@ std::int16_t Add16(std::int16_t a, std::int16_t b) {
 
 // One line on disk that shows as an empty line, the rule and another empty line.
 void PrintSeparatorBlock(ReportFile& file) {
-    file.PrintLine(std::string("\r\n") + kRule + "\r\n");
-}
-
-const char* DbmsLine(DbmsOption option) {
-    switch (option) {
-        case DbmsOption::DB2:
-            return "for IBM DB2";
-        case DbmsOption::Informix:
-            return "for Informix";
-        case DbmsOption::Oracle:
-            return "for Oracle";
-        case DbmsOption::SqlServer:
-            return "for Microsoft SQL Server";
-        case DbmsOption::None:
-            break;
-    }
-    return nullptr;
+    file.PrintLine(kCrLf + std::string(kRule) + kCrLf);
 }
 
 }  // namespace
 
-bool CreateReportInFile(const MainState& state, ReportFile& file) {
+bool CreateReportInFile(ReportFile& file, const ReportContents& contents, IUserInteraction& ui) {
     if (!file) {
-        state.Ui().ShowMessage("No file number passed to CreateReportInFile", "Unexpected error",
-                               MsgButtons::Ok, MsgIcon::Critical);
+        ui.ShowMessage("No file number passed to CreateReportInFile", "Unexpected error", MsgButtons::Ok,
+                       MsgIcon::Critical);
         return false;
     }
     std::int16_t passed = 0;
     std::int16_t failed = 0;
 
     file.PrintLine(kTitle);
-    file.PrintLine("Generated: " + state.now());
+    file.PrintLine("Generated: " + contents.generated);
     PrintSeparatorBlock(file);
 
-    // A missing catalogue has nothing to report; the summary still shows the zero counts.
-    const std::int16_t count = state.g_pTestCollection != nullptr ? state.g_pTestCollection->Count() : 0;
+    const std::int16_t count = contents.catalogue != nullptr ? contents.catalogue->Count() : 0;
     for (std::int16_t i = 1; i <= count; ++i) {
-        const IAdoTest& test = *state.g_pTestCollection->Item(i);
+        const IAdoTest& test = *contents.catalogue->Item(i);
         if (!test.WasRun()) {
             continue;
         }
         if (test.Pass()) {
             passed = Add16(passed, 1);
-            if (!state.chkOnlyReportFailures) {
+            if (!contents.onlyFailures) {
                 file.PrintLine("Test Passed: " + test.Name());
             }
         } else {
@@ -78,7 +62,7 @@ bool CreateReportInFile(const MainState& state, ReportFile& file) {
             file.PrintLine("TEST FAILED >>>> " + test.Name());
             file.PrintLine(kBangLine);
         }
-        if (!state.chkOnlyReportFailures || !test.Pass()) {
+        if (!contents.onlyFailures || !test.Pass()) {
             file.PrintLine("-- Test Category: " + test.Category());
             file.PrintLine("-- Test Description: " + test.Description());
             file.PrintLine("-- Result Details: " + test.ResultDetails());
@@ -92,10 +76,9 @@ bool CreateReportInFile(const MainState& state, ReportFile& file) {
     file.PrintLine("-- Total passed: " + std::to_string(passed));
     file.PrintLine("-- Total failed: " + std::to_string(failed));
     file.PrintLine("-- Test target: ");
-    file.PrintLine(std::string(kIndent) + "Tessel Version " + state.txtMajorVersion + "." +
-                   state.txtMinorVersion + "." + state.txtBugfix);
-    if (const char* dbms = DbmsLine(state.selectedDbms)) {
-        file.PrintLine(std::string(kIndent) + dbms);
+    file.PrintLine(std::string(kIndent) + "Tessel Version " + contents.target.VersionText());
+    if (const DbmsOptionRow* dbms = FindDbmsOption(contents.target.dbms)) {
+        file.PrintLine(std::string(kIndent) + dbms->reportLine);
     }
     PrintSeparatorBlock(file);
     return true;

@@ -1,15 +1,27 @@
-// The text report of the last test run, written from the test objects and the window's boxes.
+// The text report of the last test run, written from the test objects of the catalogue and the run's target.
 #pragma once
 
-#include "framework/main_state.h"
+#include <string>
+
+#include "db/user_interaction.h"
+#include "framework/ado_test_collection.h"
+#include "framework/run_target.h"
 #include "report_file.h"
 
 namespace tabvet {
 
-/// Writes the report into `file`, which the caller has opened and will close. Reads the catalogue, the
-/// "only failures" check box, the version boxes and the DBMS option as they stand now. Returns false,
-/// after a critical "Unexpected error" box, when `file` holds no file. A failed write throws
+/// What a report is written from. The tests with WasRun true are reported with the verdict and text they
+/// hold, so a test that did not run in the last run shows its earlier result until the next reset.
+struct ReportContents {
+    const clsAdoTestCollection* catalogue = nullptr;  ///< null: no test to report, the summary shows zeros
+    RunTarget target;
+    bool onlyFailures = false;  ///< passed tests are counted but not listed
+    std::string generated;      ///< the local date and time the report says it was made
+};
+
+/// Writes the report into `file`, which the caller has opened and will close. Returns false, after a
+/// critical "Unexpected error" box through `ui`, when `file` holds no file. A failed write throws
 /// ReportFileError; a counter beyond 16 bits raises "Overflow".
-bool CreateReportInFile(const MainState& state, ReportFile& file);
+bool CreateReportInFile(ReportFile& file, const ReportContents& contents, IUserInteraction& ui);
 
 }  // namespace tabvet

@@ -8,7 +8,7 @@
 
 #include "db/runtime_error.h"
 #include "db/value.h"
-#include "framework/test_run.h"
+#include "framework/run_target.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);

@@ -8,13 +8,14 @@
 #include <map>
 #include <sstream>
 
-#include "db/odbc_logon.h"
+#include "app/window/frm_nav.h"
+#include "db/odbc_connection.h"
+#include "session/odbc_logon.h"
 #include "support/fault_injecting_connection.h"
 #include "support/recording_interaction.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
 #include "support/transcript.h"
-#include "window/frm_nav.h"
 
 using namespace tabvet;
 using namespace tabvet::testsupport;
@@ -38,7 +39,7 @@ struct ScriptedLogon final : LogonDialogPresenter {
 
 // One window with its model and scripted dialogs; every connection it makes can break on cue.
 struct Fixture {
-    Fixture() : state(ui) {
+    Fixture() : state(ui, NewOdbcConnection) {
         WindowServices services;
         services.fileDialog = &files;
         services.editor = &editor;

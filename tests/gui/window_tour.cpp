@@ -4,10 +4,11 @@
 #include <QtWidgets>
 #include <iostream>
 
+#include "app/window/frm_nav.h"
+#include "db/odbc_connection.h"
 #include "support/recording_interaction.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
-#include "window/frm_nav.h"
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
@@ -20,7 +21,7 @@ int main(int argc, char** argv) {
 
     // Every box is answered without being shown, so the walk never waits for a person.
     tabvet::testsupport::RecordingInteraction ui;
-    tabvet::MainState state(ui);
+    tabvet::MainState state(ui, tabvet::NewOdbcConnection);
     tabvet::testsupport::ScriptedFileDialog files;
     files.Answer(QDir(folder).filePath("Tessel_Diag.txt").toStdString());
     tabvet::testsupport::ScriptedEditorLauncher editor;

@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "db/connection_handling.h"
-#include "db/server_type_detection.h"
+#include "db/odbc_connection.h"
+#include "session/connection_handling.h"
+#include "session/server_type_detection.h"
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/temp_folder.h"
@@ -54,7 +55,7 @@ TEST_F(DriverLists, UserAndSystemDataSourcesAndEachDriverOnceSorted) {
 
 TEST_F(DriverLists, ADataSourceChosenInTheDialogConnectsAndIsDetected) {
     testsupport::RecordingInteraction ui;
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     state.g_QDON = std::make_unique<clsQualDbObjName>(ui);
     state.g_cConnErrStr = std::make_unique<clsConnErrorString>(ui);
     struct ChooseParcels final : LogonDialogPresenter {

@@ -9,14 +9,14 @@
 #include <regex>
 #include <sstream>
 
-#include "app/headless_run.h"
-#include "db/connection_handling.h"
+#include "app/headless/headless_run.h"
 #include "db/odbc_connection.h"
 #include "db/recordset.h"
 #include "db/runtime_error.h"
-#include "db/server_type_detection.h"
 #include "db/statement_guard.h"
-#include "startup.h"
+#include "session/connection_handling.h"
+#include "session/server_type_detection.h"
+#include "session/startup.h"
 #include "support/mini_json.h"
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
@@ -71,7 +71,7 @@ std::string Expand(std::string text) {
 // model able to connect with `good`.
 void ConnectClicks(std::ostream& out, const std::string& text, const std::string& good) {
     testsupport::RecordingInteraction ui;
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     EXPECT_TRUE(StartUp(state));
     ConnectionStringChanged(state, text);
     for (int click = 1; click <= 2 && state.g_pAdoConn == nullptr; ++click) {
@@ -96,7 +96,7 @@ void ConnectClicks(std::ostream& out, const std::string& text, const std::string
 // namer's type code and, when a type was chosen, the name of LAYERS and whether it is found.
 void Detect(std::ostream& out, const std::string& connect, const std::string& systemDatabase) {
     testsupport::RecordingInteraction ui;
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     EXPECT_TRUE(StartUp(state));
     ConnectionStringChanged(state, connect);
     SetSystemTableDatabase(state, systemDatabase);

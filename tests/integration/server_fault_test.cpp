@@ -8,14 +8,15 @@
 #include <sstream>
 #include <thread>
 
-#include "db/connection_handling.h"
+#include "app/headless/headless_run.h"
+#include "db/odbc_connection.h"
 #include "db/recordset.h"
-#include "db/server_type_detection.h"
-#include "db/server_type_selection.h"
-#include "framework/test_run.h"
-#include "headless_run.h"
-#include "report/report_writer.h"
-#include "startup.h"
+#include "session/connection_handling.h"
+#include "session/report_step.h"
+#include "session/run_step.h"
+#include "session/server_type_detection.h"
+#include "session/server_type_selection.h"
+#include "session/startup.h"
 #include "support/fault_injecting_connection.h"
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
@@ -73,7 +74,7 @@ bool Lost(const std::string& details) {
 
 // The window's model connected as Oracle 9.0 through a connection that breaks on cue.
 struct Session {
-    explicit Session(const std::string& database) : state(ui) {
+    explicit Session(const std::string& database) : state(ui, NewOdbcConnection) {
         EXPECT_TRUE(StartUp(state));
         state.now = [] { return std::string("<now>"); };
         state.newConnection = [this] {
@@ -104,7 +105,7 @@ struct Session {
     std::string Report() const {
         testsupport::TempFolder folder;
         ReportFile file = ReportFile::Open(folder.File("report.txt"));
-        EXPECT_TRUE(CreateReportInFile(state, file));
+        EXPECT_TRUE(CreateReportInFile(file, ReportContentsOf(state), state.Ui()));
         file.Close();
         return testsupport::ReadBytes(folder.File("report.txt"));
     }

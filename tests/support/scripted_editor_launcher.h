@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "report/editor_launcher.h"
+#include "session/editor_launcher.h"
 
 namespace tabvet::testsupport {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "report/file_dialog.h"
+#include "session/file_dialog.h"
 
 namespace tabvet::testsupport {
 

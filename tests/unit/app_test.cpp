@@ -6,18 +6,20 @@
 // and the terminal.
 #include <regex>
 
-#include "about_box.h"
-#include "app/headless_options.h"
-#include "app/headless_run.h"
-#include "app/startup.h"
-#include "console_interaction.h"
-#include "db/server_type_selection.h"
-#include "framework/test_run.h"
+#include "app/headless/console_interaction.h"
+#include "app/headless/headless_options.h"
+#include "app/headless/headless_run.h"
+#include "db/odbc_connection.h"
+#include "framework/local_time.h"
 #include "report/json_text.h"
-#include "report/report_flow.h"
 #include "report/report_paths.h"
 #include "report/report_writer.h"
 #include "report/results_json.h"
+#include "session/about_box.h"
+#include "session/report_step.h"
+#include "session/run_step.h"
+#include "session/server_type_selection.h"
+#include "session/startup.h"
 #include "support/fake_test.h"
 #include "support/mini_json.h"
 #include "support/scripted_connection.h"
@@ -50,13 +52,13 @@ struct Reporting : ::testing::Test {
     std::string Written() {
         const std::string path = folder.File("written.out");
         ReportFile file = ReportFile::Open(path);
-        EXPECT_TRUE(CreateReportInFile(state, file));
+        EXPECT_TRUE(CreateReportInFile(file, ReportContentsOf(state), state.Ui()));
         file.Close();
         return ReadBytes(path);
     }
 
     RecordingInteraction ui;
-    MainState state{ui};
+    MainState state{ui, NewOdbcConnection};
     TempFolder folder;
 };
 
@@ -90,7 +92,7 @@ TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
     EXPECT_NE(Written().find("\r\n      Tessel Version 9x.1.0\r\n"), std::string::npos);
     EXPECT_TRUE(ui.shown.empty());
     ReportFile none;
-    EXPECT_FALSE(CreateReportInFile(state, none));
+    EXPECT_FALSE(CreateReportInFile(none, ReportContentsOf(state), state.Ui()));
     EXPECT_EQ(ui.Lines(),
               std::vector<std::string>{"Unexpected error: No file number passed to CreateReportInFile"});
     EXPECT_EQ(ui.shown[0].icon, MsgIcon::Critical);
@@ -190,7 +192,7 @@ TEST(DefaultReportPath, StartUpOffersTheFirstTemporaryFolderThatIsSet) {
         SetVariable("TEMP", c.temp);
         SetVariable("TMPDIR", c.tmpdir);
         RecordingInteraction ui;
-        MainState state(ui);
+        MainState state(ui, NewOdbcConnection);
         ASSERT_TRUE(StartUp(state));
         EXPECT_EQ(state.reportFileName, c.expected);
     }
@@ -259,7 +261,7 @@ TEST(VersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnythingAndTheCorr
     Transcript t("version_texts");
     for (const std::string& heading : CaseHeadings("version_texts")) {
         RecordingInteraction ui;
-        MainState state(ui);
+        MainState state(ui, NewOdbcConnection);
         ASSERT_TRUE(StartUp(state));
         auto conn = std::make_unique<ScriptedConnection>();
         conn->Open("");
@@ -330,7 +332,7 @@ TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
 TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
     for (const bool shared : {true, false}) {
         RecordingInteraction ui;
-        MainState state(ui);
+        MainState state(ui, NewOdbcConnection);
         std::ostringstream out, err;
         ConsoleView view(state, out, shared ? out : err);
         state.AttachView(view);
@@ -352,7 +354,7 @@ TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
 TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
     Transcript t("results_json");
     RecordingInteraction ui;
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     state.selectedDbms = DbmsOption::Oracle;
     state.txtMajorVersion = "9";
     state.txtMinorVersion = "1";
@@ -372,19 +374,25 @@ TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
         {.name = "not for oracle", .oracle = false},
         {.name = "after the error"},
     });
-    record.tests = {
-        {.entered = true, .durationMs = 12.5}, {.entered = true, .durationMs = 0.25}, {}, {}, {}, {}};
+    record.tests = {{.verdict = Verdict::Passed, .durationMs = 12.5},
+                    {.verdict = Verdict::Failed, .durationMs = 0.25},
+                    {.notRunReason = NotRunReason::Disabled},
+                    {.notRunReason = NotRunReason::Version},
+                    {.notRunReason = NotRunReason::Dbms},
+                    {.notRunReason = NotRunReason::Aborted}};
     const auto document = [&](const std::string& label) {
         t.Case(label);
-        const std::string json = ResultsJson(state, record);
+        const std::string json = ResultsJson(TargetOf(state), *state.g_pTestCollection, record);
         EXPECT_NO_THROW((void)JsonParser::Parse(json)) << json;
         t.Line("json", json);
     };
     document("failed run");
-    record.tests[1].endedRun = true;
+    record.tests[1] = {.verdict = Verdict::Error, .durationMs = 0.25, .endedRun = true};
+    record.end = RunEnd::EscapedError;
     record.error = "Run-time error '94': Invalid use of Null";
     document("ended by an escaped error");
-    record.tests[1] = {};
+    record.tests[1] = {.notRunReason = NotRunReason::Aborted};
+    record.end = RunEnd::Completed;
     record.error.reset();
     document("the failing verdict is from an earlier run");
     state.g_pTestCollection = FakeCatalogue({});

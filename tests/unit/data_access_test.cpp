@@ -3,17 +3,18 @@
 // conversions that decide whether a check reads a value or ends the run, the logon dialog's string, the
 // version boxes, and the probing order of detection down to the last naming style.
 #include "db/conn_error_string.h"
-#include "db/connection_handling.h"
 #include "db/connection_string.h"
-#include "db/odbc_logon.h"
+#include "db/odbc_connection.h"
 #include "db/qual_db_obj_name.h"
 #include "db/recordset.h"
-#include "db/server_type_detection.h"
-#include "db/server_type_selection.h"
 #include "db/statement_guard.h"
 #include "db/utf16.h"
 #include "db/value.h"
-#include "framework/test_run.h"
+#include "session/connection_handling.h"
+#include "session/odbc_logon.h"
+#include "session/run_step.h"
+#include "session/server_type_detection.h"
+#include "session/server_type_selection.h"
 #include "support/scripted_connection.h"
 #include "support/transcript.h"
 
@@ -218,7 +219,7 @@ struct ScriptedPresenter final : LogonDialogPresenter {
 // the window on OK only.
 TEST(ConnectionSteps, TheLogonDialogHandsItsStringAndDatabaseToTheWindowOnlyOnOk) {
     RecordingInteraction ui;
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     state.odbcLogon = frmODBCLogon([] { return DriverManagerLists{}; });
     ScriptedPresenter presenter;
     for (const bool ok : {true, false}) {
@@ -250,7 +251,7 @@ TEST(VersionBoxes, KeyFilterAndConversion) {
 
 TEST(ScriptedDetection, NeedsAConnectionAndProbesEveryStyleInOrder) {
     RecordingInteraction ui;
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     state.g_QDON = std::make_unique<clsQualDbObjName>(ui);
     state.g_cConnErrStr = std::make_unique<clsConnErrorString>(ui);
     state.selectedDbms = DbmsOption::DB2;

@@ -6,11 +6,9 @@
 #include "checks/catalogue.h"
 #include "checks/compressed_binary_index_check.h"
 #include "checks/compressed_binary_probes.h"
-#include "checks/cross_table_checks.h"
-#include "checks/keyword_checks.h"
-#include "checks/orphaned_entry_checks.h"
-#include "framework/test_run.h"
+#include "db/odbc_connection.h"
 #include "framework/version_rules.h"
+#include "session/run_step.h"
 #include "support/check_environment.h"
 #include "support/fake_test.h"
 #include "support/scripted_connection.h"
@@ -33,7 +31,7 @@ const struct {
 TEST(Catalogue, HoldsTheTestsInTheirFixedOrderAndTheServerTypeAndReleaseChooseWhatRunsByTheVersionRules) {
     Transcript t("catalogue");
     RecordingInteraction ui;
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     state.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state));
     const clsAdoTestCollection& catalogue = *state.g_pTestCollection;
     for (int walk = 0; walk < 2; ++walk) {
@@ -136,7 +134,7 @@ class RunTranscript : public MainView {
 
     Transcript t;
     RecordingInteraction ui;
-    MainState state{ui};
+    MainState state{ui, NewOdbcConnection};
 };
 
 TEST(TestRun, NotReadyShowsOnlyTheBoxAndChangesNothing) {
@@ -194,9 +192,8 @@ TEST(TestRun, LogsAppendsSkipsAndEndsOnAnEscapedError) {
 using Factory = std::function<std::unique_ptr<IAdoTest>(const TestEnvironment&)>;
 using Table = std::vector<std::vector<FieldValue>>;
 
-template <typename Check>
-Factory Make() {
-    return [](const TestEnvironment& environment) { return std::make_unique<Check>(environment); };
+Factory Make(const char* className) {
+    return [className](const TestEnvironment& environment) { return CreateCheck(className, environment); };
 }
 
 ScriptedAnswer AfterLast(std::size_t columns, Table rows) {
@@ -256,20 +253,20 @@ std::vector<FieldValue> WalkRow(const LayerValues& layer, std::int32_t eflags, s
 
 // Every check by the name its cases carry in checks.txt and check_listings.txt.
 const std::map<std::string, Factory> kChecks = {
-    {"LAYERS in GEOMETRY_COLUMNS", Make<clsTst_LyrInGeomCol>()},
-    {"GEOMETRY_COLUMNS in LAYERS (schema and table exchanged)", Make<clsTst_GeomColInLyr>()},
-    {"LAYERS.SRID (NULLs in every piece)", Make<clsTst_LyrInSpatRef>()},
-    {"RASTER_COLUMNS.SRID", Make<clsTst_RasColInSpatRef>()},
-    {"LAYERS in TABLE_REGISTRY", Make<clsTst_LyrInTblReg>()},
-    {"RASTER_COLUMNS in TABLE_REGISTRY", Make<clsTst_RasColInTblReg>()},
-    {"LAYERS keywords (NULL keyword and id add nothing)", Make<clsTst_LyrInDbtune>()},
-    {"RASTER_COLUMNS keywords", Make<clsTst_RasColInDbtune>()},
-    {"TABLE_REGISTRY keywords", Make<clsTst_TblRegInDbtune>()},
-    {"orphaned LAYERS", Make<clsTst_OrphLyr>()},
-    {"orphaned TABLE_REGISTRY", Make<clsTst_OrphTblReg>()},
-    {"orphaned RASTER_COLUMNS", Make<clsTst_OrphRasCol>()},
-    {"orphaned GEOMETRY_COLUMNS (fresh cursor at end: an empty table)", Make<clsTst_OrphGeomCol>()},
-    {"compressed-binary index analysis (fresh cursor at end: no layers)", Make<clsTst_IdxLyrBinOra>()},
+    {"LAYERS in GEOMETRY_COLUMNS", Make("clsTst_LyrInGeomCol")},
+    {"GEOMETRY_COLUMNS in LAYERS (schema and table exchanged)", Make("clsTst_GeomColInLyr")},
+    {"LAYERS.SRID (NULLs in every piece)", Make("clsTst_LyrInSpatRef")},
+    {"RASTER_COLUMNS.SRID", Make("clsTst_RasColInSpatRef")},
+    {"LAYERS in TABLE_REGISTRY", Make("clsTst_LyrInTblReg")},
+    {"RASTER_COLUMNS in TABLE_REGISTRY", Make("clsTst_RasColInTblReg")},
+    {"LAYERS keywords (NULL keyword and id add nothing)", Make("clsTst_LyrInDbtune")},
+    {"RASTER_COLUMNS keywords", Make("clsTst_RasColInDbtune")},
+    {"TABLE_REGISTRY keywords", Make("clsTst_TblRegInDbtune")},
+    {"orphaned LAYERS", Make("clsTst_OrphLyr")},
+    {"orphaned TABLE_REGISTRY", Make("clsTst_OrphTblReg")},
+    {"orphaned RASTER_COLUMNS", Make("clsTst_OrphRasCol")},
+    {"orphaned GEOMETRY_COLUMNS (fresh cursor at end: an empty table)", Make("clsTst_OrphGeomCol")},
+    {"compressed-binary index analysis (fresh cursor at end: no layers)", Make("clsTst_IdxLyrBinOra")},
 };
 
 TEST(Checks, StatementsListingsAndFailuresOfEveryCheckOnEveryServerType) {
@@ -325,18 +322,18 @@ TEST(Checks, ListingsStopAtFiveWithTheLimitLineOfTheirLoopAndNullsEndTheRun) {
     Transcript t("checks_limits");
     for (const int count : {4, 5, 6}) {
         for (const auto& [name, make, columns] :
-             {std::tuple{"LAYERS in TABLE_REGISTRY", Make<clsTst_LyrInTblReg>(), 3},
-              {"RASTER_COLUMNS in TABLE_REGISTRY", Make<clsTst_RasColInTblReg>(), 3},
-              {"RASTER_COLUMNS keywords", Make<clsTst_RasColInDbtune>(), 5}}) {
+             {std::tuple{"LAYERS in TABLE_REGISTRY", Make("clsTst_LyrInTblReg"), 3},
+              {"RASTER_COLUMNS in TABLE_REGISTRY", Make("clsTst_RasColInTblReg"), 3},
+              {"RASTER_COLUMNS keywords", Make("clsTst_RasColInDbtune"), 5}}) {
             RunCheck(t, std::string(name) + ", " + std::to_string(count) + " rows", make,
                      All(AfterLast(columns, Numbered(count, columns))), dbtype::kInformix);
         }
     }
-    RunCheck(t, "NULL database name converted while listing, Oracle", Make<clsTst_LyrInGeomCol>(),
+    RunCheck(t, "NULL database name converted while listing, Oracle", Make("clsTst_LyrInGeomCol"),
              All(AfterLast(3, {{"ROADS", "GIS", std::nullopt}})));
-    RunCheck(t, "NULL owner in a keyword listing", Make<clsTst_TblRegInDbtune>(),
+    RunCheck(t, "NULL owner in a keyword listing", Make("clsTst_TblRegInDbtune"),
              All(AfterLast(5, {{"7", "KW", "ROADS", std::nullopt, "GISDB"}})), dbtype::kDb2);
-    RunCheck(t, "NULL table name in a registry listing", Make<clsTst_RasColInTblReg>(),
+    RunCheck(t, "NULL table name in a registry listing", Make("clsTst_RasColInTblReg"),
              All(AfterLast(3, {{std::nullopt, "IMG", "GISDB"}})), dbtype::kDb2);
 
     t.Case("orphaned LAYERS, Informix: probes qualified with database and colon");
@@ -349,8 +346,8 @@ TEST(Checks, ListingsStopAtFiveWithTheLimitLineOfTheirLoopAndNullsEndTheRun) {
     conn.AnswerOthers([](const std::string&) {
         return Failure({{-206, "The specified table (rivers) is not in the database."}});
     });
-    clsTst_OrphLyr orphans(env);
-    Record(t, orphans, &conn, env);
+    const auto orphans = CreateCheck("clsTst_OrphLyr", env);
+    Record(t, *orphans, &conn, env);
 }
 
 // The walk answered with `walk`, every probe with `others`.
@@ -371,12 +368,12 @@ TEST(IndexAnalysis, ExpectedIndexesAndProbesFollowTheFlagsAndTheRowIdColumn) {
     };
     // Plain, load-only and versioned layers, with and without a row-id column, are probed in the
     // compressed-binary scenario against the dictionary stand-ins; this combination is not.
-    RunCheck(t, "probes of a no row-id column layer, every index missing", Make<clsTst_IdxLyrBinOra>(),
+    RunCheck(t, "probes of a no row-id column layer, every index missing", Make("clsTst_IdxLyrBinOra"),
              Walk(Rows(8, {WalkRow(noRowId, 16777216, 0)}), missing));
-    RunCheck(t, "lookup errors list every entry of the error list", Make<clsTst_IdxLyrBinOra>(),
+    RunCheck(t, "lookup errors list every entry of the error list", Make("clsTst_IdxLyrBinOra"),
              Walk(Rows(8, {WalkRow(kRoads, 16777216 | 1048576, 0)}),
                   All(Failure({{942, "table or view does not exist"}, {-2147217865, "second entry"}}))));
-    RunCheck(t, "unreadable dictionary: one lookup error per index", Make<clsTst_IdxLyrBinOra>(),
+    RunCheck(t, "unreadable dictionary: one lookup error per index", Make("clsTst_IdxLyrBinOra"),
              Walk(Rows(8, {WalkRow(kRoads, 16777216, 0)}), [](const std::string& sql) {
                  return sql.find("ALL_IND_COLUMNS") != std::string::npos ? Failure({{942, "no view"}})
                                                                          : Rows(1, {});
@@ -392,7 +389,7 @@ TEST(IndexAnalysis, ExpectedIndexesAndProbesFollowTheFlagsAndTheRowIdColumn) {
     ScriptedConnection conn;
     conn.Open("");
     conn.AnswerOthers(Walk(Rows(8, std::move(rows)), All(Rows(1, {}))));
-    t.Try("raised", [&] { clsTst_IdxLyrBinOra(env).Run(&conn); });
+    t.Try("raised", [&] { CreateCheck("clsTst_IdxLyrBinOra", env)->Run(&conn); });
     t.Line("statements sent", std::to_string(conn.Sent().size()));
 }
 

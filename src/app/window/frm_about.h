@@ -3,7 +3,7 @@
 
 #include <QDialog>
 
-#include "about_box.h"
+#include "session/about_box.h"
 
 class QLabel;
 class QPushButton;

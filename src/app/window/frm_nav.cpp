@@ -22,17 +22,18 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
-#include "db/connection_handling.h"
 #include "db/runtime_error.h"
-#include "db/server_type_detection.h"
-#include "db/server_type_selection.h"
-#include "framework/test_run.h"
 #include "frm_about.h"
 #include "frm_odbc_logon.h"
 #include "qt_file_dialog.h"
-#include "report/report_flow.h"
-#include "shutdown.h"
-#include "startup.h"
+#include "qt_interaction.h"
+#include "session/connection_handling.h"
+#include "session/report_step.h"
+#include "session/run_step.h"
+#include "session/server_type_detection.h"
+#include "session/server_type_selection.h"
+#include "session/shutdown.h"
+#include "session/startup.h"
 #include "window_texts.h"
 
 namespace tabvet {
@@ -51,15 +52,19 @@ QPushButton* Button(const char* caption, QWidget* parent, const char* name) {
     return button;
 }
 
+// An option button captioned as the DBMS table says; the model decides which one is selected, possibly none.
+QRadioButton* OptionButton(DbmsOption option, QWidget* parent, const char* name) {
+    auto* button = new QRadioButton(FindDbmsOption(option)->caption, parent);
+    button->setObjectName(name);
+    button->setAutoExclusive(false);
+    return button;
+}
+
 QLineEdit* VersionBox(QWidget* parent, const char* name) {
     auto* box = new QLineEdit(parent);
     box->setObjectName(name);
     box->setMaximumWidth(56);
     return box;
-}
-
-QString Displayed(const std::string& text) {
-    return QString::fromStdString(text).replace("\r\n", "\n");
 }
 
 void SetText(QLineEdit* box, const std::string& text) {
@@ -74,7 +79,7 @@ void SetText(QLineEdit* box, const std::string& text) {
 frmNav::frmNav(MainState& state, WindowServices services, QWidget* parent)
     : QMainWindow(parent), state_(state), services_(std::move(services)) {
     setObjectName("frmNav");
-    setWindowTitle(window_text::kTitle);
+    setWindowTitle(kApplicationTitle);
     SSTab1 = new QTabWidget(this);
     SSTab1->setObjectName("SSTab1");
     SSTab1->addTab(BuildConnectTab(), window_text::kTabConnect);
@@ -142,20 +147,13 @@ QWidget* frmNav::BuildServerTypeTab() {
         Instructions(window_text::kSettingsInstructions, page, "lblSettingsInstructions");
     auto* frmDBMS = new QGroupBox(window_text::kDbmsFrame, page);
     frmDBMS->setObjectName("frmDBMS");
-    optOracle = new QRadioButton(window_text::kOracle, frmDBMS);
-    optOracle->setObjectName("optOracle");
-    optInformix = new QRadioButton(window_text::kInformix, frmDBMS);
-    optInformix->setObjectName("optInformix");
-    optDB2 = new QRadioButton(window_text::kDb2, frmDBMS);
-    optDB2->setObjectName("optDB2");
-    optSqlServer = new QRadioButton(window_text::kSqlServer, frmDBMS);
-    optSqlServer->setObjectName("optSqlServer");
-    for (QRadioButton* option : {optOracle, optInformix, optDB2, optSqlServer}) {
-        option->setAutoExclusive(false);  // the model decides which one is selected, possibly none
-    }
+    optOracle = OptionButton(DbmsOption::Oracle, frmDBMS, "optOracle");
+    optInformix = OptionButton(DbmsOption::Informix, frmDBMS, "optInformix");
+    optDB2 = OptionButton(DbmsOption::DB2, frmDBMS, "optDB2");
+    optSqlServer = OptionButton(DbmsOption::SqlServer, frmDBMS, "optSqlServer");
     auto* dbmsLayout = new QVBoxLayout(frmDBMS);
-    for (QRadioButton* option : {optOracle, optInformix, optDB2, optSqlServer}) {
-        dbmsLayout->addWidget(option);
+    for (const auto& [button, option] : OptionButtons()) {
+        dbmsLayout->addWidget(button);
     }
     auto* frmTesselVersion = new QGroupBox(window_text::kVersionFrame, page);
     frmTesselVersion->setObjectName("frmTesselVersion");
@@ -242,6 +240,13 @@ void frmNav::BuildMenus() {
     connect(mnuAbout, &QAction::triggered, this, [this] { ShowAbout(); });
 }
 
+std::array<std::pair<QRadioButton*, DbmsOption>, 4> frmNav::OptionButtons() const {
+    return {{{optOracle, DbmsOption::Oracle},
+             {optInformix, DbmsOption::Informix},
+             {optDB2, DbmsOption::DB2},
+             {optSqlServer, DbmsOption::SqlServer}}};
+}
+
 void frmNav::Wire() {
     connect(txtConnString, &QLineEdit::textEdited, this, [this](const QString& text) {
         Guarded([&] { ConnectionStringChanged(state_, text.toStdString()); });
@@ -252,11 +257,7 @@ void frmNav::Wire() {
             [this] { Guarded([&] { BuildStringClick(state_, *services_.logonDialog); }); });
     connect(cmdCanned, &QPushButton::clicked, this, [this] { Guarded([&] { CannedStringClick(state_); }); });
 
-    const std::pair<QRadioButton*, DbmsOption> options[] = {{optOracle, DbmsOption::Oracle},
-                                                            {optInformix, DbmsOption::Informix},
-                                                            {optDB2, DbmsOption::DB2},
-                                                            {optSqlServer, DbmsOption::SqlServer}};
-    for (const auto& [button, option] : options) {
+    for (const auto& [button, option] : OptionButtons()) {
         connect(button, &QRadioButton::clicked, this,
                 [this, option = option] { Guarded([&] { OptionClick(state_, option); }); });
     }
@@ -307,10 +308,9 @@ void frmNav::Refresh() {
     cmdBuildString->setEnabled(state_.cmdBuildStringEnabled);
     cmdCanned->setEnabled(state_.cmdCannedEnabled);
 
-    optOracle->setChecked(state_.selectedDbms == DbmsOption::Oracle);
-    optInformix->setChecked(state_.selectedDbms == DbmsOption::Informix);
-    optDB2->setChecked(state_.selectedDbms == DbmsOption::DB2);
-    optSqlServer->setChecked(state_.selectedDbms == DbmsOption::SqlServer);
+    for (const auto& [button, option] : OptionButtons()) {
+        button->setChecked(state_.selectedDbms == option);
+    }
     SetText(txtMajorVersion, state_.txtMajorVersion);
     SetText(txtMinorVersion, state_.txtMinorVersion);
     SetText(txtBugfix, state_.txtBugfix);
@@ -380,7 +380,7 @@ void frmNav::Guarded(const std::function<void()>& action) {
     try {
         action();
     } catch (const RuntimeError& e) {
-        state_.Ui().ShowMessage(DescribeRuntimeError(e), window_text::kTitle, MsgButtons::Ok,
+        state_.Ui().ShowMessage(DescribeRuntimeError(e), kApplicationTitle, MsgButtons::Ok,
                                 MsgIcon::Critical);
     } catch (const std::exception& e) {
         // For instance a report file that could not be written completely: the message names file and reason.

@@ -3,14 +3,16 @@
 #pragma once
 
 #include <QMainWindow>
+#include <array>
 #include <functional>
 #include <memory>
+#include <utility>
 
-#include "about_box.h"
-#include "db/odbc_logon.h"
-#include "framework/main_state.h"
-#include "report/editor_launcher.h"
-#include "report/file_dialog.h"
+#include "session/about_box.h"
+#include "session/editor_launcher.h"
+#include "session/file_dialog.h"
+#include "session/main_state.h"
+#include "session/odbc_logon.h"
 
 class QCheckBox;
 class QLabel;
@@ -63,6 +65,8 @@ class frmNav final : public QMainWindow, public MainView {
     void Guarded(const std::function<void()>& action);
     void RequestShutdown();
     void ShowAbout();
+    /// The four option buttons with their options, in the order the window shows them.
+    std::array<std::pair<QRadioButton*, DbmsOption>, 4> OptionButtons() const;
 
     MainState& state_;
     WindowServices services_;

@@ -3,7 +3,7 @@
 
 #include <QDialog>
 
-#include "db/odbc_logon.h"
+#include "session/odbc_logon.h"
 
 class QComboBox;
 class QLineEdit;

@@ -3,7 +3,7 @@
 
 #include <QWidget>
 
-#include "report/file_dialog.h"
+#include "session/file_dialog.h"
 
 namespace tabvet {
 

@@ -4,21 +4,18 @@
 #include <QApplication>
 #include <QMessageBox>
 
-#include "window_texts.h"
+#include "session/about_box.h"
 
 namespace tabvet {
-namespace {
 
 QString Displayed(const std::string& text) {
     return QString::fromStdString(text).replace("\r\n", "\n");
 }
 
-}  // namespace
-
 MsgAnswer QtInteraction::ShowMessage(const std::string& text, const std::string& title, MsgButtons buttons,
                                      MsgIcon icon) {
     QMessageBox box(parent_);
-    box.setWindowTitle(title.empty() ? QString(window_text::kTitle) : Displayed(title));
+    box.setWindowTitle(title.empty() ? QString(kApplicationTitle) : Displayed(title));
     box.setText(Displayed(text));
     switch (icon) {
         case MsgIcon::None:

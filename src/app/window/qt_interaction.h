@@ -3,9 +3,15 @@
 
 #include <QWidget>
 
+#include <QString>
+#include <string>
+
 #include "db/user_interaction.h"
 
 namespace tabvet {
+
+/// A text of the model as a widget shows it: its CR LF line breaks as Qt's own.
+QString Displayed(const std::string& text);
 
 /// Shows each request as a modal QMessageBox over `parent`; an empty title is the application's title.
 class QtInteraction final : public IUserInteraction {

@@ -3,17 +3,17 @@
 
 #include <QApplication>
 
+#include "db/odbc_connection.h"
 #include "frm_nav.h"
 #include "qt_interaction.h"
-#include "window_texts.h"
 
 namespace tabvet {
 
 int RunWindow(int& argc, char** argv) {
     QApplication app(argc, argv);
-    QApplication::setApplicationName(window_text::kTitle);
+    QApplication::setApplicationName(kApplicationTitle);
     QtInteraction ui;
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     WindowServices services;
     services.endProgram = [] { QCoreApplication::exit(0); };
     frmNav window(state, std::move(services));

@@ -3,8 +3,6 @@
 
 namespace tabvet::window_text {
 
-inline constexpr const char* kTitle = "Tessel System Table Diagnostics";
-
 inline constexpr const char* kTabConnect = "Connect to Server";
 inline constexpr const char* kTabServerType = "Select Server Type";
 inline constexpr const char* kTabRun = "Run Tests";
@@ -24,11 +22,7 @@ inline constexpr const char* kSettingsInstructions =
     "Before running any tests, you must specify the type of DBMS and the version of Tessel you are testing.  "
     "This information is needed because some tests only run on certain types of servers.  You may enter this "
     "information yourself, or you may query the DBMS for the information.";
-inline constexpr const char* kDbmsFrame = "DBMS Type";
-inline constexpr const char* kOracle = "Oracle 8i / 9i";
-inline constexpr const char* kInformix = "Informix";
-inline constexpr const char* kDb2 = "IBM DB2";
-inline constexpr const char* kSqlServer = "Microsoft SQL Server";
+inline constexpr const char* kDbmsFrame = "DBMS Type";  // its four buttons are captioned by the DBMS table
 inline constexpr const char* kVersionFrame = "Tessel Version";
 inline constexpr const char* kVersionLabel = "Major  . Minor . Bugfix";
 inline constexpr const char* kQueryType = "Query DBMS";

@@ -8,7 +8,9 @@
 #include <fstream>
 
 #include "report/report_file.h"
-#include "report/report_flow.h"
+#include "report/report_writer.h"
+#include "report/results_json.h"
+#include "session/report_step.h"
 
 namespace tabvet {
 namespace {
@@ -42,6 +44,13 @@ bool Check(const std::optional<std::string>& path, const char* what, std::ostrea
     return true;
 }
 
+// The report step without questions: the file is replaced, and every failure is a ReportFileError.
+void WriteReport(const MainState& state, const std::string& path) {
+    ReportFile file = ReportFile::Open(path);
+    CreateReportInFile(file, ReportContentsOf(state), state.Ui());
+    file.Close();
+}
+
 template <typename Write>
 bool Attempt(const char* what, Write write, std::ostream& err) {
     try {
@@ -61,18 +70,22 @@ bool CheckOutputFiles(const HeadlessOptions& options, std::ostream& err) {
     return reportOk && jsonOk;
 }
 
-bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, const RunRecord& record,
-                      std::ostream& err) {
+bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, std::ostream& err) {
     bool ok = true;
     if (options.report) {
         ok = Attempt(
-                 "report", [&] { WriteReportFile(state, *options.report); }, err) &&
+                 "report", [&] { WriteReport(state, *options.report); }, err) &&
              ok;
     }
     if (options.json) {
-        ok = Attempt(
-                 "JSON results", [&] { WriteResultsJson(state, record, *options.json); }, err) &&
-             ok;
+        ok =
+            Attempt(
+                "JSON results",
+                [&] {
+                    WriteResultsJson(*options.json, TargetOf(state), *state.g_pTestCollection, state.lastRun);
+                },
+                err) &&
+            ok;
     }
     return ok;
 }

@@ -1,7 +1,7 @@
 // Start-up of the main window's model, in its fixed order, shared by the window and the headless mode.
 #pragma once
 
-#include "framework/main_state.h"
+#include "main_state.h"
 
 namespace tabvet {
 

@@ -2,8 +2,8 @@
 // closed again, with the results of a run discarded on disconnect.
 #pragma once
 
-#include "db/odbc_logon.h"
-#include "framework/main_state.h"
+#include "main_state.h"
+#include "odbc_logon.h"
 
 namespace tabvet {
 

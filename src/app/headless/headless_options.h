@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/main_state.h"
+#include "framework/dbms_options.h"
 
 namespace tabvet {
 

@@ -1,16 +1,14 @@
 // Every stop on the way is silent or a box the user can act on; only a file that fails while being written
 // escapes, because the report would otherwise look complete when it is not.
-#include "report_flow.h"
+#include "report_step.h"
 
 #include <filesystem>
 #include <system_error>
 
-#include "report_writer.h"
+#include "db/line_break.h"
 
 namespace tabvet {
 namespace {
-
-constexpr const char* kCrLf = "\r\n";
 
 bool IsExistingFile(const std::string& path) {
     std::error_code ec;
@@ -19,6 +17,13 @@ bool IsExistingFile(const std::string& path) {
 }
 
 }  // namespace
+
+ReportContents ReportContentsOf(const MainState& state) {
+    return {.catalogue = state.g_pTestCollection.get(),
+            .target = TargetOf(state),
+            .onlyFailures = state.chkOnlyReportFailures,
+            .generated = state.now()};
+}
 
 void CreateNewReport(MainState& state, IFileDialog& dialog, IEditorLauncher& editor) {
     if (CountTestsRun(state) > 0) {
@@ -77,7 +82,7 @@ void SaveReportToChosenFile(MainState& state, IFileDialog& dialog, IEditorLaunch
     if (!file) {
         return;
     }
-    const bool written = CreateReportInFile(state, file);
+    const bool written = CreateReportInFile(file, ReportContentsOf(state), state.Ui());
     file.Close();
     if (!written) {
         return;
@@ -126,12 +131,6 @@ void ViewReportClick(MainState& state, IFileDialog& dialog, IEditorLauncher& edi
     if (!chosen->empty()) {
         SendFileToEditor(state, editor, *chosen);
     }
-}
-
-void WriteReportFile(const MainState& state, const std::string& path) {
-    ReportFile file = ReportFile::Open(path);
-    CreateReportInFile(state, file);
-    file.Close();
 }
 
 }  // namespace tabvet

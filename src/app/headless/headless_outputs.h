@@ -3,9 +3,8 @@
 
 #include <ostream>
 
-#include "framework/main_state.h"
 #include "headless_options.h"
-#include "report/results_json.h"
+#include "session/main_state.h"
 
 namespace tabvet {
 
@@ -13,9 +12,8 @@ namespace tabvet {
 /// file. Says on `err` which one cannot and why; false then.
 bool CheckOutputFiles(const HeadlessOptions& options, std::ostream& err);
 
-/// Writes the requested report and JSON results, replacing existing files. A file that cannot be written
-/// is reported on `err`; false then. The other file is still attempted.
-bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, const RunRecord& record,
-                      std::ostream& err);
+/// Writes the requested report and JSON results of the model's last run, replacing existing files. A file
+/// that cannot be written is reported on `err`; false then. The other file is still attempted.
+bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, std::ostream& err);
 
 }  // namespace tabvet

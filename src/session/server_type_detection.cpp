@@ -6,8 +6,8 @@
 #include <string>
 
 #include "db/recordset.h"
-#include "db/server_type_selection.h"
 #include "db/value.h"
+#include "server_type_selection.h"
 
 namespace tabvet {
 namespace {
@@ -16,18 +16,6 @@ namespace {
 constexpr std::array<std::int32_t, 4> kProbeOrder{dbtype::kDb2, dbtype::kInformix, dbtype::kOracle,
                                                   dbtype::kSqlServer};
 
-// Description texts in the order they are tried: "ORA" first, so an Oracle SQL engine is Oracle.
-struct DescriptionMark {
-    const char* text;
-    DbmsOption option;
-};
-constexpr std::array<DescriptionMark, 4> kDescriptionMarks{{
-    {.text = "ORA", .option = DbmsOption::Oracle},
-    {.text = "INFOR", .option = DbmsOption::Informix},
-    {.text = "DB2", .option = DbmsOption::DB2},
-    {.text = "SQL", .option = DbmsOption::SqlServer},
-}};
-
 // Columns of the statement below, by position.
 constexpr int kMajorColumn = 0;
 constexpr int kMinorColumn = 1;
@@ -35,10 +23,10 @@ constexpr int kBugfixColumn = 2;
 constexpr int kDescriptionColumn = 4;
 
 void ClassifyDescription(MainState& state, const Recordset& rs) {
-    for (const DescriptionMark& mark : kDescriptionMarks) {
-        // A NULL description names nothing.
-        if (UpperCaseAscii(TextOrEmpty(rs.Fields(kDescriptionColumn))).find(mark.text) != std::string::npos) {
-            OptionClick(state, mark.option);
+    const std::string description = UpperCaseAscii(TextOrEmpty(rs.Fields(kDescriptionColumn)));  // NULL: ""
+    for (const DbmsOptionRow& dbms : DbmsOptions()) {
+        if (description.find(dbms.descriptionMark) != std::string::npos) {
+            OptionClick(state, dbms.option);
             return;
         }
     }
@@ -61,8 +49,7 @@ bool ReadServerTypeFromVersionTable(MainState& state, std::int32_t typeCode) {
     Recordset rs;
     (void)rs.OpenSuppressed("SELECT major, minor, bugfix, release, description FROM " + table, conn);
     if (conn.Errors().Count() >= 1) {
-        (void)state.g_cConnErrStr->Build(&conn);  // the text is not shown: a failed probe is expected
-        return false;
+        return false;  // not shown: under every naming style but one the probe is expected to fail
     }
     // A table without rows, or a row without its three numbers, gives no version to run against. Reading
     // on would either fail mid-detection or fill the boxes with a version the run would misjudge, so the
@@ -76,9 +63,7 @@ bool ReadServerTypeFromVersionTable(MainState& state, std::int32_t typeCode) {
         state.txtBugfix = ToText(rs.Fields(kBugfixColumn));
         ClassifyDescription(state, rs);
     }
-    if (rs.State() == Connection::kStateOpen) {
-        rs.Close();
-    }
+    rs.CloseIfOpen();
     return complete;
 }
 
@@ -88,8 +73,7 @@ void QueryDbmsType(MainState& state) {
         return;
     }
     const BusyPointer busy(state.View());
-    UnselectDbmsOptions(state,
-                        {DbmsOption::Oracle, DbmsOption::Informix, DbmsOption::DB2, DbmsOption::SqlServer});
+    UnselectDbmsOptions(state);
     state.txtMajorVersion.clear();
     state.txtMinorVersion.clear();
     state.txtBugfix.clear();

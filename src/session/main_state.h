@@ -2,32 +2,32 @@
 // mirrors this model; the headless mode drives it directly.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
-#include "ado_test_collection.h"
 #include "db/conn_error_string.h"
 #include "db/connection.h"
-#include "db/odbc_logon.h"
 #include "db/qual_db_obj_name.h"
 #include "db/user_interaction.h"
+#include "framework/ado_test_collection.h"
+#include "framework/dbms_options.h"
+#include "framework/run_record.h"
+#include "framework/run_target.h"
+#include "framework/test_environment.h"
 #include "main_view.h"
-#include "test_environment.h"
+#include "odbc_logon.h"
 
 namespace tabvet {
 
-/// The four DBMS option buttons; at most one is selected.
-enum class DbmsOption { None, Oracle, Informix, DB2, SqlServer };
-
-/// The namer's type code for an option (1 for none).
-std::int32_t DbmsTypeCodeOf(DbmsOption option);
+/// Makes the connection object for a connect attempt.
+using ConnectionFactory = std::function<std::unique_ptr<Connection>()>;
 
 /// Everything the main window owns, one instance per process.
 class MainState final : public TestEnvironment {
   public:
-    explicit MainState(IUserInteraction& ui);
+    /// `newConnection` makes the connection of each connect attempt; the program passes the ODBC one.
+    MainState(IUserInteraction& ui, ConnectionFactory newConnection);
     ~MainState() override;
 
     const clsQualDbObjName& Namer() const override { return *g_QDON; }
@@ -41,15 +41,14 @@ class MainState final : public TestEnvironment {
 
     /// The current local date and time as text ("short date, then long time"); replaceable for tests.
     std::function<std::string()> now;
-    /// Makes the connection object for each connect attempt: ODBC unless a test scripts one.
-    std::function<std::unique_ptr<Connection>()> newConnection;
+    /// Makes the connection object for each connect attempt; tests may script one.
+    ConnectionFactory newConnection;
 
     // Process-wide objects.
     std::unique_ptr<clsAdoTestCollection> g_pTestCollection;
     std::unique_ptr<clsQualDbObjName> g_QDON;
     std::unique_ptr<clsConnErrorString> g_cConnErrStr;
     std::unique_ptr<Connection> g_pAdoConn;
-    std::string g_sConnectionString;  // declared with the window's state; the text box is the only holder
     bool g_bTestsWereRun = false;
     std::string g_sTslSystemTableDatabase;
 
@@ -73,6 +72,7 @@ class MainState final : public TestEnvironment {
     bool cmdRunEnabled = false;
     std::string rtbStatus;
     std::string stsRunFeedback;
+    RunRecord lastRun;  // what the last run did with each test, for the results file
 
     // "Create Report"
     bool chkOnlyReportFailures = false;
@@ -83,7 +83,7 @@ class MainState final : public TestEnvironment {
     MainView* view_;
 };
 
-/// The local date and time in the locale's general form: short date, a blank, long time.
-std::string GeneralDateTimeText();
+/// The target the window's boxes and options describe now.
+RunTarget TargetOf(const MainState& state);
 
 }  // namespace tabvet

@@ -9,12 +9,8 @@ void OptionClick(MainState& state, DbmsOption option) {
     state.View().ControlsChanged();
 }
 
-void UnselectDbmsOptions(MainState& state, std::initializer_list<DbmsOption> order) {
-    for (const DbmsOption option : order) {
-        if (state.selectedDbms == option) {
-            state.selectedDbms = DbmsOption::None;
-        }
-    }
+void UnselectDbmsOptions(MainState& state) {
+    state.selectedDbms = DbmsOption::None;
 }
 
 bool VersionKeyPasses(int keyCode) {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "framework/main_state.h"
+#include "main_state.h"
 
 namespace tabvet {
 

@@ -1,7 +1,7 @@
 // The order of release matters to nobody but is kept fixed, so that shutdown behaves the same every time.
 #include "shutdown.h"
 
-#include "db/connection_handling.h"
+#include "connection_handling.h"
 
 namespace tabvet {
 

@@ -1,9 +1,7 @@
 // The "Select Server Type" step by hand: the DBMS options and the version boxes.
 #pragma once
 
-#include <initializer_list>
-
-#include "framework/main_state.h"
+#include "main_state.h"
 
 namespace tabvet {
 
@@ -11,8 +9,8 @@ namespace tabvet {
 /// the system database name taken from the logon dialog.
 void OptionClick(MainState& state, DbmsOption option);
 
-/// Unselects the given options one after the other; afterwards none of them is selected.
-void UnselectDbmsOptions(MainState& state, std::initializer_list<DbmsOption> order);
+/// Unselects all four options.
+void UnselectDbmsOptions(MainState& state);
 
 /// The key filter of the three version boxes: backspace (8) and the digits pass, every other key is
 /// discarded.

@@ -2,9 +2,9 @@
 #include "connection_handling.h"
 
 #include "db/conn_error_string.h"
-#include "db/server_type_selection.h"
 #include "db/value.h"
-#include "framework/test_run.h"
+#include "run_step.h"
+#include "server_type_selection.h"
 
 namespace tabvet {
 namespace {
@@ -13,7 +13,7 @@ constexpr const char* kDisconnectQuestion =
     "Tests have been run.  Disconnecting will discard results held in memory.\r\n"
     "If you have not written your results to a text file, you should do so before disconnecting.\r\n"
     "\r\n"
-    "Disconnect? ";
+    "Disconnect? ";  // the trailing blank belongs to the question
 
 }  // namespace
 
@@ -74,8 +74,7 @@ bool DisconnectFromDbms(MainState& state) {
     ResetTestResults(state);
     state.cmdQueryTypeEnabled = false;
     state.cmdRunEnabled = false;
-    UnselectDbmsOptions(state,
-                        {DbmsOption::DB2, DbmsOption::Informix, DbmsOption::Oracle, DbmsOption::SqlServer});
+    UnselectDbmsOptions(state);
     state.txtMajorVersion.clear();
     state.txtMinorVersion.clear();
     state.txtBugfix.clear();
@@ -90,6 +89,7 @@ void ResetTestResults(MainState& state) {
             state.g_pTestCollection->Item(i)->WasRun(false);
         }
     }
+    state.lastRun = RunRecord{};
     SetStatusWindow(state, "");
 }
 

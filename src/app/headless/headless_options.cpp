@@ -10,20 +10,6 @@
 namespace tabvet {
 namespace {
 
-std::optional<DbmsOption> ParseDbms(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (text == "oracle")
-        return DbmsOption::Oracle;
-    if (text == "sqlserver")
-        return DbmsOption::SqlServer;
-    if (text == "db2")
-        return DbmsOption::DB2;
-    if (text == "informix")
-        return DbmsOption::Informix;
-    return std::nullopt;
-}
-
 // MAJOR.MINOR.BUGFIX, each a 16-bit number of digits only (what the version boxes accept).
 std::optional<std::vector<std::string>> ParseVersion(const std::string& text) {
     std::vector<std::string> parts(1);
@@ -105,7 +91,7 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
         if (name == "--connect") {
             options.connect = *value;
         } else if (name == "--dbms") {
-            options.dbms = ParseDbms(*value);
+            options.dbms = DbmsOptionNamed(*value);
             if (!options.dbms) {
                 return {std::nullopt,
                         "--dbms must be one of oracle, sqlserver, db2, informix (got '" + *value + "')"};

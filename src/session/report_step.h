@@ -6,10 +6,14 @@
 
 #include "editor_launcher.h"
 #include "file_dialog.h"
-#include "framework/main_state.h"
-#include "report_file.h"
+#include "main_state.h"
+#include "report/report_file.h"
+#include "report/report_writer.h"
 
 namespace tabvet {
+
+/// What a report written now would hold: the catalogue, the boxes and options, the check box, the time.
+ReportContents ReportContentsOf(const MainState& state);
 
 /// "Write Test Results to Text File": when tests have run, lets the user choose a file and writes the
 /// report; otherwise says there are no results. Throws ReportFileError when the chosen file cannot be
@@ -34,9 +38,5 @@ bool SendFileToEditor(const MainState& state, IEditorLauncher& editor, const std
 
 /// "Open Existing Text File": choose any file and open it in the editor. Needs no connection or run.
 void ViewReportClick(MainState& state, IFileDialog& dialog, IEditorLauncher& editor);
-
-/// The report step without questions, for the headless mode: opens `path` (replacing an existing file),
-/// writes the report and closes it. Throws ReportFileError saying why when any of that fails.
-void WriteReportFile(const MainState& state, const std::string& path);
 
 }  // namespace tabvet

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "db/user_interaction.h"
-#include "framework/main_state.h"
+#include "session/main_state.h"
 
 namespace tabvet {
 

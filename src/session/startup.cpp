@@ -4,8 +4,8 @@
 #include <new>
 
 #include "checks/catalogue.h"
-#include "framework/test_run.h"
 #include "report/report_paths.h"
+#include "run_step.h"
 
 namespace tabvet {
 namespace {

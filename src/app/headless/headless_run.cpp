@@ -1,31 +1,38 @@
 // Start-up, connect, choose the server type, run: exactly the window's steps, reported on the console.
 #include "headless_run.h"
 
-#include <chrono>
-
 #include "console_interaction.h"
-#include "db/connection_handling.h"
+#include "db/odbc_connection.h"
 #include "db/runtime_error.h"
-#include "db/server_type_detection.h"
-#include "db/server_type_selection.h"
-#include "framework/test_run.h"
 #include "headless_options.h"
 #include "headless_outputs.h"
-#include "run_timing.h"
-#include "startup.h"
+#include "session/connection_handling.h"
+#include "session/run_step.h"
+#include "session/server_type_detection.h"
+#include "session/server_type_selection.h"
+#include "session/startup.h"
 
 namespace tabvet {
 namespace {
 
-bool AnyRunTestFailed(const MainState& state) {
-    const clsAdoTestCollection& catalogue = *state.g_pTestCollection;
-    for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
-        const IAdoTest& test = *catalogue.Item(i);
-        if (test.WasRun() && !test.Pass()) {
-            return true;
-        }
+// The exit status of a run that ended: the run's own outcome.
+int ExitStatusOf(const RunRecord& record) {
+    switch (OutcomeOf(record)) {
+        case RunOutcome::Passed:
+            return exit_code::kAllPassed;
+        case RunOutcome::Failed:
+            return exit_code::kTestFailed;
+        case RunOutcome::Error:
+            return exit_code::kEscapedError;
     }
-    return false;
+    return exit_code::kEscapedError;
+}
+
+// A version that does not fit the boxes' 16 bits: one line, and the run does not start.
+int CannotStart(const MainState& state, const RuntimeError& e, std::ostream& err) {
+    err << "tabvet: the run could not start: " << DescribeRuntimeError(e) << " (Tessel version "
+        << TargetOf(state).VersionText() << ")" << std::endl;
+    return exit_code::kCannotStart;
 }
 
 // "Query DBMS" when the DBMS or the version was not given. False when it could not supply what is missing;
@@ -38,11 +45,6 @@ bool DetectMissingServerType(MainState& state, const HeadlessOptions& options) {
     const bool dbmsKnown = options.dbms || state.selectedDbms != DbmsOption::None;
     const bool versionKnown = options.tesselVersion || !state.txtMajorVersion.empty();
     return dbmsKnown && versionKnown;
-}
-
-// The version as the three boxes hold it, for messages about it.
-std::string VersionText(const MainState& state) {
-    return state.txtMajorVersion + "." + state.txtMinorVersion + "." + state.txtBugfix;
 }
 
 // Connects and settles the server type. False, with the reason printed, when the run cannot start.
@@ -79,48 +81,36 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
         return exit_code::kCannotStart;
     }
     ConsoleInteraction ui(err);
-    MainState state(ui);
+    MainState state(ui, NewOdbcConnection);
     ConsoleView view(state, out, err);
     state.AttachView(view);
     if (!StartUp(state)) {
         return exit_code::kCannotStart;
     }
     // A version read from a damaged VERSION table may not fit the boxes' 16 bits; the window shows that
-    // error in a box, here it is one line and the run does not start.
+    // error in a box.
     try {
         if (!PrepareRun(state, options)) {
             return exit_code::kCannotStart;
         }
     } catch (const RuntimeError& e) {
-        err << "tabvet: the run could not start: " << DescribeRuntimeError(e) << " (Tessel version "
-            << VersionText(state) << ")" << std::endl;
-        return exit_code::kCannotStart;
+        return CannotStart(state, e, err);
     }
-    RunRecord record;
-    RunTimer timer(state, record);
-    record.started = IsoLocalTime(std::chrono::system_clock::now());
-    int status = exit_code::kAllPassed;
     try {
         ProcessRunTests(state);
         view.FinishLog();
-        status = AnyRunTestFailed(state) ? exit_code::kTestFailed : exit_code::kAllPassed;
     } catch (const RuntimeError& e) {
         view.FinishLog();
-        record.error = DescribeRuntimeError(e);
         if (!state.g_bTestsWereRun) {
-            // Raised while the applicable tests were counted: no test ran.
-            err << "tabvet: the run could not start: " << *record.error << " (Tessel version "
-                << VersionText(state) << ")" << std::endl;
-            return exit_code::kCannotStart;
+            return CannotStart(state, e, err);  // raised while the applicable tests were counted
         }
         // The progress line just before names the test that was running.
-        err << "tabvet: a test ended the run with an unexpected error: " << *record.error << std::endl;
-        status = exit_code::kEscapedError;
+        err << "tabvet: a test ended the run with an unexpected error: " << DescribeRuntimeError(e)
+            << std::endl;
     }
-    record.finished = IsoLocalTime(std::chrono::system_clock::now());
     // The run's own status stands even when an output file fails now; the failure is on standard error.
-    WriteOutputFiles(state, options, record, err);
-    return status;
+    WriteOutputFiles(state, options, err);
+    return ExitStatusOf(state.lastRun);
 }
 
 }  // namespace

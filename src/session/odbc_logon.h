@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "driver_lists.h"
+#include "db/driver_lists.h"
 
 namespace tabvet {
 

@@ -1,0 +1,55 @@
+// What a run did with each test of the catalogue: the status log, the exit status and the results file
+// read it. New reasons, new ways for a run to end and per-test findings are added here without reshaping it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tabvet {
+
+/// Why a test of the catalogue did not run in a run.
+enum class NotRunReason {
+    Disabled,  ///< its Enabled flag is off
+    Version,   ///< it does not apply to the Tessel version
+    Dbms,      ///< it does not apply to the DBMS
+    Aborted,   ///< it applied, but an earlier test ended the run
+};
+
+/// How a test that ran came out.
+enum class Verdict {
+    Passed,
+    Failed,
+    Error,  ///< it let an unexpected error escape
+};
+
+/// One test of one run.
+struct TestOutcome {
+    std::optional<NotRunReason> notRunReason = std::nullopt;  ///< set when the test did not run: why
+    Verdict verdict = Verdict::Failed;                        ///< when it ran
+    double durationMs = 0;                                    ///< when it ran: the time spent in Run
+    bool endedRun = false;                                    ///< its Run ended the run
+
+    bool Ran() const { return !notRunReason.has_value(); }
+};
+
+/// How a run ended.
+enum class RunEnd {
+    Completed,     ///< every applicable test ran
+    EscapedError,  ///< a test let an unexpected error escape, which ended the run there
+};
+
+/// One run, beside the test objects themselves (which keep verdicts and texts across runs).
+struct RunRecord {
+    std::string started;             ///< local time, ISO 8601 with milliseconds and offset
+    std::string finished;            ///< likewise; when it ended early, the moment it ended
+    std::vector<TestOutcome> tests;  ///< by catalogue position: element 0 is position 1
+    RunEnd end = RunEnd::Completed;
+    std::optional<std::string> error;  ///< the error that ended the run, as the user is told it
+};
+
+/// A run as a whole: error when it ended early, failed when a test that ran failed, else passed.
+enum class RunOutcome { Passed, Failed, Error };
+RunOutcome OutcomeOf(const RunRecord& record);
+
+}  // namespace tabvet
