@@ -52,14 +52,14 @@ const PgCluster& Cluster() {
     return PgCluster::Shared();
 }
 
-std::atomic<bool> serverStopped{false};
+std::atomic<bool> ServerStopped{false};
 void StopServer() {
     Cluster().StopServer();
-    serverStopped = true;
+    ServerStopped = true;
 }
 void StartServer() {
     Cluster().StartServer();
-    serverStopped = false;
+    ServerStopped = false;
 }
 
 // Ends a server session from another one, as another administrator would, waiting until it has ended.
@@ -166,7 +166,7 @@ std::string RunWithFault(Session& session, const Healthy& healthy, FaultInjectin
 class FaultTest : public ::testing::Test {
   protected:
     void TearDown() override {
-        if (serverStopped) {
+        if (ServerStopped) {
             StartServer();  // after a test that failed with the server down
         }
     }
@@ -310,7 +310,7 @@ TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
     testsupport::TempFolder folder;
     std::chrono::steady_clock::time_point stopped;
     std::thread stopper([&stopped] {
-        for (int attempt = 0; attempt < 200 && !serverStopped; ++attempt) {
+        for (int attempt = 0; attempt < 200 && !ServerStopped; ++attempt) {
             if (PgCluster::Shared().QueryValue(
                     "postgres", "SELECT count(*) FROM pg_stat_activity WHERE datname = '" +
                                     std::string(kSleepy) + "' AND wait_event = 'PgSleep'") != "0") {
@@ -328,7 +328,7 @@ TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
                     out, err);
     const auto ended = std::chrono::steady_clock::now();
     stopper.join();
-    ASSERT_TRUE(serverStopped);
+    ASSERT_TRUE(ServerStopped);
     EXPECT_LT(ended - stopped, std::chrono::milliseconds(3000));
     EXPECT_EQ(status, exit_code::kTestFailed) << err.str();
     EXPECT_NE(out.str().find("\nTest run finished at "), std::string::npos);
