@@ -22,4 +22,4 @@ cmake --build build-asan -j"$(nproc)"
 export ASAN_OPTIONS="halt_on_error=1:abort_on_error=0:detect_leaks=1:detect_stack_use_after_return=1:check_initialization_order=1:strict_init_order=1"
 export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1"
 export LSAN_OPTIONS="suppressions=$PWD/scripts/sanitizer_suppressions.txt:print_suppressions=0"
-ctest --test-dir build-asan --output-on-failure -j2 -E clang_format_check
+ctest --test-dir build-asan --output-on-failure -j2 -E "clang_format_check|clang_tidy_naming_check"
