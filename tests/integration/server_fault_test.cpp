@@ -34,8 +34,8 @@ constexpr const char* kOrphLyr = "LAYERS entries exist as tables or views";
 constexpr const char* kIndexAnalysis = "Tessel for Oracle Compressed Binary format complete";
 
 // The demo schema has every kind of verdict, orphaned-entry probes and whole compressed-binary layers. Its
-// sleepy twin reads LAYERS through a view that takes half a second a row, so a statement can be caught
-// running.
+// sleepy twin reads LAYERS through a view that takes two seconds a row, so a statement can be caught
+// running even on a loaded machine, where seeing it and stopping the server take a while.
 const PgCluster& Cluster() {
     static const bool built = [] {
         const PgCluster& pg = PgCluster::Shared();
@@ -45,7 +45,7 @@ const PgCluster& Cluster() {
         }
         pg.Execute(kSleepy,
                    "ALTER TABLE tsl.layers RENAME TO layers_data; CREATE VIEW tsl.layers AS SELECT d.* "
-                   "FROM tsl.layers_data d, LATERAL (SELECT pg_sleep(0.5)) s;");
+                   "FROM tsl.layers_data d, LATERAL (SELECT pg_sleep(2)) s;");
         return true;
     }();
     static_cast<void>(built);
@@ -303,7 +303,7 @@ TEST_F(FaultTest, ServerStoppedAfterTheRunLosesNoResultAndAFreshConnectionRecove
     session.Disconnect();
 }
 
-// A scheduled run whose server stops mid-statement gets the error at once (seven layers at half a second each
+// A scheduled run whose server stops mid-statement gets the error at once (seven layers at two seconds each
 // would take longer), finishes, exits 1 and writes both files with every test.
 TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
     Cluster();
