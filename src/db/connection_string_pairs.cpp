@@ -60,7 +60,8 @@ std::vector<ConnectionStringPair> SplitConnectionString(std::string_view connect
         const std::size_t semicolon = connectionString.find(';', pos);
         if (equals == std::string_view::npos || (semicolon != std::string_view::npos && semicolon < equals)) {
             // No "=" before the next separator: an empty or key-only piece.
-            const std::size_t end = semicolon == std::string_view::npos ? connectionString.size() : semicolon + 1;
+            const std::size_t end =
+                semicolon == std::string_view::npos ? connectionString.size() : semicolon + 1;
             pairs.push_back({connectionString.substr(pos, end - pos), false, {}, 0, 0});
             pos = end;
             continue;
@@ -85,7 +86,8 @@ std::string MaskPasswords(std::string_view connectionString) {
         }
         shown += pair.text.substr(0, pair.valueStart);
         const std::string_view value = pair.text.substr(pair.valueStart, pair.valueEnd - pair.valueStart);
-        shown.append(static_cast<std::size_t>(std::count_if(value.begin(), value.end(), StartsCharacter)), '*');
+        shown.append(static_cast<std::size_t>(std::count_if(value.begin(), value.end(), StartsCharacter)),
+                     '*');
         shown += pair.text.substr(pair.valueEnd);
     }
     return shown;

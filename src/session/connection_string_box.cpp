@@ -71,7 +71,9 @@ std::string ConnectedTargetText(const MainState& state) {
     const std::string server = ConnectionStringValue(odbc, {"server", "servername", "host", "hostname"});
     const std::string source = ConnectionStringValue(odbc, {"dsn"});
     const std::string database = ConnectionStringValue(odbc, {"database", "dbname", "initial catalog"});
-    std::string text = !server.empty() ? "Server: " + server : !source.empty() ? "Data source: " + source : "";
+    std::string text = !server.empty()   ? "Server: " + server
+                       : !source.empty() ? "Data source: " + source
+                                         : "";
     if (!database.empty()) {
         text += (text.empty() ? "" : "   ") + std::string("Database: ") + database;
     }

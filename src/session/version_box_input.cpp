@@ -12,8 +12,8 @@ namespace tabvet {
 namespace {
 
 std::string& BoxText(MainState& state, VersionBox box) {
-    const std::array<std::string MainState::*, 3> fields{&MainState::txtMajorVersion, &MainState::txtMinorVersion,
-                                                         &MainState::txtBugfix};
+    const std::array<std::string MainState::*, 3> fields{&MainState::txtMajorVersion,
+                                                         &MainState::txtMinorVersion, &MainState::txtBugfix};
     return state.*fields.at(static_cast<std::size_t>(box));
 }
 
@@ -66,10 +66,10 @@ bool VersionBoxTextFits(const std::string& text) {
 bool VersionBoxEdited(MainState& state, VersionBox box, const std::string& text) {
     const std::vector<std::string> parts = DotParts(text);
     const auto boxesLeft = static_cast<std::size_t>(3 - static_cast<int>(box));
-    const bool fits = parts.size() <= boxesLeft &&
-                      std::all_of(parts.begin(), parts.end(), [&](const std::string& part) {
-                          return VersionBoxTextFits(part) && (parts.size() == 1 || !part.empty());
-                      });
+    const bool fits =
+        parts.size() <= boxesLeft && std::all_of(parts.begin(), parts.end(), [&](const std::string& part) {
+            return VersionBoxTextFits(part) && (parts.size() == 1 || !part.empty());
+        });
     const bool accepted = fits || OnlyDeletes(BoxText(state, box), text);
     if (accepted && fits) {
         std::optional<VersionBox> next = box;

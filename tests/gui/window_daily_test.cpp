@@ -25,7 +25,8 @@ struct Fixture {
         : settings(QString::fromStdString(folder.File("tabvet.ini")), QSettings::IniFormat),
           state(ui, NewOdbcConnection) {
         window = std::make_unique<frmNav>(
-            state, WindowServices{.fileDialog = &files, .editor = &editor, .settings = &settings, .endProgram = [] {}});
+            state, WindowServices{
+                       .fileDialog = &files, .editor = &editor, .settings = &settings, .endProgram = [] {}});
         QVERIFY(window->Load());
         window->show();
         window->activateWindow();
@@ -87,8 +88,9 @@ class WindowDailyTest : public QObject {
             if (clocks++ == 0) {  // the run has started: the user clicks, and the click waits in the queue
                 const QPointF at = target->rect().center();
                 for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-                    QCoreApplication::postEvent(target, new QMouseEvent(type, at, target->mapToGlobal(at), Qt::LeftButton,
-                                                                        Qt::LeftButton, Qt::NoModifier));
+                    QCoreApplication::postEvent(
+                        target, new QMouseEvent(type, at, target->mapToGlobal(at), Qt::LeftButton,
+                                                Qt::LeftButton, Qt::NoModifier));
                 }
             }
             return std::string("<now>");
@@ -152,13 +154,27 @@ class WindowDailyTest : public QObject {
         QTest::addColumn<QString>("how");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("boxes");
-        QTest::newRow("pasted by keyboard") << "keyboard paste" << "9.1.0" << "9|1|0";
-        QTest::newRow("pasted from the menu") << "menu paste" << "9.1.0" << "9|1|0";
-        QTest::newRow("a paste that does not fit") << "menu paste" << "32768" << "||";
-        QTest::newRow("pasted text") << "keyboard paste" << "9 (nine)" << "||";
-        QTest::newRow("typed past the limit") << "typed" << "999999" << "9999||";
-        QTest::newRow("typed with dots") << "typed" << "9.0.0" << "9|0|0";
-        QTest::newRow("typed, a dot too many") << "typed" << "1.2.3.4" << "1|2|34";
+        QTest::newRow("pasted by keyboard") << "keyboard paste"
+                                            << "9.1.0"
+                                            << "9|1|0";
+        QTest::newRow("pasted from the menu") << "menu paste"
+                                              << "9.1.0"
+                                              << "9|1|0";
+        QTest::newRow("a paste that does not fit") << "menu paste"
+                                                   << "32768"
+                                                   << "||";
+        QTest::newRow("pasted text") << "keyboard paste"
+                                     << "9 (nine)"
+                                     << "||";
+        QTest::newRow("typed past the limit") << "typed"
+                                              << "999999"
+                                              << "9999||";
+        QTest::newRow("typed with dots") << "typed"
+                                         << "9.0.0"
+                                         << "9|0|0";
+        QTest::newRow("typed, a dot too many") << "typed"
+                                               << "1.2.3.4"
+                                               << "1|2|34";
     }
     void versionBoxes() {
         QFETCH(QString, how);
@@ -210,14 +226,20 @@ class WindowDailyTest : public QObject {
             tabs->setCurrentIndex(tab);
             QApplication::processEvents();
             QList<QWidget*> widgets = tabs->widget(tab)->findChildren<QWidget*>();
-            widgets.removeIf([](const QWidget* w) { return !w->isVisible() || w->parent()->inherits("QAbstractScrollArea"); });
+            widgets.removeIf([](const QWidget* w) {
+                return !w->isVisible() || w->parent()->inherits("QAbstractScrollArea");
+            });
             for (const QWidget* w : widgets) {
-                const QString where = tabs->tabText(tab) + ": " + w->objectName() + " " + w->metaObject()->className();
+                const QString where =
+                    tabs->tabText(tab) + ": " + w->objectName() + " " + w->metaObject()->className();
                 QVERIFY2(w->parentWidget()->rect().contains(w->geometry()), qPrintable(where));
-                const int needed = w->hasHeightForWidth() ? w->heightForWidth(w->width()) : w->minimumSizeHint().height();
-                QVERIFY2(w->height() >= needed && w->width() >= w->minimumSizeHint().width(), qPrintable(where));
+                const int needed =
+                    w->hasHeightForWidth() ? w->heightForWidth(w->width()) : w->minimumSizeHint().height();
+                QVERIFY2(w->height() >= needed && w->width() >= w->minimumSizeHint().width(),
+                         qPrintable(where));
                 for (const QWidget* other : widgets) {
-                    QVERIFY2(other == w || other->parent() != w->parent() || !other->geometry().intersects(w->geometry()),
+                    QVERIFY2(other == w || other->parent() != w->parent() ||
+                                 !other->geometry().intersects(w->geometry()),
                              qPrintable(where + " overlaps " + other->objectName()));
                 }
             }

@@ -19,8 +19,10 @@ TEST(ConnectionStringPairs, PasswordsAreMaskedOneStarPerCharacterAndLeftOutOfSto
     const struct {
         const char *text, *masked, *stored;
     } cases[] = {
-        {"Driver=X;Server=s;UID=u;PWD=secret;", "Driver=X;Server=s;UID=u;PWD=******;", "Driver=X;Server=s;UID=u;"},
-        {"Provider=MSDASQL;Server=TSLGIS;User Id=tsl;Password=kqv", "Provider=MSDASQL;Server=TSLGIS;User Id=tsl;Password=***",
+        {"Driver=X;Server=s;UID=u;PWD=secret;", "Driver=X;Server=s;UID=u;PWD=******;",
+         "Driver=X;Server=s;UID=u;"},
+        {"Provider=MSDASQL;Server=TSLGIS;User Id=tsl;Password=kqv",
+         "Provider=MSDASQL;Server=TSLGIS;User Id=tsl;Password=***",
          "Provider=MSDASQL;Server=TSLGIS;User Id=tsl;"},
         {"pwd={a;b}}c};Database=gis", "pwd=********;Database=gis", "Database=gis"},
         {" Password = \xC3\xA9t\xC3\xA9;UID=u", " Password =****;UID=u", "UID=u"},  // a blank, three letters
@@ -30,7 +32,8 @@ TEST(ConnectionStringPairs, PasswordsAreMaskedOneStarPerCharacterAndLeftOutOfSto
         EXPECT_EQ(MaskPasswords(c.text), c.masked) << c.text;
         EXPECT_EQ(WithoutPasswords(c.text), c.stored) << c.text;
     }
-    EXPECT_EQ(ConnectionStringValue("DSN=a;Servername= {db;1} ;Database=gis", {"server", "servername"}), "db;1");
+    EXPECT_EQ(ConnectionStringValue("DSN=a;Servername= {db;1} ;Database=gis", {"server", "servername"}),
+              "db;1");
     EXPECT_EQ(ConnectionStringValue("Driver=X;UID=u", {"database"}), "");
 }
 
@@ -89,7 +92,8 @@ TEST(VersionBoxes, OnlyNumbersTheConversionTakesGoInAndADottedVersionFillsTheBox
         state.txtMinorVersion = before.substr(before.find('|') + 1, before.rfind('|') - before.find('|') - 1);
         state.txtBugfix = before.substr(before.rfind('|') + 1);
         EXPECT_EQ(VersionBoxEdited(state, c.box, c.text), c.taken) << c.text;
-        EXPECT_EQ(state.txtMajorVersion + "|" + state.txtMinorVersion + "|" + state.txtBugfix, c.after) << c.text;
+        EXPECT_EQ(state.txtMajorVersion + "|" + state.txtMinorVersion + "|" + state.txtBugfix, c.after)
+            << c.text;
     }
 }
 

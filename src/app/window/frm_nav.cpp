@@ -75,7 +75,8 @@ QLineEdit* NewVersionBox(QWidget* parent, const char* name) {
     auto* box = new QLineEdit(parent);
     box->setObjectName(name);
     const QFontMetrics metrics(box->font());
-    box->setFixedWidth(std::max({56, metrics.horizontalAdvance("327670") + 12, metrics.horizontalAdvance("Bugfix") + 12}));
+    box->setFixedWidth(
+        std::max({56, metrics.horizontalAdvance("327670") + 12, metrics.horizontalAdvance("Bugfix") + 12}));
     return box;
 }
 
@@ -294,7 +295,9 @@ void frmNav::BuildMenus() {
 }
 
 std::array<std::pair<QLineEdit*, VersionBox>, 3> frmNav::VersionBoxes() const {
-    return {{{txtMajorVersion, VersionBox::Major}, {txtMinorVersion, VersionBox::Minor}, {txtBugfix, VersionBox::Bugfix}}};
+    return {{{txtMajorVersion, VersionBox::Major},
+             {txtMinorVersion, VersionBox::Minor},
+             {txtBugfix, VersionBox::Bugfix}}};
 }
 
 std::array<std::pair<QRadioButton*, DbmsOption>, 4> frmNav::OptionButtons() const {
@@ -479,7 +482,8 @@ bool frmNav::VersionBoxKey(QLineEdit* box, const QKeyEvent& key) {
     const int code = key.key() == Qt::Key_Backspace ? 8 : key.text().at(0).unicode();
     if (code == '.') {  // discarded as any other key, but it leads on to the next box
         const auto boxes = VersionBoxes();
-        const auto at = std::find_if(boxes.begin(), boxes.end(), [&](const auto& b) { return b.first == box; });
+        const auto at =
+            std::find_if(boxes.begin(), boxes.end(), [&](const auto& b) { return b.first == box; });
         if (at + 1 != boxes.end()) {
             (at + 1)->first->setFocus(Qt::TabFocusReason);  // selects its text, so typing replaces it
         }
@@ -489,13 +493,15 @@ bool frmNav::VersionBoxKey(QLineEdit* box, const QKeyEvent& key) {
 
 bool frmNav::OptionButtonKey(QObject* button, const QKeyEvent& key) {
     const auto buttons = OptionButtons();
-    const auto at = std::find_if(buttons.begin(), buttons.end(), [&](const auto& b) { return b.first == button; });
+    const auto at =
+        std::find_if(buttons.begin(), buttons.end(), [&](const auto& b) { return b.first == button; });
     const bool back = key.key() == Qt::Key_Up || key.key() == Qt::Key_Left;
     const bool forward = key.key() == Qt::Key_Down || key.key() == Qt::Key_Right;
     if (at == buttons.end() || (!back && !forward)) {
         return false;
     }
-    const auto target = back ? (at == buttons.begin() ? at : at - 1) : (at + 1 == buttons.end() ? at : at + 1);
+    const auto target =
+        back ? (at == buttons.begin() ? at : at - 1) : (at + 1 == buttons.end() ? at : at + 1);
     target->first->setFocus(Qt::OtherFocusReason);
     Guarded([&, option = target->second] { OptionClick(state_, option); });
     return true;

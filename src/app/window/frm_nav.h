@@ -33,7 +33,7 @@ struct WindowServices {
     IEditorLauncher* editor = nullptr;            ///< null: the platform's editor
     LogonDialogPresenter* logonDialog = nullptr;  ///< null: the window's own logon dialog
     SysInfoLocator sysInfo = PlatformSysInfoLocator();
-    QSettings* settings = nullptr;  ///< where settings are remembered; null: nothing is
+    QSettings* settings = nullptr;     ///< where settings are remembered; null: nothing is
     std::function<void()> endProgram;  ///< called once shutdown is confirmed
 };
 
@@ -88,9 +88,9 @@ class frmNav final : public QMainWindow, public MainView {
     std::unique_ptr<IEditorLauncher> ownEditor_;
     bool shutdownConfirmed_ = false;
     int busyDepth_ = 0;
-    int actionDepth_ = 0;     // Guarded actions under way, nested ones included
-    bool busyShown_ = false;  // the hourglass showed during the current action
-    bool editingConnString_ = false;  // the model changes because of an edit in the box
+    int actionDepth_ = 0;                     // Guarded actions under way, nested ones included
+    bool busyShown_ = false;                  // the hourglass showed during the current action
+    bool editingConnString_ = false;          // the model changes because of an edit in the box
     std::string shownLog_ = "Status Window";  // the log's text before start-up empties it
 
     QTabWidget* SSTab1;
