@@ -70,13 +70,16 @@ QRadioButton* OptionButton(DbmsOption option, QWidget* parent, const char* name)
     return button;
 }
 
-// Wide enough for the largest number it takes and for the word of the caption under it.
+// Wide enough for the largest number it takes and for any word of the caption under the boxes.
 QLineEdit* NewVersionBox(QWidget* parent, const char* name) {
     auto* box = new QLineEdit(parent);
     box->setObjectName(name);
     const QFontMetrics metrics(box->font());
-    box->setFixedWidth(
-        std::max({56, metrics.horizontalAdvance("327670") + 12, metrics.horizontalAdvance("Bugfix") + 12}));
+    int width = std::max(56, metrics.horizontalAdvance("32767") + 16);
+    for (const QString& word : QString(window_text::kVersionLabel).split(' ', Qt::SkipEmptyParts)) {
+        width = std::max(width, metrics.horizontalAdvance(word) + 12);
+    }
+    box->setFixedWidth(width);
     return box;
 }
 
@@ -519,6 +522,9 @@ void frmNav::DropQueuedInput() {
 }
 
 void frmNav::Guarded(const std::function<void()>& action) {
+    if (actionDepth_ == 0) {
+        busyShown_ = false;  // the hourglass of start-up or of an earlier action does not count
+    }
     ++actionDepth_;
     try {
         action();
