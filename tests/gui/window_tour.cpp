@@ -1,5 +1,6 @@
 // Walks the main window through its four steps against a database and saves a picture of each tab, then
-// of the server-type tab at the window's minimum size, for the README. Run by scripts/screenshots.sh under a virtual X server.
+// of the server-type tab at the window's minimum size, for the README. Run by scripts/screenshots.sh under a
+// virtual X server.
 #include <QtTest>
 #include <QtWidgets>
 #include <iostream>
