@@ -1,87 +1,32 @@
 // Only keys are rewritten; values are copied byte for byte, so passwords with odd characters survive.
 #include "connection_string.h"
 
-#include <algorithm>
-#include <cctype>
+#include "connection_string_pairs.h"
 
 namespace tabvet {
-namespace {
-
-std::string NormalisedKey(std::string_view key) {
-    const auto begin = key.find_first_not_of(" \t");
-    if (begin == std::string_view::npos) {
-        return {};
-    }
-    const auto end = key.find_last_not_of(" \t");
-    std::string folded(key.substr(begin, end - begin + 1));
-    std::transform(folded.begin(), folded.end(), folded.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return folded;
-}
-
-// Length of the pair starting at `start`, up to and including its semicolon (if any). A value that
-// begins with "{" runs to the matching "}" ("}}" inside braces stands for one "}").
-std::size_t PairLength(std::string_view text, std::size_t start) {
-    std::size_t i = start;
-    const std::size_t equals = text.find('=', start);
-    const std::size_t semicolon = text.find(';', start);
-    if (equals == std::string_view::npos || (semicolon != std::string_view::npos && semicolon < equals)) {
-        // No "=" before the next separator: an empty or key-only piece.
-        return (semicolon == std::string_view::npos ? text.size() : semicolon + 1) - start;
-    }
-    i = equals + 1;
-    while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) {
-        ++i;
-    }
-    if (i < text.size() && text[i] == '{') {
-        ++i;
-        while (i < text.size()) {
-            if (text[i] == '}') {
-                if (i + 1 < text.size() && text[i + 1] == '}') {
-                    i += 2;
-                    continue;
-                }
-                ++i;
-                break;
-            }
-            ++i;
-        }
-    }
-    const std::size_t next = text.find(';', i);
-    return (next == std::string_view::npos ? text.size() : next + 1) - start;
-}
-
-}  // namespace
 
 std::string TranslateConnectionString(std::string_view connectionString) {
     std::string out;
     out.reserve(connectionString.size());
-    std::size_t pos = 0;
-    while (pos < connectionString.size()) {
-        const std::size_t length = PairLength(connectionString, pos);
-        const std::string_view pair = connectionString.substr(pos, length);
-        pos += length;
-        const std::size_t equals = pair.find('=');
-        const std::size_t semicolon = pair.find(';');
-        if (equals == std::string_view::npos || (semicolon != std::string_view::npos && semicolon < equals)) {
-            out += pair;
+    for (const ConnectionStringPair& pair : SplitConnectionString(connectionString)) {
+        if (!pair.isPair) {
+            out += pair.text;
             continue;
         }
-        const std::string key = NormalisedKey(pair.substr(0, equals));
-        const std::string_view rest = pair.substr(equals);  // "=value;" as written
-        if (key == "provider") {
+        if (pair.key == "provider") {
             continue;
         }
-        if (key == "user id") {
+        const std::size_t equals = pair.valueStart - 1;
+        if (pair.key == "user id") {
             out += "UID";
-        } else if (key == "password") {
+        } else if (pair.key == "password") {
             out += "PWD";
-        } else if (key == "data source") {
+        } else if (pair.key == "data source") {
             out += "DSN";
         } else {
-            out += pair.substr(0, equals);
+            out += pair.text.substr(0, equals);
         }
-        out += rest;
+        out += pair.text.substr(equals);  // "=value;" as written
     }
     return out;
 }

@@ -1,5 +1,6 @@
-// Walks the main window through its four steps against a database and saves a picture of each tab, for
-// the README. Run by scripts/screenshots.sh under a virtual X server.
+// Walks the main window through its four steps against a database and saves a picture of each tab, then
+// of the server-type tab at the window's minimum size, for the README. Run by scripts/screenshots.sh under a
+// virtual X server.
 #include <QtTest>
 #include <QtWidgets>
 #include <iostream>
@@ -48,6 +49,9 @@ int main(int argc, char** argv) {
     step(1, "cmdQueryType", "2-server-type.png");
     step(2, "cmdRun", "3-run-finished.png");
     step(3, "cmdCreateReport", "4-report.png");
+    // The tab that is most crowded, at the smallest size the window allows.
+    window.resize(window.minimumSize());
+    step(1, "cmdQueryType", "5-minimum-size.png");
     for (const std::string& line : ui.Lines()) {
         std::cerr << "tour: " << line << "\n";
     }

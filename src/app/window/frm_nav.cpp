@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
+#include <QSettings>
 #include <QSignalBlocker>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -28,21 +29,30 @@
 #include "qt_file_dialog.h"
 #include "qt_interaction.h"
 #include "session/connection_handling.h"
+#include "session/connection_string_box.h"
 #include "session/report_step.h"
 #include "session/run_step.h"
 #include "session/server_type_detection.h"
 #include "session/server_type_selection.h"
 #include "session/shutdown.h"
 #include "session/startup.h"
+#include "version_caption.h"
+#include "window_icon.h"
+#include "window_settings.h"
 #include "window_texts.h"
 
 namespace tabvet {
 namespace {
 
+// A wrapping label asks for the height of its text at its narrowest width: the layouts of a tab page do not
+// pass heights for widths on, and a label squeezed below its text's height pushes the controls under it
+// onto each other at the window's minimum size.
 QLabel* Instructions(const char* text, QWidget* parent, const char* name) {
     auto* label = new QLabel(text, parent);
     label->setObjectName(name);
     label->setWordWrap(true);
+    const int narrowest = label->fontMetrics().averageCharWidth() * 60;
+    label->setMinimumSize(narrowest, label->heightForWidth(narrowest));
     return label;
 }
 
@@ -60,11 +70,45 @@ QRadioButton* OptionButton(DbmsOption option, QWidget* parent, const char* name)
     return button;
 }
 
-QLineEdit* VersionBox(QWidget* parent, const char* name) {
+// Wide enough for the largest number it takes and for any word of the caption under the boxes.
+QLineEdit* NewVersionBox(QWidget* parent, const char* name) {
     auto* box = new QLineEdit(parent);
     box->setObjectName(name);
-    box->setMaximumWidth(56);
+    const QFontMetrics metrics(box->font());
+    int width = std::max(56, metrics.horizontalAdvance("32767") + 16);
+    for (const QString& word : QString(window_text::kVersionLabel).split(' ', Qt::SkipEmptyParts)) {
+        width = std::max(width, metrics.horizontalAdvance(word) + 12);
+    }
+    box->setFixedWidth(width);
     return box;
+}
+
+// The user input that a busy window must not replay later.
+bool IsUserInput(QEvent::Type type) {
+    switch (type) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+        case QEvent::ShortcutOverride:
+        case QEvent::Shortcut:
+        case QEvent::Wheel:
+        case QEvent::ContextMenu:
+        case QEvent::TouchBegin:
+        case QEvent::TouchUpdate:
+        case QEvent::TouchEnd:
+        case QEvent::Drop:
+        case QEvent::Close:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// The position in characters (not UTF-16 units) of `units` in `text`.
+std::size_t CharacterPosition(const QString& text, int units) {
+    return static_cast<std::size_t>(QStringView(text).left(units).toUcs4().size());
 }
 
 void SetText(QLineEdit* box, const std::string& text) {
@@ -80,8 +124,11 @@ frmNav::frmNav(MainState& state, WindowServices services, QWidget* parent)
     : QMainWindow(parent), state_(state), services_(std::move(services)) {
     setObjectName("frmNav");
     setWindowTitle(kApplicationTitle);
+    setWindowIcon(ApplicationIcon());
     SSTab1 = new QTabWidget(this);
     SSTab1->setObjectName("SSTab1");
+    SSTab1->setUsesScrollButtons(false);  // every tab's caption stays whole, also at the minimum size
+    SSTab1->setElideMode(Qt::ElideNone);
     SSTab1->addTab(BuildConnectTab(), window_text::kTabConnect);
     SSTab1->addTab(BuildServerTypeTab(), window_text::kTabServerType);
     SSTab1->addTab(BuildRunTab(), window_text::kTabRun);
@@ -91,6 +138,9 @@ frmNav::frmNav(MainState& state, WindowServices services, QWidget* parent)
     stsRunFeedback->setObjectName("stsRunFeedback");
     statusBar()->setObjectName("stsRunFeedbackBar");
     statusBar()->addWidget(stsRunFeedback, 1);
+    stsTarget = new QLabel(this);
+    stsTarget->setObjectName("stsTarget");
+    statusBar()->addPermanentWidget(stsTarget);
     BuildMenus();
 
     if (services_.fileDialog == nullptr) {
@@ -106,10 +156,12 @@ frmNav::frmNav(MainState& state, WindowServices services, QWidget* parent)
     }
     Wire();
     resize(640, 520);
+    qApp->installEventFilter(this);
     state_.AttachView(*this);
 }
 
 frmNav::~frmNav() {
+    qApp->removeEventFilter(this);
     state_.DetachView(*this);
     while (busyDepth_ > 0) {
         SetBusyPointer(false);
@@ -157,19 +209,24 @@ QWidget* frmNav::BuildServerTypeTab() {
     }
     auto* frmTesselVersion = new QGroupBox(window_text::kVersionFrame, page);
     frmTesselVersion->setObjectName("frmTesselVersion");
-    txtMajorVersion = VersionBox(frmTesselVersion, "txtMajorVersion");
-    txtMinorVersion = VersionBox(frmTesselVersion, "txtMinorVersion");
-    txtBugfix = VersionBox(frmTesselVersion, "txtBugfix");
-    lblVersion = new QLabel(window_text::kVersionLabel, frmTesselVersion);
+    txtMajorVersion = NewVersionBox(frmTesselVersion, "txtMajorVersion");
+    txtMinorVersion = NewVersionBox(frmTesselVersion, "txtMinorVersion");
+    txtBugfix = NewVersionBox(frmTesselVersion, "txtBugfix");
+    auto* caption = new VersionCaption(window_text::kVersionLabel, frmTesselVersion);
+    lblVersion = caption;
     lblVersion->setObjectName("lblVersion");
+    auto* firstDot = new QLabel(".", frmTesselVersion);
+    auto* secondDot = new QLabel(".", frmTesselVersion);
+    caption->SetColumns({txtMajorVersion, firstDot, txtMinorVersion, secondDot, txtBugfix});
     auto* versionLayout = new QGridLayout(frmTesselVersion);
     versionLayout->addWidget(txtMajorVersion, 0, 0);
-    versionLayout->addWidget(new QLabel(".", frmTesselVersion), 0, 1);
+    versionLayout->addWidget(firstDot, 0, 1);
     versionLayout->addWidget(txtMinorVersion, 0, 2);
-    versionLayout->addWidget(new QLabel(".", frmTesselVersion), 0, 3);
+    versionLayout->addWidget(secondDot, 0, 3);
     versionLayout->addWidget(txtBugfix, 0, 4);
     versionLayout->addWidget(lblVersion, 1, 0, 1, 5);
     versionLayout->setColumnStretch(5, 1);
+    versionLayout->setRowStretch(2, 1);
     cmdQueryType = Button(window_text::kQueryType, page, "cmdQueryType");
     auto* frames = new QHBoxLayout;
     frames->addWidget(frmDBMS);
@@ -240,6 +297,12 @@ void frmNav::BuildMenus() {
     connect(mnuAbout, &QAction::triggered, this, [this] { ShowAbout(); });
 }
 
+std::array<std::pair<QLineEdit*, VersionBox>, 3> frmNav::VersionBoxes() const {
+    return {{{txtMajorVersion, VersionBox::Major},
+             {txtMinorVersion, VersionBox::Minor},
+             {txtBugfix, VersionBox::Bugfix}}};
+}
+
 std::array<std::pair<QRadioButton*, DbmsOption>, 4> frmNav::OptionButtons() const {
     return {{{optOracle, DbmsOption::Oracle},
              {optInformix, DbmsOption::Informix},
@@ -249,7 +312,15 @@ std::array<std::pair<QRadioButton*, DbmsOption>, 4> frmNav::OptionButtons() cons
 
 void frmNav::Wire() {
     connect(txtConnString, &QLineEdit::textEdited, this, [this](const QString& text) {
-        Guarded([&] { ConnectionStringChanged(state_, text.toStdString()); });
+        const std::size_t cursor = CharacterPosition(text, txtConnString->cursorPosition());
+        editingConnString_ = true;
+        Guarded([&] { ShownConnectionStringEdited(state_, text.toStdString(), cursor); });
+        editingConnString_ = false;
+    });
+    connect(txtConnString, &QLineEdit::returnPressed, this, [this] {
+        if (cmdConnect->isEnabled()) {
+            cmdConnect->click();
+        }
     });
     connect(cmdConnect, &QPushButton::clicked, this,
             [this] { Guarded([&] { ConnectButtonClick(state_); }); });
@@ -258,17 +329,21 @@ void frmNav::Wire() {
     connect(cmdCanned, &QPushButton::clicked, this, [this] { Guarded([&] { CannedStringClick(state_); }); });
 
     for (const auto& [button, option] : OptionButtons()) {
+        button->installEventFilter(this);
         connect(button, &QRadioButton::clicked, this,
                 [this, option = option] { Guarded([&] { OptionClick(state_, option); }); });
     }
-    const std::pair<QLineEdit*, std::string MainState::*> boxes[] = {
-        {txtMajorVersion, &MainState::txtMajorVersion},
-        {txtMinorVersion, &MainState::txtMinorVersion},
-        {txtBugfix, &MainState::txtBugfix}};
-    for (const auto& [box, field] : boxes) {
+    for (const auto& [box, which] : VersionBoxes()) {
         box->installEventFilter(this);
-        connect(box, &QLineEdit::textEdited, this,
-                [this, field = field](const QString& text) { state_.*field = text.toStdString(); });
+        connect(box, &QLineEdit::textEdited, this, [this, box = box, which = which](const QString& text) {
+            const int grown = static_cast<int>(text.size()) - box->property("shown").toString().size();
+            const int cursor = box->cursorPosition();
+            bool taken = true;
+            Guarded([&] { taken = VersionBoxEdited(state_, which, text.toStdString()); });
+            if (!taken) {
+                box->setCursorPosition(std::max(0, cursor - grown));  // where it was before the refused edit
+            }
+        });
     }
     connect(cmdQueryType, &QPushButton::clicked, this, [this] { Guarded([&] { QueryDbmsType(state_); }); });
 
@@ -295,14 +370,18 @@ bool frmNav::Load() {
         shutdownConfirmed_ = true;
         return false;
     }
+    if (services_.settings != nullptr) {
+        RestoreWindowSettings(*services_.settings, state_, *this);
+    }
     Refresh();
+    txtConnString->setFocus();
     return true;
 }
 
 void frmNav::Refresh() {
     const QSignalBlocker blockConn(txtConnString);
-    SetText(txtConnString, state_.txtConnString);
     txtConnString->setEnabled(state_.txtConnStringEnabled);
+    ShowConnectionString();
     cmdConnect->setText(QString::fromStdString(state_.cmdConnectCaption));
     cmdConnect->setEnabled(state_.cmdConnectEnabled);
     cmdBuildString->setEnabled(state_.cmdBuildStringEnabled);
@@ -314,6 +393,9 @@ void frmNav::Refresh() {
     SetText(txtMajorVersion, state_.txtMajorVersion);
     SetText(txtMinorVersion, state_.txtMinorVersion);
     SetText(txtBugfix, state_.txtBugfix);
+    for (const auto& [box, which] : VersionBoxes()) {
+        box->setProperty("shown", box->text());  // the text before the user's next edit
+    }
     cmdQueryType->setEnabled(state_.cmdQueryTypeEnabled);
     cmdRun->setEnabled(state_.cmdRunEnabled);
 
@@ -344,11 +426,26 @@ void frmNav::StatusLogChanged() {
 void frmNav::StatusBarChanged() {
     stsRunFeedback->setText(QString::fromStdString(state_.stsRunFeedback));
     stsRunFeedback->repaint();
+    stsTarget->setText(QString::fromStdString(ConnectedTargetText(state_)));
+}
+
+// Passwords masked. An edit in the box keeps its cursor; otherwise, and while connected, the string's
+// beginning shows, where driver and server are.
+void frmNav::ShowConnectionString() {
+    const QString shown = QString::fromStdString(ShownConnectionString(state_));
+    if (txtConnString->text() != shown) {
+        const int cursor = txtConnString->cursorPosition();
+        txtConnString->setText(shown);
+        txtConnString->setCursorPosition(editingConnString_ ? cursor : 0);
+    } else if (!txtConnString->isEnabled()) {
+        txtConnString->setCursorPosition(0);
+    }
 }
 
 void frmNav::SetBusyPointer(bool busy) {
     if (busy) {
         ++busyDepth_;
+        busyShown_ = true;
         QApplication::setOverrideCursor(Qt::WaitCursor);
     } else if (busyDepth_ > 0) {
         --busyDepth_;
@@ -361,22 +458,74 @@ void frmNav::ProcessPendingEvents() {
 }
 
 bool frmNav::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::KeyPress &&
-        (watched == txtMajorVersion || watched == txtMinorVersion || watched == txtBugfix)) {
-        const auto* key = static_cast<QKeyEvent*>(event);
-        // Only keys that type a character are filtered; moving the cursor and deleting stay possible.
-        if (!key->text().isEmpty() && key->key() != Qt::Key_Delete && key->key() != Qt::Key_Tab &&
-            key->key() != Qt::Key_Backtab) {
-            const int code = key->key() == Qt::Key_Backspace ? 8 : key->text().at(0).unicode();
-            if (!VersionKeyPasses(code)) {
+    if (IsInputDuringAction(watched, *event)) {
+        return true;
+    }
+    if (event->type() == QEvent::KeyPress) {
+        const auto& key = static_cast<const QKeyEvent&>(*event);
+        for (const auto& [box, which] : VersionBoxes()) {
+            if (watched == box && VersionBoxKey(box, key)) {
                 return true;
             }
+        }
+        if (OptionButtonKey(watched, key)) {
+            return true;
         }
     }
     return QMainWindow::eventFilter(watched, event);
 }
 
+bool frmNav::VersionBoxKey(QLineEdit* box, const QKeyEvent& key) {
+    // Only keys that type a character are filtered; moving the cursor, deleting and the editing shortcuts
+    // (paste among them: what it inserts is checked as a whole) stay possible.
+    if (key.text().isEmpty() || key.key() == Qt::Key_Delete || key.key() == Qt::Key_Tab ||
+        key.key() == Qt::Key_Backtab || (key.modifiers() & (Qt::ControlModifier | Qt::MetaModifier)) != 0) {
+        return false;
+    }
+    const int code = key.key() == Qt::Key_Backspace ? 8 : key.text().at(0).unicode();
+    if (code == '.') {  // discarded as any other key, but it leads on to the next box
+        const auto boxes = VersionBoxes();
+        const auto at =
+            std::find_if(boxes.begin(), boxes.end(), [&](const auto& b) { return b.first == box; });
+        if (at + 1 != boxes.end()) {
+            (at + 1)->first->setFocus(Qt::TabFocusReason);  // selects its text, so typing replaces it
+        }
+    }
+    return !VersionKeyPasses(code);
+}
+
+bool frmNav::OptionButtonKey(QObject* button, const QKeyEvent& key) {
+    const auto buttons = OptionButtons();
+    const auto at =
+        std::find_if(buttons.begin(), buttons.end(), [&](const auto& b) { return b.first == button; });
+    const bool back = key.key() == Qt::Key_Up || key.key() == Qt::Key_Left;
+    const bool forward = key.key() == Qt::Key_Down || key.key() == Qt::Key_Right;
+    if (at == buttons.end() || (!back && !forward)) {
+        return false;
+    }
+    const auto target =
+        back ? (at == buttons.begin() ? at : at - 1) : (at + 1 == buttons.end() ? at : at + 1);
+    target->first->setFocus(Qt::OtherFocusReason);
+    Guarded([&, option = target->second] { OptionClick(state_, option); });
+    return true;
+}
+
+bool frmNav::IsInputDuringAction(QObject* receiver, const QEvent& event) const {
+    if (actionDepth_ == 0 || !IsUserInput(event.type()) || !receiver->isWidgetType()) {
+        return false;
+    }
+    return static_cast<const QWidget*>(receiver)->window() == this;
+}
+
+void frmNav::DropQueuedInput() {
+    QCoreApplication::processEvents(QEventLoop::AllEvents);
+}
+
 void frmNav::Guarded(const std::function<void()>& action) {
+    if (actionDepth_ == 0) {
+        busyShown_ = false;  // the hourglass of start-up or of an earlier action does not count
+    }
+    ++actionDepth_;
     try {
         action();
     } catch (const RuntimeError& e) {
@@ -386,8 +535,16 @@ void frmNav::Guarded(const std::function<void()>& action) {
         // For instance a report file that could not be written completely: the message names file and reason.
         state_.Ui().ShowMessage(e.what(), "Unexpected error", MsgButtons::Ok, MsgIcon::Critical);
     }
+    if (actionDepth_ == 1 && busyShown_) {
+        DropQueuedInput();  // clicks and keys that arrived during a long action must not act afterwards
+        busyShown_ = false;
+    }
+    --actionDepth_;
     while (busyDepth_ > 0) {
         SetBusyPointer(false);  // an interrupted operation must not leave the hourglass behind
+    }
+    if (services_.settings != nullptr) {
+        StoreSessionSettings(*services_.settings, state_);
     }
     Refresh();
 }
@@ -396,6 +553,9 @@ void frmNav::RequestShutdown() {
     Guarded([&] {
         ProcessShutdownRequest(state_, [this] {
             shutdownConfirmed_ = true;
+            if (services_.settings != nullptr) {
+                StoreWindowGeometry(*services_.settings, *this);
+            }
             if (services_.endProgram) {
                 services_.endProgram();
             }

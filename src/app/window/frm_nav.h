@@ -13,8 +13,11 @@
 #include "session/file_dialog.h"
 #include "session/main_state.h"
 #include "session/odbc_logon.h"
+#include "session/version_box_input.h"
 
 class QCheckBox;
+class QKeyEvent;
+class QSettings;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
@@ -30,6 +33,7 @@ struct WindowServices {
     IEditorLauncher* editor = nullptr;            ///< null: the platform's editor
     LogonDialogPresenter* logonDialog = nullptr;  ///< null: the window's own logon dialog
     SysInfoLocator sysInfo = PlatformSysInfoLocator();
+    QSettings* settings = nullptr;     ///< where settings are remembered; null: nothing is
     std::function<void()> endProgram;  ///< called once shutdown is confirmed
 };
 
@@ -67,6 +71,16 @@ class frmNav final : public QMainWindow, public MainView {
     void ShowAbout();
     /// The four option buttons with their options, in the order the window shows them.
     std::array<std::pair<QRadioButton*, DbmsOption>, 4> OptionButtons() const;
+    /// The three version boxes with the session's names for them, in order.
+    std::array<std::pair<QLineEdit*, VersionBox>, 3> VersionBoxes() const;
+    bool VersionBoxKey(QLineEdit* box, const QKeyEvent& key);
+    bool OptionButtonKey(QObject* button, const QKeyEvent& key);
+    /// True for user input aimed at this window while one of its actions runs: such input is dropped,
+    /// never replayed once the action is over.
+    bool IsInputDuringAction(QObject* receiver, const QEvent& event) const;
+    /// Lets the input that queued up during a long action arrive now, to be dropped.
+    void DropQueuedInput();
+    void ShowConnectionString();
 
     MainState& state_;
     WindowServices services_;
@@ -74,6 +88,9 @@ class frmNav final : public QMainWindow, public MainView {
     std::unique_ptr<IEditorLauncher> ownEditor_;
     bool shutdownConfirmed_ = false;
     int busyDepth_ = 0;
+    int actionDepth_ = 0;                     // Guarded actions under way, nested ones included
+    bool busyShown_ = false;                  // the hourglass showed during the current action
+    bool editingConnString_ = false;          // the model changes because of an edit in the box
     std::string shownLog_ = "Status Window";  // the log's text before start-up empties it
 
     QTabWidget* SSTab1;
@@ -97,6 +114,7 @@ class frmNav final : public QMainWindow, public MainView {
     QPlainTextEdit* rtbStatus;
     QPushButton* cmdClearRunStatus;
     QLabel* stsRunFeedback;
+    QLabel* stsTarget;
     QLabel* lblCreateReportNote;
     QCheckBox* chkOnlyReportFailures;
     QPushButton* cmdCreateReport;

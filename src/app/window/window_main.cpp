@@ -2,20 +2,25 @@
 #include "window_main.h"
 
 #include <QApplication>
+#include <QSettings>
 
 #include "db/odbc_connection.h"
 #include "frm_nav.h"
 #include "qt_interaction.h"
+#include "window_icon.h"
 
 namespace tabvet {
 
 int RunWindow(int& argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(kApplicationTitle);
+    QApplication::setWindowIcon(ApplicationIcon());
+    QSettings settings("tabvet", "tabvet");  // the platform's usual store: a file, or the registry
     QtInteraction ui;
     MainState state(ui, NewOdbcConnection);
     WindowServices services;
     services.endProgram = [] { QCoreApplication::exit(0); };
+    services.settings = &settings;
     frmNav window(state, std::move(services));
     ui.SetParent(&window);
     if (!window.Load()) {
