@@ -51,11 +51,10 @@ std::size_t PairLength(std::string_view text, std::size_t start) {
     return (next == std::string_view::npos ? text.size() : next + 1) - start;
 }
 
-}  // namespace
-
-std::string TranslateConnectionString(std::string_view connectionString) {
-    std::string out;
-    out.reserve(connectionString.size());
+// Calls `visit(key, pair, equals)` for each piece of the string that is a pair ("key=value;"), in order, and
+// `visit("", piece, npos)` for each piece that is not.
+template <typename Visit>
+void ForEachPair(std::string_view connectionString, Visit visit) {
     std::size_t pos = 0;
     while (pos < connectionString.size()) {
         const std::size_t length = PairLength(connectionString, pos);
@@ -64,13 +63,39 @@ std::string TranslateConnectionString(std::string_view connectionString) {
         const std::size_t equals = pair.find('=');
         const std::size_t semicolon = pair.find(';');
         if (equals == std::string_view::npos || (semicolon != std::string_view::npos && semicolon < equals)) {
-            out += pair;
-            continue;
+            visit(std::string(), pair, std::string_view::npos);
+        } else {
+            visit(NormalisedKey(pair.substr(0, equals)), pair, equals);
         }
-        const std::string key = NormalisedKey(pair.substr(0, equals));
-        const std::string_view rest = pair.substr(equals);  // "=value;" as written
+    }
+}
+
+}  // namespace
+
+bool HasPassword(std::string_view connectionString) {
+    bool found = false;
+    ForEachPair(connectionString, [&](const std::string& key, std::string_view pair, std::size_t equals) {
+        if (key == "pwd" || key == "password") {
+            std::string_view value = pair.substr(equals + 1);
+            if (!value.empty() && value.back() == ';') {
+                value.remove_suffix(1);
+            }
+            found = found || value.find_first_not_of(" \t{}") != std::string_view::npos;
+        }
+    });
+    return found;
+}
+
+std::string TranslateConnectionString(std::string_view connectionString) {
+    std::string out;
+    out.reserve(connectionString.size());
+    ForEachPair(connectionString, [&](const std::string& key, std::string_view pair, std::size_t equals) {
+        if (equals == std::string_view::npos) {
+            out += pair;
+            return;
+        }
         if (key == "provider") {
-            continue;
+            return;
         }
         if (key == "user id") {
             out += "UID";
@@ -81,8 +106,8 @@ std::string TranslateConnectionString(std::string_view connectionString) {
         } else {
             out += pair.substr(0, equals);
         }
-        out += rest;
-    }
+        out += pair.substr(equals);  // "=value;" as written
+    });
     return out;
 }
 
