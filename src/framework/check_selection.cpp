@@ -26,8 +26,9 @@ std::string Trimmed(const std::string& text) {
 // The positions one entry names; none when it names no test.
 std::set<std::int16_t> Named(const clsAdoTestCollection& catalogue, const std::string& entry) {
     std::set<std::int16_t> positions;
-    const bool digits = !entry.empty() && entry.size() <= 5 &&
-                        std::all_of(entry.begin(), entry.end(), [](unsigned char c) { return std::isdigit(c); });
+    const bool digits =
+        !entry.empty() && entry.size() <= 5 &&
+        std::all_of(entry.begin(), entry.end(), [](unsigned char c) { return std::isdigit(c); });
     const std::string folded = Folded(entry);
     for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
         const IAdoTest& test = *catalogue.Item(i);
@@ -97,7 +98,8 @@ std::string AcceptedVersionsText(const IAdoTest& test) {
         }
         const std::string m = std::to_string(major);
         std::string part;
-        const bool toTheEnd = minors.back() == kHighest && minors.size() == std::size_t(kHighest - minors[0] + 1);
+        const bool toTheEnd =
+            minors.back() == kHighest && minors.size() == std::size_t(kHighest - minors[0] + 1);
         if (toTheEnd && minors[0] == 0) {
             part = m + ".x";
         } else if (toTheEnd) {

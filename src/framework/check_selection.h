@@ -1,4 +1,5 @@
-// Which tests of the catalogue the user chose for a run: positions, names or categories, to keep or leave out.
+// Which tests of the catalogue the user chose for a run: positions, names or categories, to keep or leave
+// out.
 #pragma once
 
 #include <cstdint>

@@ -10,10 +10,10 @@ namespace tabvet {
 
 /// Why a test of the catalogue did not run in a run.
 enum class NotRunReason {
-    Disabled,  ///< its Enabled flag is off
-    Version,   ///< it does not apply to the Tessel version
-    Dbms,      ///< it does not apply to the DBMS
-    Aborted,   ///< it applied, but an earlier test ended the run
+    Disabled,    ///< its Enabled flag is off
+    Version,     ///< it does not apply to the Tessel version
+    Dbms,        ///< it does not apply to the DBMS
+    Aborted,     ///< it applied, but an earlier test ended the run
     Deselected,  ///< it applied, but the user left it out of this run
     Stopped,     ///< it applied, but the run was stopped before it
 };
@@ -48,7 +48,7 @@ struct RunRecord {
     std::string finished;            ///< likewise; when it ended early, the moment it ended
     std::vector<TestOutcome> tests;  ///< by catalogue position: element 0 is position 1
     RunEnd end = RunEnd::Completed;
-    std::optional<std::string> error;  ///< the error that ended the run, as the user is told it
+    std::optional<std::string> error;       ///< the error that ended the run, as the user is told it
     std::optional<std::string> stopReason;  ///< when stopped: why, as the user is told it
 };
 

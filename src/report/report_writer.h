@@ -16,8 +16,8 @@ namespace tabvet {
 struct ReportContents {
     const clsAdoTestCollection* catalogue = nullptr;  ///< null: no test to report, the summary shows zeros
     RunTarget target;
-    bool onlyFailures = false;  ///< passed tests are counted but not listed
-    std::string generated;      ///< the local date and time the report says it was made
+    bool onlyFailures = false;              ///< passed tests are counted but not listed
+    std::string generated;                  ///< the local date and time the report says it was made
     std::optional<std::string> stopReason;  ///< the run was stopped before its end: why (a summary line)
 };
 

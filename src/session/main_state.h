@@ -75,9 +75,9 @@ class MainState final : public TestEnvironment {
     bool cmdRunEnabled = false;
     std::string rtbStatus;
     std::string stsRunFeedback;
-    RunRecord lastRun;  // what the last run did with each test, for the results file
+    RunRecord lastRun;              // what the last run did with each test, for the results file
     CheckSelection checkSelection;  // the tests a run leaves out although they apply: none in the window
-    RunStop runStop;  // a stop another thread may ask for; it watches the open connection
+    RunStop runStop;                // a stop another thread may ask for; it watches the open connection
 
     // "Create Report"
     bool chkOnlyReportFailures = false;

@@ -36,8 +36,8 @@ constexpr const char* kPassword = "unattended-secret-4711";  // the cluster trus
 
 const PgCluster& Cluster() {
     static const bool built = [] {
-        PgCluster::Shared().CreateDatabase(kDatabase,
-                                           {"tessel_schema.sql", "oracle_dictionary.sql", "demo/demo_schema.sql"});
+        PgCluster::Shared().CreateDatabase(
+            kDatabase, {"tessel_schema.sql", "oracle_dictionary.sql", "demo/demo_schema.sql"});
         return true;
     }();
     static_cast<void>(built);
@@ -63,19 +63,22 @@ class LayersLock {
     LayersLock()
         : holder_([] {
               try {
-                  Cluster().Execute(kDatabase, "LOCK TABLE tsl.layers IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(120)");
+                  Cluster().Execute(kDatabase,
+                                    "LOCK TABLE tsl.layers IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(120)");
               } catch (const std::exception&) {
                   // Ended by the destructor.
               }
           }) {
         WaitUntil([] {
-            return Query("SELECT count(*) FROM pg_locks l JOIN pg_class c ON c.oid = l.relation WHERE "
-                         "c.relname = 'layers' AND l.mode = 'AccessExclusiveLock' AND l.granted") == "1";
+            return Query(
+                       "SELECT count(*) FROM pg_locks l JOIN pg_class c ON c.oid = l.relation WHERE "
+                       "c.relname = 'layers' AND l.mode = 'AccessExclusiveLock' AND l.granted") == "1";
         });
     }
     ~LayersLock() {
-        Query("SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE 'LOCK TABLE%' "
-              "AND pid <> pg_backend_pid()");
+        Query(
+            "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE 'LOCK TABLE%' "
+            "AND pid <> pg_backend_pid()");
         holder_.join();
     }
     static std::string Query(const std::string& sql) { return Cluster().QueryValue(kDatabase, sql); }
@@ -141,11 +144,23 @@ struct BlockedCase {
 
 TEST(Unattended, ABlockedStatementEndsByItsTimeoutTheTimeLimitOrSigtermAndNothingCompletedIsLost) {
     const BlockedCase cases[] = {
-        {"statement timeout", {"--statement-timeout", "1"}, false, 1,
-         "canceling statement due to statement timeout", nullptr},
-        {"time limit", {"--statement-timeout", "0", "--time-limit", "2"}, false, 4,
-         "canceling statement due to user request", "time limit of 2 seconds reached"},
-        {"SIGTERM", {"--statement-timeout", "0"}, true, 4, "canceling statement due to user request",
+        {"statement timeout",
+         {"--statement-timeout", "1"},
+         false,
+         1,
+         "canceling statement due to statement timeout",
+         nullptr},
+        {"time limit",
+         {"--statement-timeout", "0", "--time-limit", "2"},
+         false,
+         4,
+         "canceling statement due to user request",
+         "time limit of 2 seconds reached"},
+        {"SIGTERM",
+         {"--statement-timeout", "0"},
+         true,
+         4,
+         "canceling statement due to user request",
          "SIGTERM received"},
     };
     for (const BlockedCase& c : cases) {
@@ -153,9 +168,12 @@ TEST(Unattended, ABlockedStatementEndsByItsTimeoutTheTimeLimitOrSigtermAndNothin
         const TempFolder folder;
         WriteBytes(folder.File("connect"), ConnectionString() + "\n");
         chmod(folder.File("connect").c_str(), 0600);
-        std::vector<std::string> args{"--connect-file", folder.File("connect"), "--dbms", "oracle",
-                                      "--tessel-version", "9.0.0", "--check", "1,2,4",
-                                      "--report", folder.File("report.txt"), "--json", folder.File("r.json")};
+        std::vector<std::string> args{"--connect-file",   folder.File("connect"),
+                                      "--dbms",           "oracle",
+                                      "--tessel-version", "9.0.0",
+                                      "--check",          "1,2,4",
+                                      "--report",         folder.File("report.txt"),
+                                      "--json",           folder.File("r.json")};
         args.insert(args.end(), c.options.begin(), c.options.end());
         const LayersLock lock;
         const pid_t pid = Start(args, folder);
@@ -189,7 +207,8 @@ TEST(Unattended, ABlockedStatementEndsByItsTimeoutTheTimeLimitOrSigtermAndNothin
         EXPECT_NE(json.find("\"stopReason\": \"" + reason + "\""), std::string::npos) << json;
         EXPECT_NE(JsonEntry(json, 4).find("\"notRunReason\": \"stopped\""), std::string::npos) << json;
         EXPECT_NE(report.find("-- Total tests run: 2\r\n"), std::string::npos) << report;
-        EXPECT_NE(report.find("-- Run stopped before its end: " + reason + "\r\n"), std::string::npos) << report;
+        EXPECT_NE(report.find("-- Run stopped before its end: " + reason + "\r\n"), std::string::npos)
+            << report;
         EXPECT_NE(err.find("tabvet: the run was stopped: " + reason + "\n"), std::string::npos) << err;
         EXPECT_NE(ReadBytes(folder.File("out")).find("Test run stopped at "), std::string::npos);
     }
@@ -251,7 +270,8 @@ TEST(Unattended, ASecondSignalEndsTheProgramAtOnce) {
 TEST(Unattended, ChosenChecksSendOnlyTheirStatements) {
     const std::pair<std::string, std::string> cases[] = {
         {"--check=layers table existence, 1",
-         "SELECT major, minor, bugfix, release, description FROM TSL.VERSION\nSELECT table_name FROM TSL.LAYERS\n"},
+         "SELECT major, minor, bugfix, release, description FROM TSL.VERSION\nSELECT table_name FROM "
+         "TSL.LAYERS\n"},
         {"--skip=Referential Integrity,index analysis,1", "SELECT table_name FROM TSL.LAYERS\n"},
     };
     for (const auto& [choice, statements] : cases) {

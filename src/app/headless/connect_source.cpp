@@ -28,7 +28,8 @@ std::optional<std::string> ReadConnectionFile(const std::string& path, std::ostr
     struct stat info {};
     if (::stat(path.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) {
         const int why = S_ISDIR(info.st_mode) ? EISDIR : errno;
-        err << "tabvet: cannot read the connection file '" << path << "': " << std::strerror(why) << std::endl;
+        err << "tabvet: cannot read the connection file '" << path << "': " << std::strerror(why)
+            << std::endl;
         return std::nullopt;
     }
     errno = 0;
@@ -59,7 +60,8 @@ bool ResolveConnectionString(HeadlessOptions& options, std::istream& in,
             }
             return true;
         case ConnectSource::StandardInput:
-            options.connect = std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+            options.connect =
+                std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
             from = "standard input";
             break;
         case ConnectSource::File: {

@@ -45,9 +45,8 @@ std::optional<unsigned> ParseSeconds(const std::string& text) {
 
 // Options that take a value, and those that take none.
 const std::set<std::string> kValueOptions = {
-    "--connect", "--connect-file", "--dbms",          "--tessel-version",    "--database",   "--report",
-    "--json",    "--check",        "--skip",          "--login-timeout",     "--statement-timeout",
-    "--time-limit"};
+    "--connect", "--connect-file", "--dbms", "--tessel-version", "--database",          "--report",
+    "--json",    "--check",        "--skip", "--login-timeout",  "--statement-timeout", "--time-limit"};
 const std::set<std::string> kFlagOptions = {"--help", "--version", "--only-failures", "--list-checks"};
 
 // A value that is not for a named option: said back to the user, unless it gives a password.
@@ -110,8 +109,8 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, boo
             if (value) {
                 return {std::nullopt, "option " + name + " takes no value"};
             }
-            bool& flag = name == "--help"      ? options.help
-                         : name == "--version" ? options.version
+            bool& flag = name == "--help"          ? options.help
+                         : name == "--version"     ? options.version
                          : name == "--list-checks" ? options.listChecks
                                                    : options.onlyFailures;
             flag = true;
@@ -160,8 +159,8 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, boo
         } else if (name == "--login-timeout" || name == "--statement-timeout" || name == "--time-limit") {
             const std::optional<unsigned> seconds = ParseSeconds(*value);
             if (!seconds) {
-                return {std::nullopt, name + " must be a whole number of seconds, 0 for no limit (got '" +
-                                          *value + "')"};
+                return {std::nullopt,
+                        name + " must be a whole number of seconds, 0 for no limit (got '" + *value + "')"};
             }
             if (name == "--time-limit") {
                 options.timeLimit = *seconds;

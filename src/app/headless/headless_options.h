@@ -20,14 +20,14 @@ enum class ConnectSource {
 struct HeadlessOptions {
     std::string connect;  ///< the string itself once known (from the argument at once, else when read)
     ConnectSource connectSource = ConnectSource::Argument;
-    std::string connectFile;  ///< with ConnectSource::File
+    std::string connectFile;         ///< with ConnectSource::File
     std::optional<DbmsOption> dbms;  ///< absent: read from the database
     /// Major, minor and bugfix as they go into the three version boxes; absent: read from the database.
     std::optional<std::vector<std::string>> tesselVersion;
     std::optional<std::string> database;
-    std::optional<std::string> report;  ///< text report file, replaced without asking
-    bool onlyFailures = false;          ///< the "only failures" check box
-    std::optional<std::string> json;    ///< machine-readable results file
+    std::optional<std::string> report;         ///< text report file, replaced without asking
+    bool onlyFailures = false;                 ///< the "only failures" check box
+    std::optional<std::string> json;           ///< machine-readable results file
     std::optional<unsigned> loginTimeout;      ///< seconds, 0 no limit; absent: the default
     std::optional<unsigned> statementTimeout;  ///< seconds, 0 no limit; absent: the default
     unsigned timeLimit = 0;                    ///< seconds for the whole run, 0 no limit
@@ -47,7 +47,8 @@ struct ParsedArguments {
 /// option given twice, an unknown option or a missing value is an error. A separate value cannot start
 /// with "--" (that is the next option); "--name=--value" can. Without --connect or --connect-file the string
 /// comes from the environment, which `connectInEnvironment` says holds one.
-ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, bool connectInEnvironment = false);
+ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args,
+                                       bool connectInEnvironment = false);
 
 /// The usage text printed by --help and after a bad argument.
 std::string HeadlessUsage();

@@ -176,8 +176,9 @@ int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
 
 int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
     const char* environment = std::getenv(kConnectEnvironmentVariable);
-    const std::optional<std::string> fromEnvironment =
-        environment != nullptr && *environment != '\0' ? std::optional<std::string>(environment) : std::nullopt;
+    const std::optional<std::string> fromEnvironment = environment != nullptr && *environment != '\0'
+                                                           ? std::optional<std::string>(environment)
+                                                           : std::nullopt;
     const ParsedArguments parsed = ParseHeadlessArguments(args, fromEnvironment.has_value());
     if (!parsed.options) {
         err << "tabvet: " << parsed.error << "\n" << HeadlessUsage();
