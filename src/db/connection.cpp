@@ -9,7 +9,13 @@ namespace tabvet {
 
 bool Connection::Open(const std::string& connectionString) {
     errors_.Clear();
+    cancelled_ = false;
     return DoOpen(connectionString);
+}
+
+void Connection::Cancel() {
+    cancelled_ = true;
+    DoCancel();
 }
 
 bool Connection::Query(const std::string& sql, ResultTable& out) {
@@ -20,6 +26,10 @@ bool Connection::Query(const std::string& sql, ResultTable& out) {
             {errnum::kConnectionNotUsable,
              "The connection cannot be used to perform this operation. It is either closed or invalid "
              "in this context."});
+        return false;
+    }
+    if (cancelled_) {
+        errors_.Add({kStatementCancelledNumber, kStatementCancelledText});
         return false;
     }
     if (!IsSingleStatement(sql)) {

@@ -5,6 +5,17 @@
 
 namespace tabvet {
 
+bool HasPassword(std::string_view connectionString) {
+    for (const ConnectionStringPair& pair : SplitConnectionString(connectionString)) {
+        if (pair.isPair && (pair.key == "pwd" || pair.key == "password") &&
+            pair.text.substr(pair.valueStart, pair.valueEnd - pair.valueStart).find_first_not_of(" \t{}") !=
+                std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::string TranslateConnectionString(std::string_view connectionString) {
     std::string out;
     out.reserve(connectionString.size());

@@ -12,4 +12,8 @@ namespace tabvet {
 /// without a closing semicolon is still a pair.
 std::string TranslateConnectionString(std::string_view connectionString);
 
+/// True when the string gives a password: a PWD or Password pair (any letter case) with a value that is not
+/// empty.
+bool HasPassword(std::string_view connectionString);
+
 }  // namespace tabvet

@@ -115,6 +115,10 @@ bool OdbcConnection::DoOpen(const std::string& connectionString) {
     if (!dbc_.Allocate(env_).Succeeded(Errors())) {
         return false;
     }
+    // A driver that does not support the attribute connects without a limit, as it always has.
+    (void)TABVET_ODBC(SQLSetConnectAttrW, dbc_, SQL_ATTR_LOGIN_TIMEOUT,
+                      reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(Timeouts().loginSeconds)),
+                      SQL_IS_UINTEGER);
     SQLWCHAR unused[8];
     SQLSMALLINT unusedLength = 0;
     if (!TABVET_ODBC(SQLDriverConnectW, dbc_, nullptr, wide.data(), static_cast<SQLSMALLINT>(wide.size()),
@@ -129,7 +133,10 @@ bool OdbcConnection::DoOpen(const std::string& connectionString) {
 }
 
 void OdbcConnection::Close() {
-    stmt_.Reset();  // before the disconnect, which would free it behind our back
+    {
+        const std::lock_guard lock(stmtMutex_);
+        stmt_.Reset();  // before the disconnect, which would free it behind our back
+    }
     if (connected_) {
         // A failing disconnect still leaves us closed: the handles go next, and nothing is left to retry.
         (void)TABVET_ODBC(SQLDisconnect, dbc_);
@@ -142,16 +149,23 @@ void OdbcConnection::Close() {
 
 bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
     if (!stmt_) {
+        const std::lock_guard lock(stmtMutex_);
         if (!stmt_.Allocate(dbc_).Succeeded(Errors())) {
             return false;
         }
+        // A driver that does not support the attribute runs statements without a limit, as it always has.
+        (void)TABVET_ODBC(SQLSetStmtAttrW, stmt_, SQL_ATTR_QUERY_TIMEOUT,
+                          reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(Timeouts().statementSeconds)),
+                          SQL_IS_UINTEGER);
         cellBuffer_.resize(kCellBufferUnits);
     }
     const CursorCloser closer(stmt_);
     OdbcWideString wide = ToOdbcWide(sql);
-    if (!TABVET_ODBC(SQLExecDirectW, stmt_, SentStatement{sql, wide.data()},
-                     static_cast<SQLINTEGER>(wide.size()))
-             .Succeeded(Errors())) {
+    executing_ = true;
+    const OdbcResult executed = TABVET_ODBC(SQLExecDirectW, stmt_, SentStatement{sql, wide.data()},
+                                            static_cast<SQLINTEGER>(wide.size()));
+    executing_ = false;
+    if (!executed.Succeeded(Errors())) {
         return false;
     }
     SQLSMALLINT columns = 0;
@@ -188,6 +202,14 @@ bool OdbcConnection::DoQuery(const std::string& sql, ResultTable& out) {
         }
     }
     return true;
+}
+
+void OdbcConnection::DoCancel() {
+    const std::lock_guard lock(stmtMutex_);
+    if (stmt_ && executing_) {
+        // A cancel that fails leaves the statement to end by itself; Connection refuses the ones after it.
+        (void)TABVET_ODBC(SQLCancel, stmt_);
+    }
 }
 
 }  // namespace tabvet

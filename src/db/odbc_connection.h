@@ -1,7 +1,9 @@
 // The real connection: ODBC through the platform's driver manager.
 #pragma once
 
+#include <atomic>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -10,7 +12,7 @@
 
 namespace tabvet {
 
-/// A connection over ODBC. No connection attribute is set: timeouts, cursor library and access mode stay
+/// A connection over ODBC. Only the login and query timeouts are set; cursor library and access mode stay
 /// the driver's defaults.
 class OdbcConnection final : public Connection {
   public:
@@ -23,6 +25,7 @@ class OdbcConnection final : public Connection {
   protected:
     bool DoOpen(const std::string& connectionString) override;
     bool DoQuery(const std::string& sql, ResultTable& out) override;
+    void DoCancel() override;
 
   private:
     // Declared in this order so that the statement handle is freed before its connection, and the connection
@@ -32,6 +35,11 @@ class OdbcConnection final : public Connection {
     // One statement handle serves every query: each query reads its rows completely and closes its cursor
     // before it returns, and allocating a handle costs the driver more than a small statement does.
     StmtHandle stmt_;
+    // Held while the statement handle is made or freed, and by a cancel from another thread, so that a
+    // cancel never reaches a handle being freed. The statement itself runs without it.
+    std::mutex stmtMutex_;
+    // True while the driver executes a statement: only then is there something to cancel.
+    std::atomic<bool> executing_ = false;
     // Where cells are read into; it keeps the size of the longest cell so far, not the cells.
     std::vector<SQLWCHAR> cellBuffer_;
     bool connected_ = false;

@@ -1,4 +1,4 @@
-// A run that ended early is an error whatever the tests before gave.
+// A run that ended early is stopped or an error whatever the tests before gave.
 #include "run_record.h"
 
 #include <algorithm>
@@ -6,6 +6,9 @@
 namespace tabvet {
 
 RunOutcome OutcomeOf(const RunRecord& record) {
+    if (record.end == RunEnd::Stopped) {
+        return RunOutcome::Stopped;
+    }
     if (record.end != RunEnd::Completed) {
         return RunOutcome::Error;
     }

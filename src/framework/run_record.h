@@ -10,10 +10,12 @@ namespace tabvet {
 
 /// Why a test of the catalogue did not run in a run.
 enum class NotRunReason {
-    Disabled,  ///< its Enabled flag is off
-    Version,   ///< it does not apply to the Tessel version
-    Dbms,      ///< it does not apply to the DBMS
-    Aborted,   ///< it applied, but an earlier test ended the run
+    Disabled,    ///< its Enabled flag is off
+    Version,     ///< it does not apply to the Tessel version
+    Dbms,        ///< it does not apply to the DBMS
+    Aborted,     ///< it applied, but an earlier test ended the run
+    Deselected,  ///< it applied, but the user left it out of this run
+    Stopped,     ///< it applied, but the run was stopped before it
 };
 
 /// How a test that ran came out.
@@ -37,6 +39,7 @@ struct TestOutcome {
 enum class RunEnd {
     Completed,     ///< every applicable test ran
     EscapedError,  ///< a test let an unexpected error escape, which ended the run there
+    Stopped,       ///< a stop was asked for (time limit, signal): the run ended after the test then running
 };
 
 /// One run, beside the test objects themselves (which keep verdicts and texts across runs).
@@ -45,11 +48,13 @@ struct RunRecord {
     std::string finished;            ///< likewise; when it ended early, the moment it ended
     std::vector<TestOutcome> tests;  ///< by catalogue position: element 0 is position 1
     RunEnd end = RunEnd::Completed;
-    std::optional<std::string> error;  ///< the error that ended the run, as the user is told it
+    std::optional<std::string> error;       ///< the error that ended the run, as the user is told it
+    std::optional<std::string> stopReason;  ///< when stopped: why, as the user is told it
 };
 
-/// A run as a whole: error when it ended early, failed when a test that ran failed, else passed.
-enum class RunOutcome { Passed, Failed, Error };
+/// A run as a whole: stopped when a stop ended it, error when an escaping error did, failed when a test
+/// that ran failed, else passed.
+enum class RunOutcome { Passed, Failed, Error, Stopped };
 RunOutcome OutcomeOf(const RunRecord& record);
 
 }  // namespace tabvet

@@ -21,11 +21,31 @@ double MillisecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-// Records the test whose Run let `error` escape, and the end of the run with it.
-void RecordEscape(RunRecord& record, TestOutcome& outcome, double durationMs, std::string error) {
+std::optional<std::string> StopAskedFor(const RunStop* stop) {
+    return stop != nullptr ? stop->Requested() : std::nullopt;
+}
+
+// Records a stop: the run ends with it, and the tests that were still to run never started.
+void RecordStop(RunRecord& record, std::string why) {
+    record.end = RunEnd::Stopped;
+    record.stopReason = std::move(why);
+    for (TestOutcome& test : record.tests) {
+        if (test.notRunReason == NotRunReason::Aborted) {
+            test.notRunReason = NotRunReason::Stopped;
+        }
+    }
+}
+
+// Records the test whose Run let `error` escape, and the end of the run with it. A stop asked for while it
+// ran is what ended the run: the error is most likely its cancelled statement.
+void RecordEscape(RunRecord& record, TestOutcome& outcome, double durationMs, std::string error,
+                  const RunStop* stop) {
     outcome = {.verdict = Verdict::Error, .durationMs = durationMs, .endedRun = true};
     record.end = RunEnd::EscapedError;
     record.error = std::move(error);
+    if (std::optional<std::string> why = StopAskedFor(stop)) {
+        RecordStop(record, std::move(*why));
+    }
     record.finished = IsoNow();
 }
 
@@ -45,10 +65,14 @@ std::optional<NotRunReason> WhyNotRun(const IAdoTest& test, const RunTarget& tar
     return std::nullopt;
 }
 
-RunPlan PlanRun(const clsAdoTestCollection& catalogue, const RunTarget& target) {
+RunPlan PlanRun(const clsAdoTestCollection& catalogue, const RunTarget& target,
+                const CheckSelection& selection) {
     RunPlan plan;
     for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
         plan.notRun.push_back(WhyNotRun(*catalogue.Item(i), target));
+        if (!plan.notRun.back() && selection.LeavesOut(i)) {
+            plan.notRun.back() = NotRunReason::Deselected;
+        }
         if (!plan.notRun.back()) {
             ++plan.toRun;
         }
@@ -57,7 +81,7 @@ RunPlan PlanRun(const clsAdoTestCollection& catalogue, const RunTarget& target) 
 }
 
 void ExecuteRun(const RunPlan& plan, const clsAdoTestCollection& catalogue, Connection* conn, RunLog& log,
-                RunRecord& record) {
+                RunRecord& record, const RunStop* stop) {
     record = RunRecord{};
     record.started = IsoNow();
     for (const std::optional<NotRunReason>& reason : plan.notRun) {
@@ -71,6 +95,9 @@ void ExecuteRun(const RunPlan& plan, const clsAdoTestCollection& catalogue, Conn
         if (plan.notRun[static_cast<std::size_t>(i - 1)]) {
             continue;  // silently: no log line, no progress, the test's state left as it was
         }
+        if (StopAskedFor(stop)) {
+            break;
+        }
         IAdoTest& test = *catalogue.Item(i);
         TestOutcome& outcome = record.tests[static_cast<std::size_t>(i - 1)];
         ++k;
@@ -80,10 +107,10 @@ void ExecuteRun(const RunPlan& plan, const clsAdoTestCollection& catalogue, Conn
         try {
             test.Run(conn);
         } catch (const RuntimeError& e) {
-            RecordEscape(record, outcome, MillisecondsSince(start), DescribeRuntimeError(e));
+            RecordEscape(record, outcome, MillisecondsSince(start), DescribeRuntimeError(e), stop);
             throw;
         } catch (const std::exception& e) {
-            RecordEscape(record, outcome, MillisecondsSince(start), e.what());
+            RecordEscape(record, outcome, MillisecondsSince(start), e.what(), stop);
             throw;
         }
         outcome = {.verdict = test.Pass() ? Verdict::Passed : Verdict::Failed,
@@ -93,8 +120,14 @@ void ExecuteRun(const RunPlan& plan, const clsAdoTestCollection& catalogue, Conn
                        "Details: " + test.ResultDetails() + kCrLf);
         }
     }
-    log.Append(std::string(kCrLf) + "Test run finished at " + log.Now());
-    log.Progress("Testing complete.");
+    if (std::optional<std::string> why = StopAskedFor(stop)) {
+        log.Append(std::string(kCrLf) + "Test run stopped at " + log.Now() + ": " + *why);
+        log.Progress("Testing stopped.");
+        RecordStop(record, std::move(*why));
+    } else {
+        log.Append(std::string(kCrLf) + "Test run finished at " + log.Now());
+        log.Progress("Testing complete.");
+    }
     record.finished = IsoNow();
 }
 

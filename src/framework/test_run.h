@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "ado_test_collection.h"
+#include "check_selection.h"
 #include "db/connection.h"
 #include "run_record.h"
+#include "run_stop.h"
 #include "run_target.h"
 
 namespace tabvet {
@@ -36,14 +38,17 @@ struct RunPlan {
     std::int16_t toRun = 0;                           ///< the tests that run
 };
 
-/// Plans a run of `catalogue` at `target`. Raises as WhyNotRun does; nothing has happened then.
-RunPlan PlanRun(const clsAdoTestCollection& catalogue, const RunTarget& target);
+/// Plans a run of `catalogue` at `target`; a test that would run but `selection` leaves out is deselected.
+/// Raises as WhyNotRun does; nothing has happened then.
+RunPlan PlanRun(const clsAdoTestCollection& catalogue, const RunTarget& target,
+                const CheckSelection& selection = {});
 
 /// Runs the planned tests in catalogue order on `conn`, with a progress line before each and a failure block
 /// in the log after each that failed, between the log's start and finish lines. `record` is filled as the
 /// run goes: an error that escapes a test is recorded, then ends the run at once (without the closing lines)
-/// by propagating to the caller.
+/// by propagating to the caller. When `stop` asks for it, the run ends after the test then running, with
+/// a closing line that says why; the tests it did not reach are recorded as stopped.
 void ExecuteRun(const RunPlan& plan, const clsAdoTestCollection& catalogue, Connection* conn, RunLog& log,
-                RunRecord& record);
+                RunRecord& record, const RunStop* stop = nullptr);
 
 }  // namespace tabvet

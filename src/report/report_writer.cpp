@@ -75,6 +75,9 @@ bool CreateReportInFile(ReportFile& file, const ReportContents& contents, IUserI
     file.PrintLine("-- Total tests run: " + std::to_string(Add16(failed, passed)));
     file.PrintLine("-- Total passed: " + std::to_string(passed));
     file.PrintLine("-- Total failed: " + std::to_string(failed));
+    if (contents.stopReason) {
+        file.PrintLine("-- Run stopped before its end: " + *contents.stopReason);
+    }
     file.PrintLine("-- Test target: ");
     file.PrintLine(std::string(kIndent) + "Tessel Version " + contents.target.VersionText());
     if (const DbmsOptionRow* dbms = FindDbmsOption(contents.target.dbms)) {

@@ -1,6 +1,7 @@
 // The text report of the last test run, written from the test objects of the catalogue and the run's target.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "db/user_interaction.h"
@@ -15,8 +16,9 @@ namespace tabvet {
 struct ReportContents {
     const clsAdoTestCollection* catalogue = nullptr;  ///< null: no test to report, the summary shows zeros
     RunTarget target;
-    bool onlyFailures = false;  ///< passed tests are counted but not listed
-    std::string generated;      ///< the local date and time the report says it was made
+    bool onlyFailures = false;              ///< passed tests are counted but not listed
+    std::string generated;                  ///< the local date and time the report says it was made
+    std::optional<std::string> stopReason;  ///< the run was stopped before its end: why (a summary line)
 };
 
 /// Writes the report into `file`, which the caller has opened and will close. Returns false, after a

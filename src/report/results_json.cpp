@@ -19,6 +19,10 @@ const char* ReasonWord(NotRunReason reason) {
             return "dbms";
         case NotRunReason::Aborted:
             return "aborted";
+        case NotRunReason::Deselected:
+            return "deselected";
+        case NotRunReason::Stopped:
+            return "stopped";
     }
     return "";
 }
@@ -43,6 +47,8 @@ const char* OutcomeWord(RunOutcome outcome) {
             return "failed";
         case RunOutcome::Error:
             return "error";
+        case RunOutcome::Stopped:
+            return "stopped";
     }
     return "";
 }
@@ -75,6 +81,10 @@ std::string ResultsJson(const RunTarget& target, const clsAdoTestCollection& cat
     json += "  \"finished\": " + JsonString(record.finished) + ",\n";
     json += std::string("  \"outcome\": ") + JsonString(OutcomeWord(OutcomeOf(record))) + ",\n";
     json += "  \"error\": " + (record.error ? JsonString(*record.error) : std::string("null")) + ",\n";
+    if (record.stopReason) {
+        // Only a stopped run has the field, so the results of every other run keep their form.
+        json += "  \"stopReason\": " + JsonString(*record.stopReason) + ",\n";
+    }
     json += "  \"target\": {\n";
     json += "    \"dbms\": " + (dbms != nullptr ? JsonString(dbms->word) : std::string("null")) + ",\n";
     json += "    \"tesselVersion\": " + JsonString(target.VersionText()) + ",\n";

@@ -26,10 +26,12 @@ void ConnectButtonClick(MainState& state) {
 }
 
 void ConnectToDbms(MainState& state) {
+    state.runStop.Watch(nullptr);  // before the connection it may watch goes
     state.g_pAdoConn = state.newConnection();
     bool opened = false;
     if (state.g_pAdoConn != nullptr) {
         const BusyPointer busy(state.View());
+        state.g_pAdoConn->SetTimeouts(state.timeouts);
         opened = state.g_pAdoConn->Open(state.txtConnString);
     }
     if (!opened) {
@@ -41,6 +43,7 @@ void ConnectToDbms(MainState& state) {
         state.g_pAdoConn.reset();
         return;
     }
+    state.runStop.Watch(state.g_pAdoConn.get());
     state.cmdConnectCaption = "Disconnect";
     state.cmdBuildStringEnabled = false;
     state.cmdCannedEnabled = false;
@@ -61,6 +64,7 @@ bool DisconnectFromDbms(MainState& state) {
             return false;
         }
     }
+    state.runStop.Watch(nullptr);
     try {
         state.g_pAdoConn->Close();
     } catch (...) {

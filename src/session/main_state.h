@@ -11,8 +11,10 @@
 #include "db/qual_db_obj_name.h"
 #include "db/user_interaction.h"
 #include "framework/ado_test_collection.h"
+#include "framework/check_selection.h"
 #include "framework/dbms_options.h"
 #include "framework/run_record.h"
+#include "framework/run_stop.h"
 #include "framework/run_target.h"
 #include "framework/test_environment.h"
 #include "main_view.h"
@@ -54,6 +56,7 @@ class MainState final : public TestEnvironment {
 
     // "Connect to Server"
     std::string txtConnString;
+    ConnectionTimeouts timeouts;  // given to each connection before it opens: the classic defaults
     bool txtConnStringEnabled = true;
     std::string cmdConnectCaption = "Connect";
     bool cmdConnectEnabled = false;
@@ -72,7 +75,9 @@ class MainState final : public TestEnvironment {
     bool cmdRunEnabled = false;
     std::string rtbStatus;
     std::string stsRunFeedback;
-    RunRecord lastRun;  // what the last run did with each test, for the results file
+    RunRecord lastRun;              // what the last run did with each test, for the results file
+    CheckSelection checkSelection;  // the tests a run leaves out although they apply: none in the window
+    RunStop runStop;                // a stop another thread may ask for; it watches the open connection
 
     // "Create Report"
     bool chkOnlyReportFailures = false;

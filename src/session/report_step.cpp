@@ -22,7 +22,8 @@ ReportContents ReportContentsOf(const MainState& state) {
     return {.catalogue = state.g_pTestCollection.get(),
             .target = TargetOf(state),
             .onlyFailures = state.chkOnlyReportFailures,
-            .generated = state.now()};
+            .generated = state.now(),
+            .stopReason = state.lastRun.stopReason};
 }
 
 void CreateNewReport(MainState& state, IFileDialog& dialog, IEditorLauncher& editor) {

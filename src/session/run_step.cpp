@@ -41,10 +41,10 @@ void ProcessRunTests(MainState& state) {
         return;
     }
     const clsAdoTestCollection& catalogue = *state.g_pTestCollection;
-    const RunPlan plan = PlanRun(catalogue, TargetOf(state));
+    const RunPlan plan = PlanRun(catalogue, TargetOf(state), state.checkSelection);
     state.g_bTestsWereRun = true;
     WindowRunLog log(state);
-    ExecuteRun(plan, catalogue, state.g_pAdoConn.get(), log, state.lastRun);
+    ExecuteRun(plan, catalogue, state.g_pAdoConn.get(), log, state.lastRun, &state.runStop);
 }
 
 void SetStatusWindow(MainState& state, const std::string& message, bool keepOld) {

@@ -7,6 +7,7 @@ namespace tabvet {
 
 void ReleaseProcessObjects(MainState& state) {
     state.g_pTestCollection.reset();
+    state.runStop.Watch(nullptr);
     state.g_pAdoConn.reset();
     state.g_QDON.reset();
     state.g_cConnErrStr.reset();

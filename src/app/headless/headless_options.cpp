@@ -5,6 +5,7 @@
 #include <cctype>
 #include <set>
 
+#include "db/connection_string.h"
 #include "db/value.h"
 
 namespace tabvet {
@@ -33,27 +34,65 @@ std::optional<std::vector<std::string>> ParseVersion(const std::string& text) {
     return parts;
 }
 
+// Seconds as digits only: at most nine, so that any value fits every driver's attribute.
+std::optional<unsigned> ParseSeconds(const std::string& text) {
+    if (text.empty() || text.size() > 9 ||
+        !std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c); })) {
+        return std::nullopt;
+    }
+    return static_cast<unsigned>(std::stoul(text));
+}
+
+// Options that take a value, and those that take none.
+const std::set<std::string> kValueOptions = {
+    "--connect", "--connect-file", "--dbms", "--tessel-version", "--database",          "--report",
+    "--json",    "--check",        "--skip", "--login-timeout",  "--statement-timeout", "--time-limit"};
+const std::set<std::string> kFlagOptions = {"--help", "--version", "--only-failures", "--list-checks"};
+
+// A value that is not for a named option: said back to the user, unless it gives a password.
+std::string UnknownArgument(const std::string& name) {
+    if (HasPassword(name)) {
+        return "unknown argument (a connection string with a password, not shown here)";
+    }
+    return "unknown argument '" + name + "'";
+}
+
 }  // namespace
 
 std::string HeadlessUsage() {
-    return "usage: tabvet --connect STRING [--dbms oracle|sqlserver|db2|informix]\n"
+    return "usage: tabvet --connect STRING|- [--dbms oracle|sqlserver|db2|informix]\n"
            "              [--tessel-version MAJOR.MINOR.BUGFIX] [--database NAME]\n"
            "              [--report FILE] [--only-failures] [--json FILE]\n"
+           "              [--check LIST] [--skip LIST] [--login-timeout SECONDS]\n"
+           "              [--statement-timeout SECONDS] [--time-limit SECONDS]\n"
+           "       tabvet --connect-file FILE [the options above]\n"
+           "       tabvet --list-checks\n"
            "       tabvet --help\n"
            "       tabvet --version\n"
            "Without arguments tabvet opens its main window.\n"
+           "The connection string is the value of --connect, standard input with --connect -, the content\n"
+           "of --connect-file FILE without a final line break, or else the environment variable\n"
+           "TABVET_CONNECT. A password on the command line can be read by every local user: use one of\n"
+           "the others for it.\n"
            "Without --dbms or --tessel-version the server type is read from the database first, as\n"
            "\"Query DBMS\" does; the options given take precedence over what was read.\n"
+           "--check runs only the tests named, --skip leaves them out: comma-separated positions, names or\n"
+           "categories, any letter case (--list-checks lists them).\n"
+           "Connecting may take 15 seconds and each statement 30 unless --login-timeout or\n"
+           "--statement-timeout say otherwise (0 = no limit); a statement that times out fails like any\n"
+           "other. When --time-limit passes, or at SIGINT or SIGTERM, the running statement is cancelled\n"
+           "and the run stops after that test; a second signal ends tabvet at once.\n"
            "--report writes the text report (CR LF lines), --only-failures leaves passed tests out of it,\n"
            "--json writes every catalogue entry with its verdict and duration; both replace existing files\n"
-           "and are written after every run that started, even one ended by an unexpected error.\n"
+           "and are written after every run that started, even one ended by an unexpected error or stopped.\n"
            "Exit status: 0 every test that ran passed, 1 a test failed, 2 the run could not start\n"
            "(including a report or JSON file that cannot be written, checked before connecting),\n"
-           "3 a test ended the run with an unexpected error. A file that fails while being written\n"
-           "after the run is reported on standard error and leaves the run's status unchanged.\n";
+           "3 a test ended the run with an unexpected error, 4 the run was stopped by --time-limit or a\n"
+           "signal (report and JSON hold every test that completed). A file that fails while being\n"
+           "written after the run is reported on standard error and leaves the run's status unchanged.\n";
 }
 
-ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
+ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, bool connectInEnvironment) {
     HeadlessOptions options;
     std::set<std::string> seen;
     for (std::size_t i = 0; i < args.size(); ++i) {
@@ -66,19 +105,19 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
         if (!seen.insert(name).second) {
             return {std::nullopt, "option " + name + " given more than once"};
         }
-        if (name == "--help" || name == "--version" || name == "--only-failures") {
+        if (kFlagOptions.count(name) != 0) {
             if (value) {
                 return {std::nullopt, "option " + name + " takes no value"};
             }
-            bool& flag = name == "--help"      ? options.help
-                         : name == "--version" ? options.version
-                                               : options.onlyFailures;
+            bool& flag = name == "--help"          ? options.help
+                         : name == "--version"     ? options.version
+                         : name == "--list-checks" ? options.listChecks
+                                                   : options.onlyFailures;
             flag = true;
             continue;
         }
-        if (name != "--connect" && name != "--dbms" && name != "--tessel-version" && name != "--database" &&
-            name != "--report" && name != "--json") {
-            return {std::nullopt, "unknown argument '" + name + "'"};
+        if (kValueOptions.count(name) == 0) {
+            return {std::nullopt, UnknownArgument(name)};
         }
         if (!value) {
             // "--connect --dbms oracle" forgot the string: taking "--dbms" as it would only shift the
@@ -90,6 +129,13 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
         }
         if (name == "--connect") {
             options.connect = *value;
+            options.connectSource = *value == "-" ? ConnectSource::StandardInput : ConnectSource::Argument;
+        } else if (name == "--connect-file") {
+            if (value->empty()) {
+                return {std::nullopt, "option --connect-file needs a file name"};
+            }
+            options.connectFile = *value;
+            options.connectSource = ConnectSource::File;
         } else if (name == "--dbms") {
             options.dbms = DbmsOptionNamed(*value);
             if (!options.dbms) {
@@ -108,17 +154,36 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args) {
                 return {std::nullopt, "option " + name + " needs a file name"};
             }
             (name == "--report" ? options.report : options.json) = *value;
+        } else if (name == "--check" || name == "--skip") {
+            (name == "--check" ? options.check : options.skip) = *value;
+        } else if (name == "--login-timeout" || name == "--statement-timeout" || name == "--time-limit") {
+            const std::optional<unsigned> seconds = ParseSeconds(*value);
+            if (!seconds) {
+                return {std::nullopt,
+                        name + " must be a whole number of seconds, 0 for no limit (got '" + *value + "')"};
+            }
+            if (name == "--time-limit") {
+                options.timeLimit = *seconds;
+            } else {
+                (name == "--login-timeout" ? options.loginTimeout : options.statementTimeout) = seconds;
+            }
         } else {
             options.database = *value;
         }
     }
-    if (options.help || options.version) {
+    if (options.help || options.version || options.listChecks) {
         return {options, {}};
     }
-    if (!seen.count("--connect")) {
-        return {std::nullopt, "--connect is required"};
+    if (seen.count("--connect") && seen.count("--connect-file")) {
+        return {std::nullopt, "give the connection string with one of --connect and --connect-file"};
     }
-    if (options.connect.empty()) {
+    if (!seen.count("--connect") && !seen.count("--connect-file")) {
+        if (!connectInEnvironment) {
+            return {std::nullopt, "--connect is required"};
+        }
+        options.connectSource = ConnectSource::Environment;
+    }
+    if (options.connectSource == ConnectSource::Argument && options.connect.empty()) {
         return {std::nullopt, "--connect needs a non-empty connection string"};
     }
     if (options.report && options.json && *options.report == *options.json) {

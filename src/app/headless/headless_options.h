@@ -9,17 +9,33 @@
 
 namespace tabvet {
 
+/// Where the connection string comes from.
+enum class ConnectSource {
+    Argument,       ///< --connect STRING
+    StandardInput,  ///< --connect -
+    File,           ///< --connect-file FILE
+    Environment,    ///< TABVET_CONNECT, when neither option is given
+};
+
 struct HeadlessOptions {
-    std::string connect;
+    std::string connect;  ///< the string itself once known (from the argument at once, else when read)
+    ConnectSource connectSource = ConnectSource::Argument;
+    std::string connectFile;         ///< with ConnectSource::File
     std::optional<DbmsOption> dbms;  ///< absent: read from the database
     /// Major, minor and bugfix as they go into the three version boxes; absent: read from the database.
     std::optional<std::vector<std::string>> tesselVersion;
     std::optional<std::string> database;
-    std::optional<std::string> report;  ///< text report file, replaced without asking
-    bool onlyFailures = false;          ///< the "only failures" check box
-    std::optional<std::string> json;    ///< machine-readable results file
+    std::optional<std::string> report;         ///< text report file, replaced without asking
+    bool onlyFailures = false;                 ///< the "only failures" check box
+    std::optional<std::string> json;           ///< machine-readable results file
+    std::optional<unsigned> loginTimeout;      ///< seconds, 0 no limit; absent: the default
+    std::optional<unsigned> statementTimeout;  ///< seconds, 0 no limit; absent: the default
+    unsigned timeLimit = 0;                    ///< seconds for the whole run, 0 no limit
+    std::optional<std::string> check;          ///< --check LIST: only these tests
+    std::optional<std::string> skip;           ///< --skip LIST: not these tests
     bool help = false;
     bool version = false;
+    bool listChecks = false;
 };
 
 struct ParsedArguments {
@@ -29,8 +45,10 @@ struct ParsedArguments {
 
 /// Parses the arguments that follow the program name. "--name value" and "--name=value" both work; an
 /// option given twice, an unknown option or a missing value is an error. A separate value cannot start
-/// with "--" (that is the next option); "--name=--value" can.
-ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args);
+/// with "--" (that is the next option); "--name=--value" can. Without --connect or --connect-file the string
+/// comes from the environment, which `connectInEnvironment` says holds one.
+ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args,
+                                       bool connectInEnvironment = false);
 
 /// The usage text printed by --help and after a bad argument.
 std::string HeadlessUsage();

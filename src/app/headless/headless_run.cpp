@@ -1,11 +1,16 @@
 // Start-up, connect, choose the server type, run: exactly the window's steps, reported on the console.
 #include "headless_run.h"
 
+#include <cstdlib>
+#include <iostream>
+
+#include "connect_source.h"
 #include "console_interaction.h"
 #include "db/odbc_connection.h"
 #include "db/runtime_error.h"
 #include "headless_options.h"
 #include "headless_outputs.h"
+#include "run_guard.h"
 #include "session/connection_handling.h"
 #include "session/run_step.h"
 #include "session/server_type_detection.h"
@@ -24,6 +29,8 @@ int ExitStatusOf(const RunRecord& record) {
             return exit_code::kTestFailed;
         case RunOutcome::Error:
             return exit_code::kEscapedError;
+        case RunOutcome::Stopped:
+            return exit_code::kStopped;
     }
     return exit_code::kEscapedError;
 }
@@ -47,12 +54,29 @@ bool DetectMissingServerType(MainState& state, const HeadlessOptions& options) {
     return dbmsKnown && versionKnown;
 }
 
+// --check and --skip against the catalogue; false after the bad-argument line when an entry names no test.
+bool ApplyCheckSelection(MainState& state, const HeadlessOptions& options, std::ostream& err) {
+    const clsAdoTestCollection& catalogue = *state.g_pTestCollection;
+    const ChosenChecks kept = ChooseChecks(catalogue, options.check, std::nullopt);
+    const ChosenChecks chosen = kept.selection ? ChooseChecks(catalogue, options.check, options.skip) : kept;
+    if (!chosen.selection) {
+        err << "tabvet: " << (kept.selection ? "--skip" : "--check") << ": '" << chosen.unknownEntry
+            << "' is no position, name or category of a test (see --list-checks)\n"
+            << HeadlessUsage();
+        return false;
+    }
+    state.checkSelection = *chosen.selection;
+    return true;
+}
+
 // Connects and settles the server type. False, with the reason printed, when the run cannot start.
 bool PrepareRun(MainState& state, const HeadlessOptions& options) {
     if (options.database) {
         SetSystemTableDatabase(state, *options.database);
     }
     state.chkOnlyReportFailures = options.onlyFailures;
+    state.timeouts.loginSeconds = options.loginTimeout.value_or(state.timeouts.loginSeconds);
+    state.timeouts.statementSeconds = options.statementTimeout.value_or(state.timeouts.statementSeconds);
     ConnectionStringChanged(state, options.connect);
     ConnectToDbms(state);
     if (state.g_pAdoConn == nullptr) {
@@ -76,7 +100,37 @@ bool PrepareRun(MainState& state, const HeadlessOptions& options) {
     return true;
 }
 
-int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
+// The catalogue, one test a line: position, name, category, the DBMSs and the Tessel releases it runs
+// with, separated by tabs under a heading line.
+int ListChecks(std::ostream& out, std::ostream& err) {
+    ConsoleInteraction ui(err);
+    MainState state(ui, NewOdbcConnection);
+    if (!StartUp(state)) {
+        return exit_code::kCannotStart;
+    }
+    out << "position\tname\tcategory\tdbms\ttessel versions\n";
+    for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
+        const IAdoTest& test = *state.g_pTestCollection->Item(i);
+        std::string dbms;
+        for (const DbmsOptionRow& row : DbmsOptions()) {
+            if ((test.*row.worksWith)()) {
+                dbms += (dbms.empty() ? "" : ",") + std::string(row.word);
+            }
+        }
+        out << i << '\t' << test.Name() << '\t' << test.Category() << '\t' << dbms << '\t'
+            << AcceptedVersionsText(test) << '\n';
+    }
+    return exit_code::kAllPassed;
+}
+
+// After a stop: says so and why. Before the run began nothing ran and no file is written.
+int Stopped(const MainState& state, std::ostream& err) {
+    err << "tabvet: the run was stopped" << (state.g_bTestsWereRun ? "" : " before it began") << ": "
+        << state.runStop.Requested().value_or("") << std::endl;
+    return exit_code::kStopped;
+}
+
+int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
     if (!CheckOutputFiles(options, err)) {
         return exit_code::kCannotStart;
     }
@@ -84,14 +138,16 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
     MainState state(ui, NewOdbcConnection);
     ConsoleView view(state, out, err);
     state.AttachView(view);
-    if (!StartUp(state)) {
+    if (!StartUp(state) || !ApplyCheckSelection(state, options, err)) {
         return exit_code::kCannotStart;
     }
+    // From here on the time limit counts and a signal stops the run; the guard ends before the model.
+    const RunGuard guard(state.runStop, options.timeLimit);
     // A version read from a damaged VERSION table may not fit the boxes' 16 bits; the window shows that
     // error in a box.
     try {
         if (!PrepareRun(state, options)) {
-            return exit_code::kCannotStart;
+            return state.runStop.Requested() ? Stopped(state, err) : exit_code::kCannotStart;
         }
     } catch (const RuntimeError& e) {
         return CannotStart(state, e, err);
@@ -108,6 +164,9 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
         err << "tabvet: a test ended the run with an unexpected error: " << DescribeRuntimeError(e)
             << std::endl;
     }
+    if (state.lastRun.end == RunEnd::Stopped) {
+        Stopped(state, err);
+    }
     // The run's own status stands even when an output file fails now; the failure is on standard error.
     WriteOutputFiles(state, options, err);
     return ExitStatusOf(state.lastRun);
@@ -116,7 +175,11 @@ int Run(const HeadlessOptions& options, std::ostream& out, std::ostream& err) {
 }  // namespace
 
 int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    const ParsedArguments parsed = ParseHeadlessArguments(args);
+    const char* environment = std::getenv(kConnectEnvironmentVariable);
+    const std::optional<std::string> fromEnvironment = environment != nullptr && *environment != '\0'
+                                                           ? std::optional<std::string>(environment)
+                                                           : std::nullopt;
+    const ParsedArguments parsed = ParseHeadlessArguments(args, fromEnvironment.has_value());
     if (!parsed.options) {
         err << "tabvet: " << parsed.error << "\n" << HeadlessUsage();
         return exit_code::kCannotStart;
@@ -129,7 +192,14 @@ int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::os
         out << "tabvet " << TABVET_VERSION << "\n";
         return exit_code::kAllPassed;
     }
-    return Run(*parsed.options, out, err);
+    if (parsed.options->listChecks) {
+        return ListChecks(out, err);
+    }
+    HeadlessOptions options = *parsed.options;
+    if (!ResolveConnectionString(options, std::cin, fromEnvironment, err)) {
+        return exit_code::kCannotStart;
+    }
+    return Run(std::move(options), out, err);
 }
 
 }  // namespace tabvet

@@ -1,0 +1,37 @@
+// The lock is held while cancelling, so that the connection cannot stop being watched (and be freed)
+// under the cancel.
+#include "run_stop.h"
+
+namespace tabvet {
+
+void RunStop::Request(const std::string& why) {
+    const std::lock_guard lock(mutex_);
+    if (!why_) {
+        why_ = why;
+    }
+    if (watched_ != nullptr) {
+        watched_->Cancel();
+    }
+}
+
+void RunStop::CancelAgain() {
+    const std::lock_guard lock(mutex_);
+    if (why_ && watched_ != nullptr) {
+        watched_->Cancel();
+    }
+}
+
+std::optional<std::string> RunStop::Requested() const {
+    const std::lock_guard lock(mutex_);
+    return why_;
+}
+
+void RunStop::Watch(Connection* conn) {
+    const std::lock_guard lock(mutex_);
+    watched_ = conn;
+    if (why_ && watched_ != nullptr) {
+        watched_->Cancel();
+    }
+}
+
+}  // namespace tabvet
