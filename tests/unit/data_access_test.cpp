@@ -1,7 +1,12 @@
-// The data-access layer and the first steps without a server: connection strings and the single-statement
-// rule, system-table names and probes for every server type, the error-list text, cursor flags, the
-// conversions that decide whether a check reads a value or ends the run, the logon dialog's string, the
-// version boxes, and the probing order of detection down to the last naming style.
+// The data-access layer and the first steps without a server, as the cases of tests/fixtures/unit/
+// data_access.txt and conversions.txt (connection strings and the single-statement rule, system-table names
+// and probes for every server type, the error-list text, cursor flags, the conversions that decide whether a
+// check reads a value or ends the run, the version boxes); then the logon dialog's string and the probing
+// order of detection down to the last naming style.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
 #include "db/conn_error_string.h"
 #include "db/connection_string.h"
 #include "db/odbc_connection.h"
@@ -16,148 +21,164 @@
 #include "session/server_type_detection.h"
 #include "session/server_type_selection.h"
 #include "support/scripted_connection.h"
-#include "support/transcript.h"
+#include "support/unit_cases.h"
 
 namespace tabvet {
 namespace {
 
 using namespace testsupport;
 
-// Headings are connection strings and statements: what the driver is given, and whether it may be sent.
-TEST(ConnectionStrings, KeywordsAreTranslatedValuesCopiedAsWrittenAndOnlySingleStatementsSent) {
-    Transcript t("connection_strings");
-    for (const std::string& text : CaseHeadings("connection_strings")) {
-        t.Case(text);
-        t.Line("translated", TranslateConnectionString(text));
-        t.Line("single statement", std::to_string(IsSingleStatement(text)));
-    }
-}
-
-// Headings are "server type code|system database name", set up in turn on one namer, so a heading may
-// show what the previous one left.
-TEST(Namer, SystemTablesUserTablesAndProbesForEveryServerType) {
-    Transcript t("namer");
-    RecordingInteraction ui;
-    clsQualDbObjName namer(ui);
-    for (const std::string& heading : CaseHeadings("namer")) {
-        t.Case(heading);
-        if (const auto bar = heading.find('|'); bar != std::string::npos) {
-            t.Try("setup",
-                  [&] { return (namer.Setup(std::stoi(heading), heading.substr(bar + 1)), "done"); });
-        }
-        t.Line("type, database, uses it", std::to_string(namer.DbmsTypeCode()) + ", " +
-                                              namer.SystemDatabaseName() + ", " +
-                                              std::to_string(namer.UsesDatabaseName()));
-        for (const char* table : {"VERSION", "  LAYERS ", "GDB_RELEASE", "xgdb", "XGDB "}) {
-            t.Line(std::string("system table '") + table + "'", namer.TslSystemTable(table));
-        }
-        for (const char* database : {kNoDatabaseName, " d ", ""}) {
-            t.Line(std::string("user table ' o '.' t ' in '") + database + "'",
-                   namer.UserTable(" t ", " o ", database));
-        }
-        t.Line("find table", namer.SqlToFindTable("D.GIS.ROADS"));
-        t.Line("find column", namer.SqlToFindColumn("SHAPE", "D.GIS.ROADS"));
-        t.Line("find nothing",
-               namer.SqlToFindTable("") + namer.SqlToFindColumn("", "O.T") + namer.SqlToFindColumn("C", ""));
-        t.Boxes(ui);
-    }
-}
-
-std::string Text(const FieldValue& value) {
-    return value ? "'" + *value + "'" : "NULL";
-}
-
-TEST(DataAccess, ErrorTextsCursorFlagsAndRefusedStatements) {
-    Transcript t("data_access");
-    ScriptedConnection conn;
-    RecordingInteraction ui;
-    clsConnErrorString formatter(ui);
-    Recordset rs;
-    const auto open = [&](const char* sql) { return std::to_string(rs.OpenSuppressed(sql, conn)); };
-    t.Case("closed connection: nothing reaches the driver");
-    t.Try("open", [&] { return open("SELECT 1"); });
-    t.Try("errors", [&] { return formatter.Build(&conn); });
-    conn.Open("");
-    t.Case("a second statement or a comment is refused");
-    t.Try("open", [&] { return open("SELECT 1; DROP TABLE t"); });
-    t.Try("errors", [&] { return formatter.Build(&conn); });
-    t.Try("second entry", [&] { return conn.Errors().Item(1).Description; });
-    t.Case("two errors appended to the earlier text; then an empty list replaces it");
-    conn.Answer(
-        "SELECT bad",
-        Failure({{1, "ERROR: relation \"tsl.version\" does not exist;\nError while executing the query"},
-                 {-2147217900, "x"}}));
-    t.Try("open", [&] { return open("SELECT bad"); });
-    t.Try("state", [&] { return std::to_string(rs.State()); });
-    t.Try("errors", [&] { return formatter.Build(&conn); });
-    t.Try("value", [&] { return formatter.Value(); });
-    t.Try("open raising", [&] { return (rs.Open("SELECT bad", conn), std::string("opened")); });
-    conn.Errors().Clear();
-    t.Try("errors", [&] { return formatter.Build(&conn); });
-    t.Try("null connection", [&] { return formatter.Build(nullptr); });
-    // Flags at both ends of real results are tested against the real driver.
-    conn.Answer("SELECT two", Rows(2, {{"a", std::nullopt}, {"b", "2"}}));
-    rs.Open("SELECT two", conn);
-    t.Try("errors after a good open", [&] { return formatter.Build(&conn); });
-    t.Try("NULL field", [&] { return Text(rs.Fields(1)); });
-    t.Try("field past the last column", [&] { return Text(rs.Fields(2)); });
-    t.Try("close", [&] { return (rs.Close(), std::string("closed")); });
-    t.Try("close again", [&] { return (rs.Close(), std::string("closed")); });
-    const auto flags = [&] { return std::to_string(rs.Bof()) + std::to_string(rs.Eof()); };
-    t.Try("bof eof when closed", flags);
-    t.Case("a fresh cursor past its last row (scripted: no real driver gives it)");
-    auto odd = Rows(1, {{"x"}, {"y"}});
-    odd.freshCursorAfterLast = true;
-    conn.Answer("SELECT odd", odd);
-    rs.Open("SELECT odd", conn);
-    t.Try("bof eof", flags);
-    t.Try("first", [&] { return (rs.MoveFirst(), Text(rs.Fields(0))); });
-    for (const std::string& sql : conn.Sent()) {
-        t.Line("sent", sql);
-    }
-    t.Boxes(ui);
-}
-
 std::string Units(const OdbcWideString& wide) {
     std::string hex;
     for (const SQLWCHAR unit : wide) {
         char four[8];
-        std::snprintf(four, sizeof four, " %04X", static_cast<unsigned>(unit));
+        std::snprintf(four, sizeof four, "%s%04X", hex.empty() ? "" : " ", static_cast<unsigned>(unit));
         hex += four;
     }
     return hex;
 }
 
+std::string Yes(bool yes) {
+    return yes ? "yes" : "no";
+}
+
+// The words of tests/fixtures/unit/data_access.txt and conversions.txt. The data-access words act on one
+// scripted connection, one recordset and one error formatter that live through the whole file; the namer
+// words on one namer.
+class DataAccessCases {
+  public:
+    DataAccessCases() {
+        player.On("translate", [](const std::string& a, std::ostream& out) {
+            out << Readable(TranslateConnectionString(a)) << "\n";
+        });
+        player.On("single",
+                  [](const std::string& a, std::ostream& out) { out << Yes(IsSingleStatement(a)) << "\n"; });
+        // namer [CODE DATABASE]: set up (or not), then every name and probe it builds.
+        player.On("namer", [this](const std::string& a, std::ostream& out) {
+            if (!a.empty()) {
+                const std::size_t blank = a.find(' ');
+                const std::string database = blank == std::string::npos ? "" : a.substr(blank + 1);
+                out << "setup: " << Outcome([&] { namer_.Setup(std::stoi(a), database); }) << "\n";
+            }
+            out << "type " << namer_.DbmsTypeCode() << ", database " << namer_.SystemDatabaseName()
+                << ", uses it: " << Yes(namer_.UsesDatabaseName()) << "\nsystem tables:";
+            for (const char* table : {"VERSION", "  LAYERS ", "GDB_RELEASE", "xgdb", "XGDB "}) {
+                out << " [" << namer_.TslSystemTable(table) << "]";
+            }
+            out << "\nuser table ' t ' of ' o ' in 12345, ' d ' and '':";
+            for (const char* database : {kNoDatabaseName, " d ", ""}) {
+                out << " [" << namer_.UserTable(" t ", " o ", database) << "]";
+            }
+            out << "\nfind table: " << namer_.SqlToFindTable("D.GIS.ROADS")
+                << "\nfind column: " << namer_.SqlToFindColumn("SHAPE", "D.GIS.ROADS") << "\nfind nothing: "
+                << namer_.SqlToFindTable("") + namer_.SqlToFindColumn("", "O.T") +
+                       namer_.SqlToFindColumn("C", "")
+                << "\n";
+            PrintBoxes(ui_, out);
+        });
+        player.On("connect",
+                  [this](const std::string&, std::ostream& out) { out << Yes(conn_.Open("")) << "\n"; });
+        player.On("open", [this](const std::string& a, std::ostream& out) {
+            out << Outcome([&] { return Yes(rs_.OpenSuppressed(a, conn_)); }) << "\n";
+        });
+        player.On("open-raising", [this](const std::string& a, std::ostream& out) {
+            out << Outcome([&] { rs_.Open(a, conn_); }) << "\n";
+        });
+        // answer SQL => failure | rows CELLS | fresh CELLS: how the connection answers SQL from now on.
+        player.On("answer", [this](const std::string& a, std::ostream&) {
+            const std::string sql = a.substr(0, a.find(" => "));
+            const std::string how = a.substr(a.find(" => ") + 4);
+            const auto rows = Cells(how.substr(std::min(how.size(), how.find(' ') + 1)));
+            ScriptedAnswer answer = how == "failure" ? Failure({{1,
+                                                                 "ERROR: relation \"tsl.version\" does not "
+                                                                 "exist;\nError while executing the query"},
+                                                                {-2147217900, "x"}})
+                                                     : Rows(rows.empty() ? 0 : rows[0].size(), rows);
+            answer.freshCursorAfterLast = how.starts_with("fresh");
+            conn_.Answer(sql, answer);
+        });
+        player.On("errors", [this](const std::string&, std::ostream& out) {
+            out << Outcome([&] { return formatter_.Build(&conn_); }) << "\n";
+        });
+        player.On("errors-of-no-connection", [this](const std::string&, std::ostream& out) {
+            out << Outcome([&] { return formatter_.Build(nullptr); }) << "\n";
+            PrintBoxes(ui_, out);
+        });
+        player.On("formatted", [this](const std::string&, std::ostream& out) {
+            out << Readable(formatter_.Value()) << "\n";
+        });
+        player.On("error", [this](const std::string& a, std::ostream& out) {
+            out << Outcome([&] { return conn_.Errors().Item(std::stoi(a)).Description; }) << "\n";
+        });
+        player.On("clear-errors", [this](const std::string&, std::ostream&) { conn_.Errors().Clear(); });
+        player.On("state", [this](const std::string&, std::ostream& out) { out << rs_.State() << "\n"; });
+        player.On("field", [this](const std::string& a, std::ostream& out) {
+            out << Outcome([&] { return rs_.Fields(std::stoi(a)).value_or("<null>"); }) << "\n";
+        });
+        player.On("close", [this](const std::string&, std::ostream& out) {
+            out << Outcome([&] { rs_.Close(); }) << "\n";
+        });
+        player.On("first", [this](const std::string&, std::ostream& out) {
+            out << Outcome([&] { rs_.MoveFirst(); }) << "\n";
+        });
+        player.On("bof-eof", [this](const std::string&, std::ostream& out) {
+            out << Outcome([&] { return Yes(rs_.Bof()) + " " + Yes(rs_.Eof()); }) << "\n";
+        });
+        player.On("sent", [this](const std::string&, std::ostream& out) {
+            for (const std::string& sql : conn_.Sent()) {
+                out << Readable(sql) << "\n";
+            }
+        });
+        // convert VALUE (<null> for NULL): to 16 and 32 bits, to text and to text or nothing.
+        player.On("convert", [](const std::string& a, std::ostream& out) {
+            const FieldValue value = a == "<null>" ? FieldValue{} : FieldValue{a};
+            out << Outcome([&] { return std::to_string(ToInt16(value)); }) << " | "
+                << Outcome([&] { return std::to_string(ToInt32(value)); }) << " | "
+                << Outcome([&] { return ToText(value); }) << " | "
+                << Outcome([&] { return TextOrEmpty(value); }) << "\n";
+        });
+        player.On("leading-number",
+                  [](const std::string& a, std::ostream& out) { out << LeadingNumber(a) << "\n"; });
+        player.On("to-utf16",
+                  [](const std::string& a, std::ostream& out) { out << Units(ToOdbcWide(a)) << "\n"; });
+        player.On("from-utf16", [](const std::string& a, std::ostream& out) {
+            OdbcWideString units;
+            std::istringstream in(a);
+            for (unsigned unit; in >> std::hex >> unit;) {
+                units.push_back(static_cast<SQLWCHAR>(unit));
+            }
+            out << Readable(FromOdbcWide(units.data(), units.size())) << "\n";
+        });
+        player.On("version-keys", [](const std::string&, std::ostream& out) {
+            std::string keys;
+            for (int key = 0; key <= 0xFFFF; ++key) {
+                keys += VersionKeyPasses(key) ? (keys.empty() ? "" : " ") + std::to_string(key) : "";
+            }
+            out << keys << "\n";
+        });
+        player.On("version-box", [](const std::string& a, std::ostream& out) {
+            out << Outcome([&] { return std::to_string(VersionBoxNumber(a)); }) << "\n";
+        });
+    }
+
+    CasePlayer player;
+
+  private:
+    RecordingInteraction ui_;
+    clsQualDbObjName namer_{ui_};
+    ScriptedConnection conn_;
+    clsConnErrorString formatter_{ui_};
+    Recordset rs_;
+};
+
+TEST(DataAccessCases, ConnectionStringsStatementsNamesErrorTextsAndCursors) {
+    EXPECT_EQ(DataAccessCases().player.Play("unit/data_access.txt"), "");
+}
+
 // Every statement and value passes through the UTF-16 conversion: names must arrive intact, and broken
 // input must become U+FFFD rather than stop a run.
-TEST(Conversions, IntegersTextTheLeadingNumberOfTypedTextAndUtf16) {
-    Transcript t("conversions");
-    for (const FieldValue& input :
-         std::vector<FieldValue>{"9", " 42 ", "2.5", "-2.5", "32767", "32768", "16777216", "2147483648",
-                                 "1e3", std::nullopt, "", "abc", "inf"}) {
-        t.Case(Text(input));
-        t.Try("16 bit", [&] { return std::to_string(ToInt16(input)); });  // halves go to the even neighbour
-        t.Try("32 bit", [&] { return std::to_string(ToInt32(input)); });
-        t.Try("text", [&] { return ToText(input); });
-        t.Try("text or empty", [&] { return TextOrEmpty(input); });
-    }
-    t.Case("leading number of typed text");
-    for (const char* text : {"", "9.1", "  8 ", "1 2", "12abc", "abc12", "-3", ".5", "1e", "2d1", "&H1F",
-                             "&O17", "-", "9.0.0", "1.2.3", "99999"}) {
-        std::ostringstream number;
-        number << LeadingNumber(text);
-        t.Line(std::string("'") + text + "'", number.str());
-    }
-    t.Case("UTF-8 to UTF-16 code units: surrogate pairs; stray, cut and overlong sequences become FFFD");
-    for (const char* utf8 : {"", "\xC3\xA9t\xE2\x82\xAC", "a\xF0\x9F\x98\x80z", "a\x80z\xF8z", "\xC3z!",
-                             "ab\xE2\x82", "\xED\xA0\x80!", "\xF4\x90\x80\x80!"}) {
-        t.Line(utf8, Units(ToOdbcWide(utf8)));
-    }
-    t.Case("UTF-16 code units to UTF-8: lone surrogates become U+FFFD");
-    for (const OdbcWideString& units : {OdbcWideString{0xE9, 0x20AC, 0xD83D, 0xDE00},
-                                        OdbcWideString{0xD83D, 'x', 0xDE00}, OdbcWideString{'x', 0xD83D}}) {
-        t.Line(Units(units), FromOdbcWide(units.data(), units.size()));
-    }
+TEST(DataAccessCases, ConversionsThatDecideWhetherACheckReadsAValueOrEndsTheRun) {
+    EXPECT_EQ(DataAccessCases().player.Play("unit/conversions.txt"), "");
     std::string text;
     for (int i = 0; i < 5000; ++i) {
         text += i % 7 == 0 ? "\xC3\xA9" : (i % 11 == 0 ? "\xF0\x9F\x98\x80" : "x");
@@ -232,20 +253,6 @@ TEST(ConnectionSteps, TheLogonDialogHandsItsStringAndDatabaseToTheWindowOnlyOnOk
         BuildStringClick(state, presenter);
         EXPECT_EQ(state.txtConnString + " " + state.g_sTslSystemTableDatabase,
                   "PROVIDER=MSDASQL;Driver=D;Server=s;UID=;PWD=;Database=Parcels_2; PARCELS_2");
-    }
-}
-
-TEST(VersionBoxes, KeyFilterAndConversion) {
-    Transcript t("version_boxes");
-    t.Case("keys the boxes take, of every UTF-16 code unit");
-    std::string passing;
-    for (int key = 0; key <= 0xFFFF; ++key) {
-        passing += VersionKeyPasses(key) ? " " + std::to_string(key) : "";
-    }
-    t.Line("keys", passing);
-    t.Case("numbers of texts typed or filled in by detection");
-    for (const char* box : {"", "12", "007", "32767", "32768", "-1", "7.5", "8.5", " 12 ", "1e3", "&H10"}) {
-        t.Try(std::string("'") + box + "'", [&] { return std::to_string(VersionBoxNumber(box)); });
     }
 }
 
