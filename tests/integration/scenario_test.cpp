@@ -23,7 +23,6 @@
 //   odbc NAME SQL                         a statement through the data-access layer
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <iomanip>
 #include <map>
@@ -49,15 +48,10 @@ namespace tabvet {
 namespace {
 
 namespace fs = std::filesystem;
-using testsupport::FixturePath;
-using testsupport::JsonValue;
-using testsupport::PgCluster;
-using testsupport::Readable;
-using testsupport::ReadableLines;
-using testsupport::ReadBytes;
+using namespace testsupport;
 
 // Set before the first statement of the process: the trace file is read once.
-const testsupport::TempFolder kTraceFolder;
+const TempFolder kTraceFolder;
 const std::string kTrace = [] {
     const std::string path = kTraceFolder.File("trace.txt");
     ::setenv("TABVET_STATEMENT_TRACE", path.c_str(), 1);
@@ -67,87 +61,62 @@ const std::string kTrace = [] {
 // An md5 of every table's rows and grants and the names of every object, schema and function.
 const std::string kFingerprint = ReadBytes(FixturePath("hostile/fingerprint.sql"));
 
-std::pair<std::string, std::string> FirstWord(const std::string& text) {
-    const std::size_t blank = text.find(' ');
-    return {text.substr(0, blank), blank == std::string::npos ? "" : text.substr(blank + 1)};
-}
+// Keys in order of first appearance, each with the catalogue positions it was seen at.
+struct Groups : std::vector<std::pair<std::string, std::vector<int>>> {
+    void Add(const std::string& key, int position) {
+        auto it = std::find_if(begin(), end(), [&](const auto& g) { return g.first == key; });
+        (it == end() ? emplace_back(key, std::vector<int>{}) : *it).second.push_back(position);
+    }
+};
 
 // "1-8 10 12-15"
 std::string Positions(const std::vector<int>& positions) {
     std::string text;
-    for (std::size_t i = 0; i < positions.size();) {
-        std::size_t j = i;
-        while (j + 1 < positions.size() && positions[j + 1] == positions[j] + 1) {
+    for (std::size_t i = 0, j; i < positions.size(); i = j + 1) {
+        for (j = i; j + 1 < positions.size() && positions[j + 1] == positions[j] + 1;) {
             ++j;
         }
         text += (text.empty() ? "" : " ") + std::to_string(positions[i]) +
                 (j > i ? "-" + std::to_string(positions[j]) : "");
-        i = j + 1;
     }
     return text;
 }
 
-// The tests by verdict, in catalogue order: "passed", "failed", "error" and "not run: REASON", each with the
-// positions of its tests; failed and ended ones also by name.
-struct Verdicts {
-    std::vector<std::pair<std::string, std::vector<int>>> groups;
-    std::vector<std::string> names;  // by position - 1
-
-    explicit Verdicts(const JsonValue& results) {
-        for (const JsonValue& test : results["tests"].items) {
-            const std::string group =
-                test["ran"].text == "false" ? "not run: " + test["notRunReason"].text : test["verdict"].text;
-            auto it =
-                std::find_if(groups.begin(), groups.end(), [&](const auto& g) { return g.first == group; });
-            (it == groups.end() ? groups.emplace_back(group, std::vector<int>{}) : *it)
-                .second.push_back(std::stoi(test["position"].text));
-            names.push_back(test["name"].text);
-        }
-    }
-    // One line for the tests that passed, one for each that failed or ended the run, one for each reason
-    // why tests did not run.
-    void Print(std::ostream& out) const {
-        for (const auto& [group, positions] : groups) {
-            if (group == "passed" || group.starts_with("not run")) {
-                const std::size_t colon = group.find(':');
-                out << group.substr(0, colon) << " " << Positions(positions)
-                    << (colon == std::string::npos ? "" : group.substr(colon)) << "\n";
-            } else {
-                for (const int position : positions) {
-                    out << group << " " << position << " " << names[position - 1] << "\n";
-                }
-            }
-        }
-    }
-    // Everything but the passed tests, on the line of the exit status.
-    void PrintBrief(const std::string& error, std::ostream& out) const {
-        for (const auto& [group, positions] : groups) {
-            const std::size_t colon = group.find(':');
-            out << (group == "passed"
-                        ? ""
-                        : ", " + group.substr(0, colon) + " " + Positions(positions) +
-                              (colon == std::string::npos ? "" : " (" + group.substr(colon + 2) + ")") +
-                              (group == "error" ? " " + Readable(error) : ""));
-        }
-        out << "\n";
-    }
-};
-
-// The details lines that precede a refusal ("Error looking for X: "), each with the tests that show it.
-void PrintRefused(const JsonValue& results, std::ostream& out) {
-    std::vector<std::pair<std::string, std::vector<int>>> refused;
+// One line for the tests that passed, one for each test that failed or ended the run (with its name), one
+// for each reason why tests did not run; `brief` leaves out the passed and puts the rest on one line.
+void PrintVerdicts(const JsonValue& results, bool brief, std::ostream& out) {
+    Groups groups;
     for (const JsonValue& test : results["tests"].items) {
-        std::istringstream lines(test["resultDetails"].text);
-        std::string previous;
-        for (std::string line; std::getline(lines, line); previous = line) {
-            if (line.find("Statement not sent") == std::string::npos) {
-                continue;
+        groups.Add(test["ran"].text == "false" ? "not run (" + test["notRunReason"].text + ")"
+                                               : test["verdict"].text,
+                   std::stoi(test["position"].text));
+    }
+    for (const auto& [verdict, positions] : groups) {
+        if (brief) {
+            out << (verdict == "passed" ? "" : ", " + verdict + " " + Positions(positions)) +
+                       (verdict == "error" ? " " + Readable(results["error"].text) : "");
+        } else if (verdict == "failed" || verdict == "error") {
+            for (const int position : positions) {
+                out << verdict << " " << position << " " << results["tests"].items[position - 1]["name"].text
+                    << "\n";
             }
-            previous = previous.substr(0, previous.find_last_not_of(": \r") + 1);
-            auto it = std::find_if(refused.begin(), refused.end(),
-                                   [&](const auto& r) { return r.first == previous; });
-            (it == refused.end() ? refused.emplace_back(previous, std::vector<int>{}) : *it)
-                .second.push_back(std::stoi(test["position"].text));
+        } else {
+            out << verdict << " " << Positions(positions) << "\n";
+        }
+    }
+    out << (brief ? "\n" : "");
+}
+
+// The details line before each refusal ("Error looking for X: "), with the tests that show it.
+void PrintRefused(const JsonValue& results, std::ostream& out) {
+    Groups refused;
+    for (const JsonValue& test : results["tests"].items) {
+        const std::vector<std::string> lines = Split(test["resultDetails"].text, "\r\n");
+        for (std::size_t i = 1; i < lines.size(); ++i) {
+            if (lines[i].find("Statement not sent") != std::string::npos) {
+                refused.Add(lines[i - 1].substr(0, lines[i - 1].find_last_not_of(": ") + 1),
+                            std::stoi(test["position"].text));
+            }
         }
     }
     for (auto& [header, positions] : refused) {
@@ -166,100 +135,91 @@ class Scenario {
         player_.On("db", [this](const std::string& a, std::ostream&) { Database(a, true); });
         player_.On("load", [this](const std::string& a, std::ostream&) { Database(a, false); });
         player_.On("sql", [this](const std::string& a, std::ostream&) {
-            const auto [db, sql] = FirstWord(a);
-            pg_.Execute(db, sql);
+            pg_.Execute(FirstWord(a).first, FirstWord(a).second);
         });
         player_.On("query", [this](const std::string& a, std::ostream& out) {
-            const auto [db, sql] = FirstWord(a);
-            out << Readable(pg_.QueryValue(db, sql)) << "\n";
+            out << Readable(pg_.QueryValue(FirstWord(a).first, FirstWord(a).second)) << "\n";
         });
         player_.On("hostile", [this](const std::string& a, std::ostream&) {
-            const auto [db, value] = FirstWord(a);
             std::string hex;
-            for (const unsigned char c : value) {
-                hex += "0123456789abcdef"[c >> 4];
-                hex += "0123456789abcdef"[c & 15];
+            for (const unsigned char c : FirstWord(a).second) {
+                hex += std::string(1, "0123456789abcdef"[c >> 4]) + "0123456789abcdef"[c & 15];
             }
-            pg_.Execute(db,
+            pg_.Execute(FirstWord(a).first,
                         "SELECT fixture_hostile_rows(convert_from(decode('" + hex + "', 'hex'), 'UTF8'))");
         });
         player_.On("fingerprint",
                    [this](const std::string& a, std::ostream&) { fingerprinted_.push_back(a); });
-        player_.On("run", [this](const std::string& a, std::ostream& out) { Run(a, out); });
-        player_.On("brief-run", [this](const std::string& a, std::ostream& out) { Run(a, out, true); });
-        player_.On("rebuild", [this](const std::string& a, std::ostream&) {
-            rebuild_ = a;
-            Rebuild();
-        });
+        player_.On("run", [this](const std::string& a, std::ostream& out) { Run(a, false, out); });
+        player_.On("brief-run", [this](const std::string& a, std::ostream& out) { Run(a, true, out); });
+        player_.On("rebuild", [this](const std::string& a, std::ostream&) { Rebuild(rebuild_ = a); });
         player_.On("null", [this](const std::string& a, std::ostream& out) {
-            const auto [table, columns] = FirstWord(a);
-            std::istringstream in(columns);
-            for (std::string column; in >> column;) {
-                Rebuild();
-                pg_.Execute(FirstWord(rebuild_).first, "UPDATE tsl." + table + " SET " + column + " = NULL");
-                out << table << "." << column << ": ";
-                Run(lastRun_, out, true);
+            for (const std::string& column : Split(FirstWord(a).second, " ")) {
+                Rebuild(rebuild_);
+                pg_.Execute(FirstWord(rebuild_).first,
+                            "UPDATE tsl." + FirstWord(a).first + " SET " + column + " = NULL");
+                out << FirstWord(a).first << "." << column << ": ";
+                Run(lastRun_, true, out);
             }
         });
         player_.On("drop", [this](const std::string& a, std::ostream& out) {
-            std::istringstream in(a);
-            for (std::string table; in >> table;) {
-                Rebuild();
+            for (const std::string& table : Split(a, " ")) {
+                Rebuild(rebuild_);
                 pg_.Execute(FirstWord(rebuild_).first, "DROP TABLE tsl." + table);
                 out << table << " dropped: ";
-                Run(lastRun_, out, true);
+                Run(lastRun_, true, out);
             }
         });
         player_.On("show", [this](const std::string& a, std::ostream& out) { Show(a, out); });
         player_.On("connect", [this](const std::string& a, std::ostream& out) { ConnectClicks(a, out); });
         player_.On("detect", [this](const std::string& a, std::ostream& out) { Detect(a, out); });
         player_.On("odbc", [this](const std::string& a, std::ostream& out) { Statement(a, out); });
-        player_.Mask([this](const std::string& text) { return Mask(text); });
+        player_.Mask([this](std::string text) {
+            static const std::regex times(
+                "(started at |finished at |Generated: |\"started\": |\"finished\": "
+                ")[^\\\\\r\n,]*|(\"durationMs\": )[0-9.]+");
+            text = std::regex_replace(text, times, "$1$2<time>");
+            text =
+                Replaced(text, ", port " + vars_.at("{port}"), ", port {port}");  // in the driver's messages
+            for (const auto& [name, value] : vars_) {
+                text = value.size() > 8 ? Replaced(text, value, name) : text;
+            }
+            return text;
+        });
     }
 
     std::string Play(const std::string& name) { return player_.Play("scenarios/" + name + ".txt"); }
 
   private:
-    // The system tables of the last "rebuild" made again from its files.
-    void Rebuild() {
-        const auto [db, files] = FirstWord(rebuild_);
-        pg_.Execute(db, "DROP SCHEMA tsl CASCADE");
-        Database(rebuild_, false);
-    }
-
     void Database(const std::string& argument, bool create) {
         const auto [db, files] = FirstWord(argument);
         vars_["{" + db + "}"] = pg_.ConnectionString(db);
-        const std::vector<std::string> list = Words(files);
-        if (create) {
-            pg_.CreateDatabase(db, list);
-            return;
-        }
         std::string sql;
-        for (const std::string& file : list) {
+        for (const std::string& file : Words(files)) {
             sql += ReadBytes(FixturePath(file));
         }
-        pg_.Execute(db, sql);
+        create ? pg_.CreateDatabase(db, Words(files)) : pg_.Execute(db, sql);
+    }
+
+    // The system tables made again from the files of a "rebuild".
+    void Rebuild(const std::string& argument) {
+        pg_.Execute(FirstWord(argument).first, "DROP SCHEMA tsl CASCADE");
+        Database(argument, false);
     }
 
     // Words of a line; "..." keeps blanks, {name} becomes its value.
     std::vector<std::string> Words(const std::string& line) const {
         std::vector<std::string> words;
         std::istringstream in(line);
-        for (std::string word; in >> std::quoted(word);) {
+        for (std::string word; in >> std::quoted(word); words.push_back(word)) {
             for (const auto& [name, value] : vars_) {
-                for (std::size_t at = word.find(name); at != std::string::npos;
-                     at = word.find(name, at + 1)) {
-                    word.replace(at, name.size(), value);
-                }
+                word = Replaced(word, name, value);
             }
-            words.push_back(word);
         }
         return words;
     }
 
-    // A run; `brief` puts everything on one line.
-    void Run(const std::string& argument, std::ostream& out, bool brief = false) {
+    void Run(const std::string& argument, bool brief, std::ostream& out) {
         lastRun_ = argument;
         std::vector<std::string> before;
         for (const std::string& name : fingerprinted_) {
@@ -268,44 +228,38 @@ class Scenario {
         // Longer than any report: a file that is not truncated, or not written, shows.
         const std::string stale(50000, '#');
         for (const char* file : {"{report}", "{json}", "{verdicts}"}) {
-            testsupport::WriteBytes(vars_[file], stale);
+            WriteBytes(vars_[file], stale);
         }
-        std::vector<std::string> args = Words(argument);
-        const bool ownJson = argument.find("{json}") == std::string::npos;
-        if (ownJson) {
-            args.insert(args.end(), {"--json", vars_["{verdicts}"]});
-        }
+        const std::string json = argument.find("{json}") == std::string::npos ? "{verdicts}" : "{json}";
+        std::vector<std::string> args = Words(argument + (json == "{json}" ? "" : " --json {verdicts}"));
         const auto traced = fs::exists(kTrace) ? fs::file_size(kTrace) : 0;
         std::ostringstream stdOut, stdErr;
         const int status = RunHeadless(args, stdOut, stdErr);
         last_ = {.out = stdOut.str(),
                  .err = stdErr.str(),
                  .report = ReadBytes(vars_["{report}"]),
-                 .json = {},
+                 .json = ReadBytes(vars_[json]),
                  .statements = fs::exists(kTrace) ? ReadBytes(kTrace).substr(traced) : "",
                  .results = {}};
-        std::istringstream sent(last_.statements);
-        for (std::string sql; std::getline(sent, sql);) {
+        for (const std::string& sql : Split(last_.statements, "\n")) {
             EXPECT_TRUE(IsSingleStatement(sql)) << "reached the server: " << sql;
         }
-        const std::string json = ReadBytes(vars_[ownJson ? "{verdicts}" : "{json}"]);
-        last_.json = json == stale ? "(not written)\n" : json;
         last_.report = last_.report == stale ? "(not written)\r\n" : last_.report;
-        if (json != stale) {
-            try {
-                last_.results = testsupport::JsonParser::Parse(json);
-            } catch (const std::exception& e) {
-                ADD_FAILURE() << e.what() << "\n" << json.substr(0, 500);
-            }
+        last_.json = last_.json == stale ? "(not written)\n" : last_.json;
+        try {
+            last_.results = last_.json.starts_with("(not") ? JsonValue{} : JsonParser::Parse(last_.json);
+        } catch (const std::exception& e) {
+            ADD_FAILURE() << e.what() << "\n" << last_.json.substr(0, 500);
         }
-        out << "exit " << status;
-        if (brief) {
-            Verdicts(last_.results).PrintBrief(last_.results["error"].text, out);
-        } else {
-            out << "\n";
-            PrintErrors(out);
-            Verdicts(last_.results).Print(out);
+        out << "exit " << status << (brief ? "" : "\n");
+        // Standard error without the progress lines, the usage shortened.
+        std::vector<std::string> err = Split(Replaced(last_.err, HeadlessUsage(), "<usage>\n"), "\n");
+        err.pop_back();
+        for (const std::string& line : err) {
+            const bool progress = line.starts_with("Running test ") || line == "Testing complete.";
+            out << (progress || brief ? "" : Readable(line) + "\n");
         }
+        PrintVerdicts(last_.results, brief, out);
         for (std::size_t i = 0; i < fingerprinted_.size(); ++i) {
             const bool same = pg_.QueryValue(fingerprinted_[i], kFingerprint) == before[i];
             EXPECT_TRUE(same) << fingerprinted_[i] << " changed under: " << argument;
@@ -313,65 +267,48 @@ class Scenario {
         }
     }
 
-    // Standard error without the progress lines, the usage shortened.
-    void PrintErrors(std::ostream& out) const {
-        std::istringstream err(Replaced(last_.err, HeadlessUsage(), "<usage>\n"));
-        for (std::string line; std::getline(err, line);) {
-            if (!line.starts_with("Running test ") && line != "Testing complete.") {
-                out << Readable(line) << "\n";
-            }
-        }
-    }
-
     // "show KIND [POSITIONS] [first|last K]": only the first or last K lines, and how many were left out.
     void Show(const std::string& what, std::ostream& out) {
         static const std::regex form(R"(([a-z]+)((?: [0-9]+)*)(?: (first|last) ([0-9]+))?)");
         std::smatch m;
-        if (!std::regex_match(what, m, form)) {
-            throw std::runtime_error("show what?");
-        }
-        const std::string kind = m[1];
-        const std::map<std::string, std::pair<const std::string*, const char*>> texts = {
-            {"stdout", {&last_.out, "\n"}},
-            {"stderr", {&last_.err, "\n"}},
-            {"report", {&last_.report, "\r\n"}},
-            {"json", {&last_.json, "\n"}},
-            {"statements", {&last_.statements, "\n"}}};
+        std::regex_match(what, m, form);
+        const std::map<std::string, std::pair<std::string, const char*>> texts = {
+            {"stdout", {last_.out, "\n"}},
+            {"stderr", {last_.err, "\n"}},
+            {"report", {last_.report, "\r\n"}},
+            {"json", {last_.json, "\n"}},
+            {"statements", {last_.statements, "\n"}}};
         std::vector<std::pair<std::string, std::string>> shown;  // heading, lines
-        if (const auto it = texts.find(kind); it != texts.end()) {
-            shown.emplace_back(kind, ReadableLines(*it->second.first, it->second.second));
-        } else if (kind == "details") {
+        if (texts.contains(m[1])) {
+            shown.emplace_back(m[1], ReadableLines(texts.at(m[1]).first, texts.at(m[1]).second));
+        }
+        for (const std::string& position : Split(m[2].str().empty() ? "" : m[2].str().substr(1), " ")) {
+            // Details never end in a line break: one more marks their end.
             const JsonValue& tests = last_.results["tests"];
-            std::istringstream positions(m[2]);
-            for (std::size_t position; positions >> position;) {
-                const bool known = position >= 1 && position <= tests.items.size();
-                // Details never end in a line break: one more marks their end.
-                shown.emplace_back(
-                    "details " + std::to_string(position),
-                    ReadableLines(
-                        (known ? tests.items[position - 1]["resultDetails"].text : "(none)") + "\r\n",
-                        "\r\n"));
-            }
-        } else if (kind == "refused") {
+            const std::size_t n = position.empty() ? 0 : std::stoul(position);
+            shown.emplace_back("details " + position,
+                               ReadableLines(n >= 1 && n <= tests.items.size()
+                                                 ? tests.items[n - 1]["resultDetails"].text + "\r\n"
+                                                 : "",
+                                             "\r\n"));
+        }
+        if (m[1] == "refused") {
             PrintRefused(last_.results, out);
-        } else if (kind == "target") {
+        } else if (m[1] == "target") {
             const JsonValue& target = last_.results["target"];
             out << "target " << target["dbms"].text << " " << target["tesselVersion"].text << ", database "
                 << target["database"].text << "\n";
-        } else {
-            throw std::runtime_error("nothing called " + kind + " to show");
         }
         for (const auto& [heading, text] : shown) {
-            std::vector<std::string> lines;
-            std::istringstream in(text);
-            for (std::string line; std::getline(in, line);) {
-                lines.push_back(line);
-            }
+            std::vector<std::string> lines = Split(text, "\n");
+            lines.pop_back();
             const std::size_t kept = m[4].matched ? std::min(lines.size(), std::stoul(m[4])) : lines.size();
             const bool first = m[3] == "first";
-            const std::string left =
-                std::to_string(lines.size() - kept) + (first ? " lines after" : " lines before");
-            out << "--- " << heading << (kept < lines.size() ? " (" + left + ")" : "") << "\n";
+            out << "--- " << heading
+                << (kept < lines.size() ? " (" + std::to_string(lines.size() - kept) +
+                                              (first ? " lines after)" : " lines before)")
+                                        : "")
+                << "\n";
             for (std::size_t i = first ? 0 : lines.size() - kept; i < (first ? kept : lines.size()); ++i) {
                 out << lines[i] << "\n";
             }
@@ -383,29 +320,25 @@ class Scenario {
     void ConnectClicks(const std::string& argument, std::ostream& out) {
         auto [db, text] = FirstWord(argument);
         static const std::regex pad(R"(\{'(.)' to ([0-9]+)\}$)");
-        if (std::smatch m; std::regex_search(text, m, pad)) {
-            const std::size_t length = std::stoul(m[2]);
-            text = Words("\"" + m.prefix().str() + "\"")[0];
-            text.resize(length, m.str(1)[0]);
-        } else {
-            text = Words("\"" + text + "\"")[0];
-        }
-        testsupport::RecordingInteraction ui;
+        std::smatch m;
+        const bool padded = std::regex_search(text, m, pad);
+        text = Words("\"" + (padded ? m.prefix().str() : text) + "\"")[0];
+        text.resize(padded ? std::stoul(m[2]) : text.size(), padded ? m.str(1)[0] : ' ');
+        RecordingInteraction ui;
         MainState state(ui, NewOdbcConnection);
         EXPECT_TRUE(StartUp(state));
         ConnectionStringChanged(state, text);
         std::string clicks[2];
         for (std::string& click : clicks) {
-            if (state.g_pAdoConn != nullptr) {
-                break;
-            }
-            ui.shown.clear();
-            ConnectButtonClick(state);
-            click = (state.g_pAdoConn != nullptr ? "connected" : state.cmdConnectCaption) +
-                    (state.cmdBuildStringEnabled ? ", build enabled\n" : "\n");
-            for (const auto& box : ui.shown) {
-                EXPECT_EQ(box.icon, MsgIcon::Exclamation);
-                click += "box " + Readable(box.title + ": " + box.text) + "\n";
+            if (state.g_pAdoConn == nullptr) {
+                ConnectButtonClick(state);
+                click = (state.g_pAdoConn != nullptr ? "connected" : state.cmdConnectCaption) +
+                        (state.cmdBuildStringEnabled ? ", build enabled\n" : "\n");
+                for (const auto& box : ui.shown) {
+                    EXPECT_EQ(box.icon, MsgIcon::Exclamation);
+                    click += "box " + Readable(box.title + ": " + box.text) + "\n";
+                }
+                ui.shown.clear();
             }
         }
         out << clicks[0] << (clicks[1] == clicks[0] ? "(the same on a second click)\n" : clicks[1]);
@@ -415,12 +348,11 @@ class Scenario {
         }
         EXPECT_NE(state.g_pAdoConn, nullptr) << "not usable after " << text.substr(0, 80);
     }
-
     // "Query DBMS" after connecting, with the option and version boxes set by hand before: what it chose,
     // the namer's type code and, when a type was chosen, the name of LAYERS and whether it is found.
     void Detect(const std::string& argument, std::ostream& out) {
         const auto [db, systemDatabase] = FirstWord(argument);
-        testsupport::RecordingInteraction ui;
+        RecordingInteraction ui;
         MainState state(ui, NewOdbcConnection);
         EXPECT_TRUE(StartUp(state));
         ConnectionStringChanged(state, pg_.ConnectionString(db));
@@ -480,34 +412,13 @@ class Scenario {
         out << rows << " rows\n";
     }
 
-    static std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-        for (std::size_t at = 0; !from.empty() && (at = text.find(from, at)) != std::string::npos;
-             at += to.size()) {
-            text.replace(at, from.size(), to);
-        }
-        return text;
-    }
-
-    std::string Mask(std::string text) const {
-        static const std::regex times(
-            "(started at |finished at |Generated: |\"started\": |\"finished\": )"
-            "[^\\\\\r\n,]*|(\"durationMs\": )[0-9.]+");
-        text = std::regex_replace(text, times, "$1$2<time>");
-        text = Replaced(text, ", port " + vars_.at("{port}"), ", port {port}");  // in the driver's messages
-        text = Replaced(text, folder_.Path().string(), "<folder>");
-        for (const auto& [name, value] : vars_) {
-            text = value.size() > 8 ? Replaced(text, value, name) : text;
-        }
-        return text;
-    }
-
     struct LastRun {
         std::string out, err, report, json, statements;
         JsonValue results;
     };
 
     const PgCluster& pg_ = PgCluster::Shared();
-    testsupport::TempFolder folder_;
+    TempFolder folder_;
     std::map<std::string, std::string> vars_{{"{report}", folder_.File("report.txt")},
                                              {"{json}", folder_.File("results.json")},
                                              {"{verdicts}", folder_.File("verdicts.json")},
@@ -517,7 +428,7 @@ class Scenario {
     LastRun last_;
     std::string lastRun_;
     std::string rebuild_;  // the database and files of the last "rebuild"
-    testsupport::CasePlayer player_;
+    CasePlayer player_;
 };
 
 std::vector<std::string> ScenarioNames() {

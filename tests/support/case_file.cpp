@@ -2,6 +2,7 @@
 // the expected parts; the grammar is described in case_file.h.
 #include "support/case_file.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -153,6 +154,29 @@ std::string FromReadable(std::string_view text) {
         }
     }
     return out;
+}
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; !from.empty() && (at = text.find(from, at)) != std::string::npos;
+         at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+std::vector<std::string> Split(const std::string& text, const std::string& separator) {
+    std::vector<std::string> parts;
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t end = std::min(text.find(separator, at), text.size());
+        parts.push_back(text.substr(at, end - at));
+        at = end + separator.size();
+    }
+    return parts;
+}
+
+std::pair<std::string, std::string> FirstWord(const std::string& text) {
+    const std::size_t blank = text.find(' ');
+    return {text.substr(0, blank), blank == std::string::npos ? "" : text.substr(blank + 1)};
 }
 
 std::string CasePlayer::Play(const std::string& path) const {

@@ -14,6 +14,8 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace tabvet::testsupport {
 
@@ -23,6 +25,12 @@ std::string Readable(std::string_view text);
 std::string ReadableLines(std::string_view text, std::string_view lineBreak);
 /// The value a readable text stands for (the inverse of Readable).
 std::string FromReadable(std::string_view text);
+
+/// Small text helpers the case players share.
+std::string Replaced(std::string text, const std::string& from, const std::string& to);
+std::vector<std::string> Split(const std::string& text, const std::string& separator);
+/// The first word (up to the first blank) and the rest.
+std::pair<std::string, std::string> FirstWord(const std::string& text);
 
 /// Plays case files: each action line goes to the function registered for its first word, which writes
 /// the output the case expects.

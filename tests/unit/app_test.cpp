@@ -9,6 +9,9 @@
 #include <regex>
 #include <thread>
 
+#include <sys/stat.h>
+
+#include "app/headless/connect_source.h"
 #include "app/headless/console_interaction.h"
 #include "app/headless/headless_options.h"
 #include "app/headless/headless_run.h"
@@ -161,6 +164,7 @@ class EdgeCases {
         // args "A" "B"...: a headless run with those arguments; its exit status, the first line of its output
         // and its errors. "parse" before the arguments only parses them.
         player.On("args", [this](const std::string& a, std::ostream& out) { Arguments(a, out); });
+        player.On("resolve", [this](const std::string& a, std::ostream& out) { Resolve(a, out); });
         // version-boxes MAJOR|MINOR|BUGFIX: typed into a window connected to a server that answers nothing,
         // then run; then the same with 9|0|0.
         player.On("version-boxes", [](const std::string& a, std::ostream& out) { VersionTexts(a, out); });
@@ -256,38 +260,63 @@ class EdgeCases {
         }
     }
 
+    // The folder holds "a file", "report.txt", and connection files: "private" (0600), "shared" (0644) and
+    // "empty" (0600). A file must be left as it was; the password pw1 must show nowhere.
     void Arguments(const std::string& argument, std::ostream& out) {
-        TempFolder folder;
-        WriteBytes(folder.File("a file"), "x");
-        WriteBytes(folder.File("report.txt"), "yesterday's report");
+        for (const auto& [name, text, mode] : {std::tuple{"a file", "x", 0644},
+                                               {"report.txt", "yesterday's report", 0644},
+                                               {"private", "DSN=gis;PWD=pw1\r\n", 0600},
+                                               {"shared", "DSN=gis;PWD=pw1\n", 0644},
+                                               {"empty", "\n", 0600}}) {
+            WriteBytes(folder_.File(name), text);
+            chmod(folder_.File(name).c_str(), mode);
+        }
         std::vector<std::string> args;
         const std::regex quoted("\"([^\"]*)\"");
         for (auto it = std::sregex_iterator(argument.begin(), argument.end(), quoted);
              it != std::sregex_iterator(); ++it) {
-            args.push_back(Replaced((*it)[1].str(), "<folder>", folder.Path().string()));
+            args.push_back(Replaced((*it)[1].str(), "<folder>", folder_.Path().string()));
         }
         if (argument.starts_with("parse")) {
-            const ParsedArguments parsed = ParseHeadlessArguments(args);
+            const ParsedArguments parsed =
+                ParseHeadlessArguments(args, argument.starts_with("parse environment"));
             const HeadlessOptions o = parsed.options.value_or(HeadlessOptions{});
-            out << (parsed.options ? "options: " + o.connect + " | " + o.database.value_or("-") + " | " +
-                                         o.report.value_or("-") + " | " + o.json.value_or("-") + " | " +
-                                         std::to_string(o.onlyFailures)
-                                   : "error: " + parsed.error)
+            out << (parsed.options
+                        ? "options: " + o.connect + " | " + o.database.value_or("-") + " | " +
+                              o.report.value_or("-") + " | " + o.json.value_or("-") + " | " +
+                              std::to_string(o.onlyFailures) + " | source " +
+                              std::to_string(static_cast<int>(o.connectSource)) + " " + o.connectFile +
+                              " | timeouts " + std::to_string(o.loginTimeout.value_or(15)) + "/" +
+                              std::to_string(o.statementTimeout.value_or(30)) + ", limit " +
+                              std::to_string(o.timeLimit)
+                        : "error: " + parsed.error)
                 << "\n";
             return;
         }
         std::ostringstream stdOut, stdErr;
         out << "exit " << RunHeadless(args, stdOut, stdErr) << ": "
-            << Readable(Replaced(Replaced(stdErr.str(), HeadlessUsage(), "<usage>"), folder.Path().string(),
-                                 "<folder>"))
-            << "\n"
+            << Readable(Replaced(stdErr.str(), HeadlessUsage(), "<usage>")) << "\n"
             << ReadableLines(stdOut.str(), "\n");
-        std::string files;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
-            files += entry.path().filename().string() + "; ";
-        }
-        EXPECT_EQ(files.size(), std::string("a file; report.txt; ").size()) << files;
-        EXPECT_EQ(ReadBytes(folder.File("report.txt")), "yesterday's report");
+        EXPECT_EQ(ReadBytes(folder_.File("report.txt")), "yesterday's report");
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 5);
+    }
+
+    // resolve SOURCE VALUE: the connection string from the argument, a file of the folder, standard input or
+    // the environment; what it resolves to and what is said on the way.
+    void Resolve(const std::string& argument, std::ostream& out) {
+        const auto [source, value] = FirstWord(argument);
+        HeadlessOptions options;
+        options.connectSource = source == "argument" ? ConnectSource::Argument
+                                : source == "file"   ? ConnectSource::File
+                                : source == "stdin"  ? ConnectSource::StandardInput
+                                                     : ConnectSource::Environment;
+        options.connect = source == "argument" ? value : "";
+        options.connectFile = folder_.File(value);
+        std::istringstream in(value);
+        std::ostringstream err;
+        const bool ok = ResolveConnectionString(options, in, value, err);
+        out << Readable(ok ? options.connect : "(failed)") << " | " << Readable(err.str()) << "\n";
+        EXPECT_EQ(err.str().find("pw1"), std::string::npos);
     }
 
     static void VersionTexts(const std::string& argument, std::ostream& out) {

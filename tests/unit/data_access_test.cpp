@@ -9,18 +9,24 @@
 
 #include "db/conn_error_string.h"
 #include "db/connection_string.h"
+#include "db/connection_string_pairs.h"
 #include "db/odbc_connection.h"
 #include "db/qual_db_obj_name.h"
 #include "db/recordset.h"
 #include "db/statement_guard.h"
 #include "db/utf16.h"
 #include "db/value.h"
+#include "report/report_paths.h"
 #include "session/connection_handling.h"
+#include "session/connection_string_box.h"
 #include "session/odbc_logon.h"
+#include "session/remembered_settings.h"
 #include "session/run_step.h"
 #include "session/server_type_detection.h"
 #include "session/server_type_selection.h"
+#include "session/version_box_input.h"
 #include "support/scripted_connection.h"
+#include "support/temp_folder.h"
 #include "support/unit_cases.h"
 
 namespace tabvet {
@@ -156,6 +162,44 @@ class DataAccessCases {
             }
             out << keys << "\n";
         });
+        // mask TEXT: the connection-string box shows it with passwords masked, settings store it without
+        // them.
+        player.On("mask", [](const std::string& a, std::ostream& out) {
+            out << Readable(MaskPasswords(a)) << " | " << Readable(WithoutPasswords(a)) << "\n";
+        });
+        // pair-value KEY,KEY... in TEXT: the value of the first pair with one of the keys.
+        player.On("pair-value", [](const std::string& a, std::ostream& out) {
+            const auto [keys, text] = FirstWord(a);
+            out << ConnectionStringValue(text.substr(3), Split(keys, ",")) << "\n";
+        });
+        // box-edit REAL => SHOWN @ CURSOR: the masked box edited to SHOWN; the real string it becomes.
+        player.On("box-edit", [](const std::string& a, std::ostream& out) {
+            RecordingInteraction ui;
+            MainState state(ui, nullptr);
+            state.txtConnString = a.substr(0, a.find(" => "));
+            const std::string shown = a.substr(a.find(" => ") + 4, a.rfind(" @ ") - a.find(" => ") - 4);
+            ShownConnectionStringEdited(state, shown, std::stoul(a.substr(a.rfind(" @ ") + 3)));
+            EXPECT_TRUE(state.cmdConnectEnabled);
+            out << Readable(state.txtConnString) << "\n";
+        });
+        // version-edit major|minor|bugfix BOXES TEXT: TEXT put into one box of MAJOR|MINOR|BUGFIX; taken or
+        // not, and the boxes after.
+        player.On("version-edit", [](const std::string& a, std::ostream& out) {
+            const std::vector<std::string> words = Split(a, " ");
+            const std::vector<std::string> boxes = Split(words[1], "|");
+            RecordingInteraction ui;
+            MainState state(ui, nullptr);
+            state.txtMajorVersion = boxes[0];
+            state.txtMinorVersion = boxes[1];
+            state.txtBugfix = boxes[2];
+            const VersionBox box = words[0] == "major"   ? VersionBox::Major
+                                   : words[0] == "minor" ? VersionBox::Minor
+                                                         : VersionBox::Bugfix;
+            out << (VersionBoxEdited(state, box, a.substr(words[0].size() + words[1].size() + 2))
+                        ? "taken: "
+                        : "refused: ")
+                << state.txtMajorVersion << "|" << state.txtMinorVersion << "|" << state.txtBugfix << "\n";
+        });
         player.On("version-box", [](const std::string& a, std::ostream& out) {
             out << Outcome([&] { return std::to_string(VersionBoxNumber(a)); }) << "\n";
         });
@@ -254,6 +298,22 @@ TEST(ConnectionSteps, TheLogonDialogHandsItsStringAndDatabaseToTheWindowOnlyOnOk
         EXPECT_EQ(state.txtConnString + " " + state.g_sTslSystemTableDatabase,
                   "PROVIDER=MSDASQL;Driver=D;Server=s;UID=;PWD=;Database=Parcels_2; PARCELS_2");
     }
+}
+
+TEST(RememberedSettings, NoStringWithoutAConnectionAndTheFolderOnlyWhileItExists) {
+    RecordingInteraction ui;
+    MainState state(ui, nullptr);
+    state.reportFileName = GetDefaultReportFileName();
+    EXPECT_FALSE(SettingsToRemember(state).connectionString);
+    EXPECT_FALSE(SettingsToRemember(state).reportFolder);
+    const TempFolder folder;
+    RestoreSettings(state, {.connectionString = "Driver=X;UID=u;", .reportFolder = folder.Path().string()});
+    EXPECT_EQ(state.txtConnString, "Driver=X;UID=u;");
+    EXPECT_TRUE(state.cmdConnectEnabled);
+    EXPECT_EQ(state.reportFileName, folder.File("Tessel_Diag.txt"));
+    EXPECT_EQ(SettingsToRemember(state).reportFolder, folder.Path().string());
+    RestoreSettings(state, {.connectionString = std::nullopt, .reportFolder = folder.File("gone")});
+    EXPECT_EQ(state.reportFileName, folder.File("Tessel_Diag.txt"));
 }
 
 TEST(ScriptedDetection, NeedsAConnectionAndProbesEveryStyleInOrder) {
