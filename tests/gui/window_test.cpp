@@ -2,7 +2,9 @@
 // acts on the window and ends with a step that shows every named control whose text, state or tooltip changed
 // since the step before (all of them at the first), then the editors started and boxes shown; the window
 // when things go wrong (server stopped mid-run, an escaped conversion error, a pasted version that does not
-// fit) too. Stops the shared server: runs alone.
+// fit) too. Then daily use: input during a run is dropped, settings are remembered in a private file and
+// never hold a password, the password is masked, and nothing overlaps at the minimum size. Stops the shared
+// server: runs alone.
 
 #include <QtTest>
 #include <QtWidgets>
@@ -28,6 +30,12 @@ namespace {
 constexpr const char* kHealthy = "gui_window";
 constexpr const char* kNullOwner = "gui_window_null_owner";
 
+// The string of the healthy database with `password` in place of its empty PWD pair (the cluster trusts all).
+std::string WithPassword(const std::string& password) {
+    std::string text = PgCluster::Shared().ConnectionString(kHealthy);
+    return text.replace(text.find("PWD=;"), 5, password);
+}
+
 // Fills the logon dialog as a user would and presses OK, or Cancel.
 struct ScriptedLogon final : LogonDialogPresenter {
     void ShowModal(frmODBCLogon& dialog) override {
@@ -40,15 +48,17 @@ struct ScriptedLogon final : LogonDialogPresenter {
     bool cancel = false;
 };
 
-// One window with its model and scripted dialogs; every connection it makes can break on cue.
+// One window with its model and scripted dialogs, remembering its settings in `settingsFile` when given (a
+// second Fixture on the same file is the next start); every connection it makes can break on cue.
 struct Fixture {
-    Fixture() : state(ui, NewOdbcConnection) {
-        WindowServices services;
-        services.fileDialog = &files;
-        services.editor = &editor;
-        services.logonDialog = &logon;
-        services.endProgram = [this] { ended = true; };
-        window = std::make_unique<frmNav>(state, std::move(services));
+    explicit Fixture(const std::string& settingsFile = "")
+        : settings(QString::fromStdString(settingsFile), QSettings::IniFormat), state(ui, NewOdbcConnection) {
+        window = std::make_unique<frmNav>(
+            state, WindowServices{.fileDialog = &files,
+                                  .editor = &editor,
+                                  .logonDialog = &logon,
+                                  .settings = settingsFile.empty() ? nullptr : &settings,
+                                  .endProgram = [this] { ended = true; }});
         QVERIFY(window->Load());
         state.now = [] { return std::string("<now>"); };
         state.newConnection = [this] {
@@ -57,6 +67,14 @@ struct Fixture {
             return made;
         };
         window->show();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    }
+    // Types the string into the box, as a user would, and presses Enter.
+    void Connect(const std::string& connectionString) {
+        Find<QLineEdit>("txtConnString")->clear();
+        QTest::keyClicks(Find<QLineEdit>("txtConnString"), QString::fromStdString(connectionString));
+        QTest::keyClick(Find<QLineEdit>("txtConnString"), Qt::Key_Return);
     }
     template <typename T>
     T* Find(const char* name) {
@@ -102,6 +120,7 @@ struct Fixture {
         editor.launched.clear();
     }
     std::map<std::string, std::string> seen;
+    QSettings settings;
     RecordingInteraction ui;
     MainState state;
     ScriptedFileDialog files;
@@ -155,6 +174,25 @@ std::string Play(const std::string& name) {
         QTest::keyClicks(f.Find<QLineEdit>("txtConnString"),
                          QString::fromStdString(PgCluster::Shared().ConnectionString(a)));
         f.Click("cmdConnect");
+    });
+    // tab N, focus WIDGET, key NAME (Up, Down, Right, or a character; ctrl+ before it holds Control) to the
+    // widget with the focus, clipboard TEXT, menu-paste WIDGET (what the context menu's Paste calls)
+    on("tab", [&](const std::string& a) { f.Find<QTabWidget>("SSTab1")->setCurrentIndex(std::stoi(a)); });
+    on("focus", [&](const std::string& a) { f.Find<QWidget>(a.c_str())->setFocus(); });
+    on("key", [&](const std::string& a) {
+        const std::string key = a.starts_with("ctrl+") ? a.substr(5) : a;
+        const std::map<std::string, Qt::Key> named{
+            {"Up", Qt::Key_Up}, {"Down", Qt::Key_Down}, {"Right", Qt::Key_Right}};
+        const Qt::KeyboardModifiers modifiers = a.starts_with("ctrl+") ? Qt::ControlModifier : Qt::NoModifier;
+        named.contains(key) ? QTest::keyClick(QApplication::focusWidget(), named.at(key), modifiers)
+                            : QTest::keyClick(QApplication::focusWidget(), key[0], modifiers);
+    });
+    on("clipboard",
+       [&](const std::string& a) { QApplication::clipboard()->setText(QString::fromStdString(a)); });
+    on("menu-paste",
+       [&](const std::string& a) { QMetaObject::invokeMethod(f.Find<QWidget>(a.c_str()), "paste"); });
+    player.On("focused", [&](const std::string&, std::ostream& out) {
+        out << "focus: " << QApplication::focusWidget()->objectName().toStdString() << "\n";
     });
     on("logon-cancel", [&](const std::string&) { f.logon.cancel = true; });
     // answers WORD...: the answers to the next message boxes
@@ -218,10 +256,120 @@ class WindowTest : public QObject {
         PgCluster::Shared().CreateDatabase(kHealthy, fixtures);
         PgCluster::Shared().CreateDatabase(kNullOwner, fixtures);
         PgCluster::Shared().Execute(kNullOwner, "UPDATE tsl.layers SET owner = NULL WHERE layer_id = 14;");
+        QStandardPaths::setTestModeEnabled(true);  // nothing may reach the user's own settings
     }
     void everyStepFromStartUpToFileExit() { QCOMPARE(Play("window"), std::string()); }
+    void versionBoxesAndArrowKeys() { QCOMPARE(Play("keyboard"), std::string()); }
     void serverStoppedAnEscapedErrorAndAPastedVersionThatDoesNotFit() {
         QCOMPARE(Play("window_faults"), std::string());
+    }
+
+    void inputDuringARunIsDroppedNotReplayed_data() {
+        QTest::addColumn<QString>("button");
+        QTest::newRow("a second Run Tests") << "cmdRun";
+        QTest::newRow("Clear This Status Window") << "cmdClearRunStatus";
+        QTest::newRow("Disconnect") << "cmdConnect";
+    }
+    void inputDuringARunIsDroppedNotReplayed() {
+        QFETCH(QString, button);
+        Fixture f;
+        f.Connect(WithPassword("PWD=;"));
+        QTest::mouseClick(f.Find<QPushButton>("cmdQueryType"), Qt::LeftButton);
+        auto* target = f.Find<QPushButton>(button.toUtf8().constData());
+        int clocks = 0;
+        f.state.now = [&] {
+            if (clocks++ == 0) {  // the run has started: the user clicks, and the click waits in the queue
+                const QPointF at = target->rect().center();
+                for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+                    QCoreApplication::postEvent(
+                        target, new QMouseEvent(type, at, target->mapToGlobal(at), Qt::LeftButton,
+                                                Qt::LeftButton, Qt::NoModifier));
+                }
+            }
+            return std::string("<now>");
+        };
+        QTest::mouseClick(f.Find<QPushButton>("cmdRun"), Qt::LeftButton);
+        const std::string log = f.state.rtbStatus;
+        QCOMPARE(clocks, 2);  // started and finished once
+        QCoreApplication::processEvents();
+        QTest::qWait(50);
+        QCOMPARE(f.state.rtbStatus, log);
+        QVERIFY(f.state.g_pAdoConn != nullptr);
+        QVERIFY(f.ui.shown.empty());
+        QVERIFY(log.ends_with("Test run finished at <now>"));
+    }
+
+    void settingsAreRememberedWithoutAPassword_data() {
+        QTest::addColumn<QString>("password");
+        QTest::newRow("PWD") << "PWD=secret;";
+        QTest::newRow("Password in braces") << "Password={se;cret};";
+    }
+    void settingsAreRememberedWithoutAPassword() {
+        QFETCH(QString, password);
+        const TempFolder folder;
+        const std::string typed = WithPassword(password.toStdString());
+        {
+            Fixture f(folder.File("tabvet.ini"));
+            f.Connect(typed);
+            QVERIFY(f.state.g_pAdoConn != nullptr);
+            f.files.Answer(folder.File("old.txt"));
+            QTest::mouseClick(f.Find<QPushButton>("cmdViewReport"), Qt::LeftButton);
+            f.window->setGeometry(40, 50, 700, 560);
+            f.window->findChild<QAction*>("mnuFileExit")->trigger();  // confirmed: stores the geometry
+        }
+        const std::string stored = ReadBytes(folder.File("tabvet.ini"));
+        QVERIFY2(stored.find("cret") == std::string::npos, stored.c_str());
+        QVERIFY2(stored.find(folder.Path().string()) != std::string::npos, stored.c_str());
+        Fixture next(folder.File("tabvet.ini"));
+        QCOMPARE(next.state.txtConnString, WithPassword(""));
+        QVERIFY(next.Find<QPushButton>("cmdConnect")->isEnabled());
+        QCOMPARE(next.state.reportFileName, folder.File("Tessel_Diag.txt"));
+        QCOMPARE(next.window->size(), QSize(700, 560));
+    }
+
+    void thePasswordIsMaskedAndTheStatusBarNamesTheTarget() {
+        Fixture f;
+        QCOMPARE(QApplication::focusWidget(), f.Find<QLineEdit>("txtConnString"));
+        QVERIFY(!f.window->windowIcon().isNull());
+        QTest::mouseClick(f.Find<QPushButton>("cmdCanned"), Qt::LeftButton);
+        QVERIFY(f.Find<QLineEdit>("txtConnString")->text().endsWith("User Id=tsl;Password=***"));
+        QVERIFY(f.state.txtConnString.ends_with("Password=kqv"));
+        f.Connect(WithPassword("PWD=secret;"));
+        QVERIFY(f.Find<QLineEdit>("txtConnString")->text().endsWith("PWD=******;"));
+        QCOMPARE(f.Find<QLineEdit>("txtConnString")->cursorPosition(), 0);  // its beginning shows
+        QCOMPARE(f.Find<QLabel>("stsTarget")->text(), QString("Server: 127.0.0.1   Database: gui_window"));
+        QTest::mouseClick(f.Find<QPushButton>("cmdConnect"), Qt::LeftButton);
+        QCOMPARE(f.Find<QLabel>("stsTarget")->text(), QString());
+    }
+
+    // At the minimum size every control of every tab lies inside its parent, overlaps none of its siblings
+    // and has at least the room it asks for.
+    void nothingOverlapsAtTheMinimumSize() {
+        Fixture f;
+        f.window->resize(f.window->minimumSize());
+        auto* tabs = f.Find<QTabWidget>("SSTab1");
+        for (int tab = 0; tab < tabs->count(); ++tab) {
+            tabs->setCurrentIndex(tab);
+            QApplication::processEvents();
+            QList<QWidget*> widgets = tabs->widget(tab)->findChildren<QWidget*>();
+            widgets.removeIf([](const QWidget* w) {
+                return !w->isVisible() || w->parent()->inherits("QAbstractScrollArea");
+            });
+            for (const QWidget* w : widgets) {
+                const QString where =
+                    tabs->tabText(tab) + ": " + w->objectName() + " " + w->metaObject()->className();
+                QVERIFY2(w->parentWidget()->rect().contains(w->geometry()), qPrintable(where));
+                const int needed =
+                    w->hasHeightForWidth() ? w->heightForWidth(w->width()) : w->minimumSizeHint().height();
+                QVERIFY2(w->height() >= needed && w->width() >= w->minimumSizeHint().width(),
+                         qPrintable(where));
+                for (const QWidget* other : widgets) {
+                    QVERIFY2(other == w || other->parent() != w->parent() ||
+                                 !other->geometry().intersects(w->geometry()),
+                             qPrintable(where + " overlaps " + other->objectName()));
+                }
+            }
+        }
     }
 };
 
