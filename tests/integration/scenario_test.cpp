@@ -451,30 +451,5 @@ TEST_P(Scenarios, EveryCaseGivesItsExpectedOutput) {
 INSTANTIATE_TEST_SUITE_P(Files, Scenarios, ::testing::ValuesIn(ScenarioNames()),
                          [](const auto& info) { return info.param; });
 
-// Cursor flags at both ends, and a probe opened while a walk is open, as the checks do for each row.
-TEST(DataAccess, CursorFlagsAtBothEndsAndTwoResultsOpenAtOnce) {
-    PgCluster::Shared().CreateDatabase("dblayer",
-                                       {"tessel_schema.sql", "healthy_version.sql", "db_layer_rows.sql"});
-    OdbcConnection conn;
-    ASSERT_TRUE(conn.Open(PgCluster::Shared().ConnectionString("dblayer")));
-    Recordset empty;
-    empty.Open("SELECT layer_id FROM TSL.LAYERS WHERE 1 = 2", conn);
-    EXPECT_TRUE(empty.Bof() && empty.Eof());
-    EXPECT_THROW(empty.MoveNext(), RuntimeError);
-    Recordset walk;
-    walk.Open("SELECT layer_id FROM TSL.LAYERS ORDER BY layer_id", conn);
-    EXPECT_FALSE(walk.Bof());
-    std::vector<std::string> seen;
-    for (; !walk.Eof(); walk.MoveNext()) {
-        Recordset probe;
-        probe.Open("SELECT description FROM TSL.LAYERS WHERE layer_id = " + *walk.Fields(0), conn);
-        seen.push_back(*walk.Fields(0) + ":" + probe.Fields(0).value_or(""));
-    }
-    EXPECT_EQ(seen, (std::vector<std::string>{"1:Road centre lines", "2:Straßen – Zürich Nord", "3:"}));
-    EXPECT_FALSE(walk.Bof());
-    walk.MoveFirst();
-    EXPECT_EQ(walk.Fields(0), "1");
-}
-
 }  // namespace
 }  // namespace tabvet

@@ -21,12 +21,24 @@ std::string Outcome(F step) {
         if constexpr (std::is_void_v<decltype(step())>) {
             step();
             return "done";
-        } else {
+        } else if constexpr (std::is_same_v<decltype(step()), bool>) {
+            return step() ? "yes" : "no";
+        } else if constexpr (std::is_convertible_v<decltype(step()), std::string>) {
             return Readable(step());
+        } else {
+            return std::to_string(step());
         }
     } catch (const RuntimeError& e) {
         return Readable(DescribeRuntimeError(e));
     }
+}
+
+/// Registers a word whose one line of output is the Outcome of `value` for its argument.
+template <typename F>
+void OnValue(CasePlayer& player, const std::string& word, F value) {
+    player.On(word, [value](const std::string& a, std::ostream& out) {
+        out << Outcome([&] { return value(a); }) << "\n";
+    });
 }
 
 /// One line a message box shown since the last call ("box: title: text"), repeats counted.

@@ -39,27 +39,9 @@ namespace {
 
 using namespace testsupport;
 
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = 0; !from.empty() && (at = text.find(from, at)) != std::string::npos;
-         at += to.size()) {
-        text.replace(at, from.size(), to);
-    }
-    return text;
-}
-
 // Sets or (with nothing) unsets an environment variable for the rest of the process.
 void SetVariable(const char* name, const std::optional<std::string>& value) {
     value ? setenv(name, value->c_str(), 1) : unsetenv(name);
-}
-
-std::vector<std::string> Split(const std::string& text, const std::string& separator) {
-    std::vector<std::string> parts;
-    for (std::size_t at = 0; at <= text.size();) {
-        const std::size_t end = std::min(text.find(separator, at), text.size());
-        parts.push_back(text.substr(at, end - at));
-        at = end + separator.size();
-    }
-    return parts;
 }
 
 // The words of the report and input cases: a catalogue of fake tests, the window's model over it, a private
@@ -152,14 +134,12 @@ class EdgeCases {
             state_.selectedDbms = static_cast<DbmsOption>(std::stoi(a));
             state_.g_sTslSystemTableDatabase = "TSL";
         });
-        player.On("json-string",
-                  [](const std::string& a, std::ostream& out) { out << Readable(JsonString(a)) << "\n"; });
-        player.On("local-time", [](const std::string& a, std::ostream& out) {
+        OnValue(player, "json-string", [](const std::string& a) { return JsonString(a); });
+        OnValue(player, "local-time", [](const std::string& a) {
             SetVariable("TZ", a);
             tzset();
-            out << IsoLocalTime(std::chrono::system_clock::from_time_t(86400 * 365) +
-                                std::chrono::milliseconds(1250))
-                << "\n";
+            return IsoLocalTime(std::chrono::system_clock::from_time_t(86400 * 365) +
+                                std::chrono::milliseconds(1250));
         });
         // args "A" "B"...: a headless run with those arguments; its exit status, the first line of its output
         // and its errors. "parse" before the arguments only parses them.

@@ -34,40 +34,21 @@ namespace {
 
 using namespace testsupport;
 
-std::string Units(const OdbcWideString& wide) {
-    std::string hex;
-    for (const SQLWCHAR unit : wide) {
-        char four[8];
-        std::snprintf(four, sizeof four, "%s%04X", hex.empty() ? "" : " ", static_cast<unsigned>(unit));
-        hex += four;
-    }
-    return hex;
-}
-
-std::string Yes(bool yes) {
-    return yes ? "yes" : "no";
-}
-
 // The words of tests/fixtures/unit/data_access.txt and conversions.txt. The data-access words act on one
 // scripted connection, one recordset and one error formatter that live through the whole file; the namer
 // words on one namer.
 class DataAccessCases {
   public:
     DataAccessCases() {
-        player.On("translate", [](const std::string& a, std::ostream& out) {
-            out << Readable(TranslateConnectionString(a)) << "\n";
-        });
-        player.On("single",
-                  [](const std::string& a, std::ostream& out) { out << Yes(IsSingleStatement(a)) << "\n"; });
+        OnValue(player, "translate", [](const std::string& a) { return TranslateConnectionString(a); });
+        OnValue(player, "single", [](const std::string& a) { return IsSingleStatement(a); });
         // namer [CODE DATABASE]: set up (or not), then every name and probe it builds.
         player.On("namer", [this](const std::string& a, std::ostream& out) {
             if (!a.empty()) {
-                const std::size_t blank = a.find(' ');
-                const std::string database = blank == std::string::npos ? "" : a.substr(blank + 1);
-                out << "setup: " << Outcome([&] { namer_.Setup(std::stoi(a), database); }) << "\n";
+                out << "setup: " << Outcome([&] { namer_.Setup(std::stoi(a), FirstWord(a).second); }) << "\n";
             }
             out << "type " << namer_.DbmsTypeCode() << ", database " << namer_.SystemDatabaseName()
-                << ", uses it: " << Yes(namer_.UsesDatabaseName()) << "\nsystem tables:";
+                << ", uses it: " << namer_.UsesDatabaseName() << "\nsystem tables:";
             for (const char* table : {"VERSION", "  LAYERS ", "GDB_RELEASE", "xgdb", "XGDB "}) {
                 out << " [" << namer_.TslSystemTable(table) << "]";
             }
@@ -75,60 +56,45 @@ class DataAccessCases {
             for (const char* database : {kNoDatabaseName, " d ", ""}) {
                 out << " [" << namer_.UserTable(" t ", " o ", database) << "]";
             }
-            out << "\nfind table: " << namer_.SqlToFindTable("D.GIS.ROADS")
-                << "\nfind column: " << namer_.SqlToFindColumn("SHAPE", "D.GIS.ROADS") << "\nfind nothing: "
+            out << "\nfind: " << namer_.SqlToFindTable("D.GIS.ROADS") << " | "
+                << namer_.SqlToFindColumn("SHAPE", "D.GIS.ROADS") << " | nothing: "
                 << namer_.SqlToFindTable("") + namer_.SqlToFindColumn("", "O.T") +
                        namer_.SqlToFindColumn("C", "")
                 << "\n";
             PrintBoxes(ui_, out);
         });
-        player.On("connect",
-                  [this](const std::string&, std::ostream& out) { out << Yes(conn_.Open("")) << "\n"; });
-        player.On("open", [this](const std::string& a, std::ostream& out) {
-            out << Outcome([&] { return Yes(rs_.OpenSuppressed(a, conn_)); }) << "\n";
-        });
-        player.On("open-raising", [this](const std::string& a, std::ostream& out) {
-            out << Outcome([&] { rs_.Open(a, conn_); }) << "\n";
-        });
+        OnValue(player, "connect", [this](const std::string&) { return conn_.Open(""); });
+        OnValue(player, "open", [this](const std::string& a) { return rs_.OpenSuppressed(a, conn_); });
+        OnValue(player, "open-raising", [this](const std::string& a) { rs_.Open(a, conn_); });
         // answer SQL => failure | rows CELLS | fresh CELLS: how the connection answers SQL from now on.
         player.On("answer", [this](const std::string& a, std::ostream&) {
-            const std::string sql = a.substr(0, a.find(" => "));
-            const std::string how = a.substr(a.find(" => ") + 4);
-            const auto rows = Cells(how.substr(std::min(how.size(), how.find(' ') + 1)));
-            ScriptedAnswer answer = how == "failure" ? Failure({{1,
-                                                                 "ERROR: relation \"tsl.version\" does not "
-                                                                 "exist;\nError while executing the query"},
-                                                                {-2147217900, "x"}})
-                                                     : Rows(rows.empty() ? 0 : rows[0].size(), rows);
-            answer.freshCursorAfterLast = how.starts_with("fresh");
-            conn_.Answer(sql, answer);
+            const auto [how, cells] = FirstWord(a.substr(a.find(" => ") + 4));
+            ScriptedAnswer answer =
+                how == "failure" ? Failure({{1,
+                                             "ERROR: relation \"tsl.version\" does not exist;\nError "
+                                             "while executing the query"},
+                                            {-2147217900, "x"}})
+                                 : Rows(Cells(cells).empty() ? 0 : Cells(cells)[0].size(), Cells(cells));
+            answer.freshCursorAfterLast = how == "fresh";
+            conn_.Answer(a.substr(0, a.find(" => ")), answer);
         });
-        player.On("errors", [this](const std::string&, std::ostream& out) {
-            out << Outcome([&] { return formatter_.Build(&conn_); }) << "\n";
-        });
+        OnValue(player, "errors", [this](const std::string&) { return formatter_.Build(&conn_); });
         player.On("errors-of-no-connection", [this](const std::string&, std::ostream& out) {
             out << Outcome([&] { return formatter_.Build(nullptr); }) << "\n";
             PrintBoxes(ui_, out);
         });
-        player.On("formatted", [this](const std::string&, std::ostream& out) {
-            out << Readable(formatter_.Value()) << "\n";
-        });
-        player.On("error", [this](const std::string& a, std::ostream& out) {
-            out << Outcome([&] { return conn_.Errors().Item(std::stoi(a)).Description; }) << "\n";
-        });
-        player.On("clear-errors", [this](const std::string&, std::ostream&) { conn_.Errors().Clear(); });
-        player.On("state", [this](const std::string&, std::ostream& out) { out << rs_.State() << "\n"; });
-        player.On("field", [this](const std::string& a, std::ostream& out) {
-            out << Outcome([&] { return rs_.Fields(std::stoi(a)).value_or("<null>"); }) << "\n";
-        });
-        player.On("close", [this](const std::string&, std::ostream& out) {
-            out << Outcome([&] { rs_.Close(); }) << "\n";
-        });
-        player.On("first", [this](const std::string&, std::ostream& out) {
-            out << Outcome([&] { rs_.MoveFirst(); }) << "\n";
-        });
-        player.On("bof-eof", [this](const std::string&, std::ostream& out) {
-            out << Outcome([&] { return Yes(rs_.Bof()) + " " + Yes(rs_.Eof()); }) << "\n";
+        OnValue(player, "formatted", [this](const std::string&) { return formatter_.Value(); });
+        OnValue(player, "error",
+                [this](const std::string& a) { return conn_.Errors().Item(std::stoi(a)).Description; });
+        OnValue(player, "clear-errors", [this](const std::string&) { conn_.Errors().Clear(); });
+        OnValue(player, "state", [this](const std::string&) { return rs_.State(); });
+        OnValue(player, "field",
+                [this](const std::string& a) { return rs_.Fields(std::stoi(a)).value_or("<null>"); });
+        OnValue(player, "close", [this](const std::string&) { rs_.Close(); });
+        OnValue(player, "first", [this](const std::string&) { rs_.MoveFirst(); });
+        OnValue(player, "next", [this](const std::string&) { rs_.MoveNext(); });
+        OnValue(player, "bof-eof", [this](const std::string&) {
+            return Outcome([&] { return rs_.Bof(); }) + " " + Outcome([&] { return rs_.Eof(); });
         });
         player.On("sent", [this](const std::string&, std::ostream& out) {
             for (const std::string& sql : conn_.Sent()) {
@@ -138,53 +104,58 @@ class DataAccessCases {
         // convert VALUE (<null> for NULL): to 16 and 32 bits, to text and to text or nothing.
         player.On("convert", [](const std::string& a, std::ostream& out) {
             const FieldValue value = a == "<null>" ? FieldValue{} : FieldValue{a};
-            out << Outcome([&] { return std::to_string(ToInt16(value)); }) << " | "
-                << Outcome([&] { return std::to_string(ToInt32(value)); }) << " | "
-                << Outcome([&] { return ToText(value); }) << " | "
+            out << Outcome([&] { return ToInt16(value); }) << " | " << Outcome([&] { return ToInt32(value); })
+                << " | " << Outcome([&] { return ToText(value); }) << " | "
                 << Outcome([&] { return TextOrEmpty(value); }) << "\n";
         });
         player.On("leading-number",
                   [](const std::string& a, std::ostream& out) { out << LeadingNumber(a) << "\n"; });
-        player.On("to-utf16",
-                  [](const std::string& a, std::ostream& out) { out << Units(ToOdbcWide(a)) << "\n"; });
-        player.On("from-utf16", [](const std::string& a, std::ostream& out) {
-            OdbcWideString units;
-            std::istringstream in(a);
-            for (unsigned unit; in >> std::hex >> unit;) {
-                units.push_back(static_cast<SQLWCHAR>(unit));
+        OnValue(player, "to-utf16", [](const std::string& a) {
+            std::string hex;
+            for (const SQLWCHAR unit : ToOdbcWide(a)) {
+                char four[8];
+                std::snprintf(four, sizeof four, "%s%04X", hex.empty() ? "" : " ",
+                              static_cast<unsigned>(unit));
+                hex += four;
             }
-            out << Readable(FromOdbcWide(units.data(), units.size())) << "\n";
+            return hex;
         });
-        player.On("version-keys", [](const std::string&, std::ostream& out) {
+        OnValue(player, "from-utf16", [](const std::string& a) {
+            OdbcWideString units;
+            for (const std::string& unit : Split(a, " ")) {
+                units.push_back(static_cast<SQLWCHAR>(std::stoul(unit, nullptr, 16)));
+            }
+            return FromOdbcWide(units.data(), units.size());
+        });
+        OnValue(player, "version-keys", [](const std::string&) {
             std::string keys;
             for (int key = 0; key <= 0xFFFF; ++key) {
                 keys += VersionKeyPasses(key) ? (keys.empty() ? "" : " ") + std::to_string(key) : "";
             }
-            out << keys << "\n";
+            return keys;
         });
+        OnValue(player, "version-box", [](const std::string& a) { return VersionBoxNumber(a); });
         // mask TEXT: the connection-string box shows it with passwords masked, settings store it without
         // them.
-        player.On("mask", [](const std::string& a, std::ostream& out) {
-            out << Readable(MaskPasswords(a)) << " | " << Readable(WithoutPasswords(a)) << "\n";
-        });
+        OnValue(player, "mask",
+                [](const std::string& a) { return MaskPasswords(a) + " | " + WithoutPasswords(a); });
         // pair-value KEY,KEY... in TEXT: the value of the first pair with one of the keys.
-        player.On("pair-value", [](const std::string& a, std::ostream& out) {
-            const auto [keys, text] = FirstWord(a);
-            out << ConnectionStringValue(text.substr(3), Split(keys, ",")) << "\n";
+        OnValue(player, "pair-value", [](const std::string& a) {
+            return ConnectionStringValue(FirstWord(a).second.substr(3), Split(FirstWord(a).first, ","));
         });
         // box-edit REAL => SHOWN @ CURSOR: the masked box edited to SHOWN; the real string it becomes.
-        player.On("box-edit", [](const std::string& a, std::ostream& out) {
+        OnValue(player, "box-edit", [](const std::string& a) {
             RecordingInteraction ui;
             MainState state(ui, nullptr);
             state.txtConnString = a.substr(0, a.find(" => "));
             const std::string shown = a.substr(a.find(" => ") + 4, a.rfind(" @ ") - a.find(" => ") - 4);
             ShownConnectionStringEdited(state, shown, std::stoul(a.substr(a.rfind(" @ ") + 3)));
             EXPECT_TRUE(state.cmdConnectEnabled);
-            out << Readable(state.txtConnString) << "\n";
+            return state.txtConnString;
         });
         // version-edit major|minor|bugfix BOXES TEXT: TEXT put into one box of MAJOR|MINOR|BUGFIX; taken or
         // not, and the boxes after.
-        player.On("version-edit", [](const std::string& a, std::ostream& out) {
+        OnValue(player, "version-edit", [](const std::string& a) {
             const std::vector<std::string> words = Split(a, " ");
             const std::vector<std::string> boxes = Split(words[1], "|");
             RecordingInteraction ui;
@@ -195,13 +166,9 @@ class DataAccessCases {
             const VersionBox box = words[0] == "major"   ? VersionBox::Major
                                    : words[0] == "minor" ? VersionBox::Minor
                                                          : VersionBox::Bugfix;
-            out << (VersionBoxEdited(state, box, a.substr(words[0].size() + words[1].size() + 2))
-                        ? "taken: "
-                        : "refused: ")
-                << state.txtMajorVersion << "|" << state.txtMinorVersion << "|" << state.txtBugfix << "\n";
-        });
-        player.On("version-box", [](const std::string& a, std::ostream& out) {
-            out << Outcome([&] { return std::to_string(VersionBoxNumber(a)); }) << "\n";
+            const bool taken = VersionBoxEdited(state, box, a.substr(words[0].size() + words[1].size() + 2));
+            return (taken ? "taken: " : "refused: ") + state.txtMajorVersion + "|" + state.txtMinorVersion +
+                   "|" + state.txtBugfix;
         });
     }
 
