@@ -282,10 +282,11 @@ class Scenario {
         if (texts.contains(m[1])) {
             shown.emplace_back(m[1], ReadableLines(texts.at(m[1]).first, texts.at(m[1]).second));
         }
-        for (const std::string& position : Split(m[2].str().empty() ? "" : m[2].str().substr(1), " ")) {
+        for (const std::string& position :
+             m[2].str().empty() ? std::vector<std::string>{} : Split(m[2].str().substr(1), " ")) {
             // Details never end in a line break: one more marks their end.
             const JsonValue& tests = last_.results["tests"];
-            const std::size_t n = position.empty() ? 0 : std::stoul(position);
+            const std::size_t n = std::stoul(position);
             shown.emplace_back("details " + position,
                                ReadableLines(n >= 1 && n <= tests.items.size()
                                                  ? tests.items[n - 1]["resultDetails"].text + "\r\n"
