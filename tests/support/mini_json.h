@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace tabvet::testsupport {
@@ -16,16 +15,16 @@ namespace tabvet::testsupport {
 struct JsonValue {
     enum class Kind { Literal, String, Array, Object };
     Kind kind = Kind::Literal;
-    std::string text;  ///< a string's value, or a number, true, false or null as written
-    std::vector<JsonValue> items;
-    std::vector<std::pair<std::string, JsonValue>> members;
+    std::string text;              ///< a string's value, or a number, true, false or null as written
+    std::string name;              ///< of an object's member
+    std::vector<JsonValue> items;  ///< of an array, or the members of an object
 
     /// The member `name` of an object; null when there is none.
-    const JsonValue& operator[](std::string_view name) const {
-        static const JsonValue kNull{.kind = Kind::Literal, .text = "null", .items = {}, .members = {}};
+    const JsonValue& operator[](std::string_view member) const {
+        static const JsonValue kNull{.kind = Kind::Literal, .text = "null", .name = {}, .items = {}};
         const auto it =
-            std::find_if(members.begin(), members.end(), [&](const auto& m) { return m.first == name; });
-        return it == members.end() ? kNull : it->second;
+            std::find_if(items.begin(), items.end(), [&](const JsonValue& m) { return m.name == member; });
+        return kind != Kind::Object || it == items.end() ? kNull : *it;
     }
 };
 
@@ -75,14 +74,14 @@ class JsonParser {
         } else if (++at_; value.kind = open == '{' ? JsonValue::Kind::Object : JsonValue::Kind::Array,
                           !Take(static_cast<char>(open + 2))) {  // '{' + 2 is '}', '[' + 2 is ']'
             do {
+                std::string name;
                 if (open == '{') {
                     Check(Peek() == '"', "member name expected");
-                    std::string name = String();
+                    name = String();
                     Check(Take(':'), "':' expected");
-                    value.members.emplace_back(std::move(name), Value());
-                } else {
-                    value.items.push_back(Value());
                 }
+                value.items.push_back(Value());
+                value.items.back().name = std::move(name);
             } while (Take(','));
             Check(Take(static_cast<char>(open + 2)), "end of object or array expected");
         }

@@ -324,7 +324,8 @@ class RunCases : public MainView {
         }
         if (how == "scripted") {
             for (const auto& [sql, scripted] : answers_) {
-                sql == "others" ? conn.AnswerOthers([scripted](const std::string&) { return scripted; })
+                const ScriptedAnswer answered = scripted;
+                sql == "others" ? conn.AnswerOthers([answered](const std::string&) { return answered; })
                                 : conn.Answer(sql, scripted);
             }
             answers_.clear();
