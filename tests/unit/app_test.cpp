@@ -143,6 +143,36 @@ class EdgeCases {
         });
         // args "A" "B"...: a headless run with those arguments; its exit status, the first line of its output
         // and its errors. "parse" before the arguments only parses them.
+        // report-path TEMP TMPDIR ("-" unset): the report file start-up offers.
+        OnValue(player, "report-path", [](const std::string& a) {
+            SetVariable("TEMP", FirstWord(a).first == "-" ? std::nullopt : std::optional(FirstWord(a).first));
+            SetVariable("TMPDIR",
+                        FirstWord(a).second == "-" ? std::nullopt : std::optional(FirstWord(a).second));
+            RecordingInteraction ui;
+            MainState state(ui, NewOdbcConnection);
+            return StartUp(state) ? state.reportFileName : "(no start)";
+        });
+        OnValue(player, "about", [](const std::string& a) {
+            const std::vector<std::string> v = Split(a, ".");
+            const AboutTexts texts = MakeAboutTexts(std::stoi(v[0]), std::stoi(v[1]), std::stoi(v[2]));
+            return texts.caption + " | " + texts.title + " | " + texts.version;
+        });
+        // sysinfo PATH FOLDER starts|fails: the system information looked up in a scripted registry (PATH
+        // under MSINFO, FOLDER under Shared Tools Location, "-" when missing); what started, or the box.
+        OnValue(player, "sysinfo", [](const std::string& a) {
+            const std::vector<std::string> w = Split(a, " ");
+            std::string started;
+            RecordingInteraction ui;
+            const SysInfoLocator scripted{
+                [&](const std::string& key, const std::string&) -> std::optional<std::string> {
+                    const std::string& value = key.ends_with("MSINFO") ? w.at(0) : w.at(1);
+                    return value == "-" ? std::nullopt : std::optional(value);
+                },
+                [](const std::string&) { return true; },
+                [&](const std::string& program) { return started = program, w.at(2) == "starts"; }};
+            StartSysInfo(scripted, ui);
+            return ui.shown.empty() ? "started " + started : ui.Lines().at(0);
+        });
         player.On("args", [this](const std::string& a, std::ostream& out) { Arguments(a, out); });
         player.On("resolve", [this](const std::string& a, std::ostream& out) { Resolve(a, out); });
         // version-boxes MAJOR|MINOR|BUGFIX: typed into a window connected to a server that answers nothing,
@@ -371,27 +401,6 @@ TEST(Reporting, TheVersionIsCopiedAsTypedAndAReportNeedsAFile) {
     EXPECT_EQ(ui.shown[0].icon, MsgIcon::Critical);
 }
 
-TEST(DefaultReportPath, StartUpOffersTheFirstTemporaryFolderThatIsSet) {
-    const struct {
-        std::optional<std::string> temp, tmpdir;
-        const char* expected;
-    } cases[] = {
-        {"/data/temp", "/other", "/data/temp/Tessel_Diag.txt"},
-        {"", "/other", "/other/Tessel_Diag.txt"},
-        {"", "", "/tmp/Tessel_Diag.txt"},
-        {std::nullopt, std::nullopt,
-         "/tmp/Tessel_Diag.txt"},  // last: the other tests need a temporary folder
-    };
-    for (const auto& c : cases) {
-        SetVariable("TEMP", c.temp);
-        SetVariable("TMPDIR", c.tmpdir);
-        RecordingInteraction ui;
-        MainState state(ui, NewOdbcConnection);
-        ASSERT_TRUE(StartUp(state));
-        EXPECT_EQ(state.reportFileName, c.expected);
-    }
-}
-
 // The real launcher: no shell in between, and a program that is not there is a failed start.
 TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMissingProgram) {
     TempFolder folder;
@@ -408,46 +417,16 @@ TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMis
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-// The about box (only the last resort of the lookup is reachable off Windows, so its order is checked with a
-// scripted registry), and a terminal where the log (standard output) and progress (standard error) share one
-// screen.
-TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
-    const AboutTexts texts = MakeAboutTexts(1, 2, 30);
-    EXPECT_EQ(texts.caption + " | " + texts.title + " | " + texts.version,
-              "About Tessel System Table Diagnostics | Tessel System Table Diagnostics | Version 1.2.30");
-    const std::string path = "SOFTWARE\\Microsoft\\Shared Tools\\MSINFO|PATH";
-    const std::string folder = "SOFTWARE\\Microsoft\\Shared Tools Location|MSINFO";
-    const std::string unavailable = ": System Information Is Unavailable At This Time";
-    const struct {
-        std::map<std::string, std::string> registry;  // "key|value name" -> value
-        bool starts;
-        std::string outcome;  // what started, or the box
-    } cases[] = {
-        {{{path, "C:\\x\\msinfo32.exe"}, {folder, "C:\\y"}}, true, "C:\\x\\msinfo32.exe"},
-        {{{folder, "C:\\y"}}, true, "C:\\y\\MSINFO32.EXE"},
-        {{}, true, unavailable},
-        {{{path, "C:\\x\\msinfo32.exe"}}, false, unavailable},
-    };
-    for (const auto& c : cases) {
-        RecordingInteraction ui;
-        std::string started;
-        SysInfoLocator locator{
-            [&](const std::string& key, const std::string& name) -> std::optional<std::string> {
-                const auto it = c.registry.find(key + "|" + name);
-                return it == c.registry.end() ? std::nullopt : std::optional<std::string>(it->second);
-            },
-            [](const std::string&) { return true; },
-            [&](const std::string& program) { return started = program, c.starts; }};
-        StartSysInfo(locator, ui);
-        EXPECT_EQ(ui.shown.empty() ? started : ui.Lines().at(0), c.outcome);
-    }
-    RecordingInteraction ui;
 #ifndef _WIN32
+// Off Windows only the last resort of the system information lookup is reachable.
+TEST(AboutBox, SystemInformationIsUnavailableOffWindows) {
+    RecordingInteraction ui;
     StartSysInfo(PlatformSysInfoLocator(), ui);
-    EXPECT_EQ(ui.Lines(), std::vector<std::string>{unavailable});
-#endif
+    EXPECT_EQ(ui.Lines(), std::vector<std::string>{": System Information Is Unavailable At This Time"});
 }
+#endif
 
+// A terminal where the log (standard output) and progress (standard error) share one screen.
 TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
     for (const bool shared : {true, false}) {
         RecordingInteraction ui;
