@@ -31,11 +31,11 @@ struct Parsed {
     std::vector<Case> cases;
 };
 
+// The lines of a text, without the empty one after its last line break.
 std::vector<std::string> SplitLines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
+    std::vector<std::string> lines = Split(text, "\n");
+    if (lines.back().empty()) {
+        lines.pop_back();
     }
     return lines;
 }
@@ -67,24 +67,14 @@ Parsed Parse(const std::string& text) {
 }
 
 std::string Escape(unsigned char c) {
-    switch (c) {
-        case '\\':
-            return "\\\\";
-        case '\n':
-            return "\\n";
-        case '\r':
-            return "\\r";
-        case '\t':
-            return "\\t";
-        default:
-            break;
+    for (const auto& [from, to] : {std::pair{'\\', "\\\\"}, {'\n', "\\n"}, {'\r', "\\r"}, {'\t', "\\t"}}) {
+        if (c == static_cast<unsigned char>(from)) {
+            return to;
+        }
     }
-    if (c < 0x20 || c == 0x7f) {
-        char hex[8];
-        std::snprintf(hex, sizeof hex, "\\x%02x", c);
-        return hex;
-    }
-    return std::string(1, static_cast<char>(c));
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "\\x%02x", c);
+    return c < 0x20 || c == 0x7f ? hex : std::string(1, static_cast<char>(c));
 }
 
 }  // namespace
