@@ -195,7 +195,12 @@ std::string CasePlayer::Play(const std::string& path) const {
                 out << "(" << line.substr(0, 60) << ": " << e.what() << ")\n";
             }
         }
-        const std::vector<std::string> actual = SplitLines(mask_ ? mask_(out.str()) : out.str());
+        std::vector<std::string> actual = SplitLines(mask_ ? mask_(out.str()) : out.str());
+        for (std::string& line :
+             actual) {  // blanks at the end of a line would be invisible, and editors drop them
+            const std::size_t end = line.find_last_not_of(' ') + 1;
+            line = line.substr(0, end) + Replaced(line.substr(end), " ", "\\x20");
+        }
         if (!c.hasExpected) {
             mismatches += file + ":" + std::to_string(c.firstLine) + ": no ---- line in " + c.head[0] + "\n";
         } else if (actual != c.expected) {

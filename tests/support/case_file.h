@@ -6,7 +6,8 @@
 //   ----               the expected output follows, up to the next "== " line (one blank line before it
 //                      only separates)
 // Actions and output write values readably: \n \r \t \\ and \xHH are escapes, and {'TEXT' x N} is TEXT N
-// times. TABVET_UPDATE_EXPECTED=1 (that value only) rewrites the expected parts with what came out.
+// times; blanks at the end of an output line show as \x20. TABVET_UPDATE_EXPECTED=1 (that value only)
+// rewrites the expected parts with what came out.
 #pragma once
 
 #include <functional>
