@@ -323,8 +323,10 @@ class Scenario {
         static const std::regex pad(R"(\{'(.)' to ([0-9]+)\}$)");
         std::smatch m;
         const bool padded = std::regex_search(text, m, pad);
+        const std::size_t length = padded ? std::stoul(m[2]) : 0;
+        const char filler = padded ? m.str(1)[0] : ' ';
         text = Words("\"" + (padded ? m.prefix().str() : text) + "\"")[0];
-        text.resize(padded ? std::stoul(m[2]) : text.size(), padded ? m.str(1)[0] : ' ');
+        text.resize(padded ? length : text.size(), filler);
         RecordingInteraction ui;
         MainState state(ui, NewOdbcConnection);
         EXPECT_TRUE(StartUp(state));
