@@ -23,7 +23,7 @@ fi
 # The window needs Qt for Windows, which Debian does not have: the program is the headless mode alone.
 # -O2 as in the Linux build: at -O3 this compiler warns of overlapping copies inside std::string that
 # cannot happen.
-cmake -S . -B build-windows -G Ninja -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake \
+cmake -S . -B build-windows -G Ninja --no-warn-unused-cli -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake \
     -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O2 -DNDEBUG" -DTABVET_BUILD_GUI=OFF -DTABVET_BUILD_BENCH=OFF -DTABVET_BUILD_TESTS="$tests" \
     >/dev/null
 cmake --build build-windows -j"$(nproc)"
