@@ -18,11 +18,17 @@ std::string ReportFileText(const std::string& text) {
         MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
     std::wstring wide(static_cast<std::size_t>(wideLength), L'\0');
     MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), wideLength);
-    const int length =
-        WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), wideLength, nullptr, 0, "?", nullptr);
+    DWORD flags = WC_NO_BEST_FIT_CHARS;
+    const char* missing = "?";
+    int length = WideCharToMultiByte(CP_ACP, flags, wide.data(), wideLength, nullptr, 0, missing, nullptr);
+    if (length == 0) {
+        // A system whose ANSI code page is UTF-8 (or another page without substitutes) takes neither.
+        flags = 0;
+        missing = nullptr;
+        length = WideCharToMultiByte(CP_ACP, flags, wide.data(), wideLength, nullptr, 0, missing, nullptr);
+    }
     std::string ansi(static_cast<std::size_t>(length), '\0');
-    WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), wideLength, ansi.data(), length, "?",
-                        nullptr);
+    WideCharToMultiByte(CP_ACP, flags, wide.data(), wideLength, ansi.data(), length, missing, nullptr);
     return ansi;
 }
 
