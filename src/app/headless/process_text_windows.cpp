@@ -32,8 +32,8 @@ std::vector<std::string> CommandLineArguments(int argc, char** argv) {
     int count = 0;
     const std::unique_ptr<wchar_t*, LocalFreer> wide(CommandLineToArgvW(GetCommandLineW(), &count));
     if (!wide || count != argc) {
-        return std::vector<std::string>(argv + 1,
-                                        argv + argc);  // the runtime split differently: keep its view
+        // The C runtime split the line differently: its view stands.
+        return std::vector<std::string>(argv + 1, argv + argc);
     }
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) {
