@@ -110,7 +110,15 @@ cmd_stop() {
         as_server_user "$PGBIN/pg_ctl" -D "$PGDIR/data" -m immediate -w stop >/dev/null 2>&1 || true
     fi
     case "${PGDIR:-}" in
-        /tmp/tabvet-pg.*) rm -rf "$PGDIR" ;;
+        /tmp/tabvet-pg.*)
+            # On a disk mounted with discard, deleting the cluster's files can take a minute of a loaded
+            # machine: the folder is renamed at once and removed in the background, on no caller's output.
+            if mv "$PGDIR" "$PGDIR.removed" 2>/dev/null; then
+                setsid rm -rf "$PGDIR.removed" </dev/null >/dev/null 2>&1 &
+            else
+                rm -rf "$PGDIR"
+            fi
+            ;;
     esac
     rm -f "$state"
 }

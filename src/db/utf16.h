@@ -2,8 +2,7 @@
 // intact whatever the process locale.
 #pragma once
 
-#include <sql.h>
-#include <sqlext.h>
+#include "db/odbc_api.h"
 
 #include <string>
 #include <string_view>

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "db/file_path.h"
 #include "report/report_file.h"
 #include "report/report_writer.h"
 #include "report/results_json.h"
@@ -15,7 +16,8 @@
 namespace tabvet {
 namespace {
 
-std::optional<std::string> WhyNotWritable(const std::string& path) {
+std::optional<std::string> WhyNotWritable(const std::string& name) {
+    const std::filesystem::path path = FilePath(name);
     std::error_code ec;
     const bool existed = std::filesystem::exists(path, ec);
     if (existed && std::filesystem::is_directory(path, ec)) {

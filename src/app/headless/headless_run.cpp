@@ -1,7 +1,6 @@
 // Start-up, connect, choose the server type, run: exactly the window's steps, reported on the console.
 #include "headless_run.h"
 
-#include <cstdlib>
 #include <iostream>
 
 #include "connect_source.h"
@@ -10,6 +9,7 @@
 #include "db/runtime_error.h"
 #include "headless_options.h"
 #include "headless_outputs.h"
+#include "process_text.h"
 #include "run_guard.h"
 #include "session/connection_handling.h"
 #include "session/run_step.h"
@@ -114,7 +114,8 @@ int ListChecks(std::ostream& out, std::ostream& err) {
         std::string dbms;
         for (const DbmsOptionRow& row : DbmsOptions()) {
             if ((test.*row.worksWith)()) {
-                dbms += (dbms.empty() ? "" : ",") + std::string(row.word);
+                dbms += dbms.empty() ? "" : ",";
+                dbms += row.word;
             }
         }
         out << i << '\t' << test.Name() << '\t' << test.Category() << '\t' << dbms << '\t'
@@ -175,10 +176,7 @@ int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
 }  // namespace
 
 int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    const char* environment = std::getenv(kConnectEnvironmentVariable);
-    const std::optional<std::string> fromEnvironment = environment != nullptr && *environment != '\0'
-                                                           ? std::optional<std::string>(environment)
-                                                           : std::nullopt;
+    const std::optional<std::string> fromEnvironment = EnvironmentText(kConnectEnvironmentVariable);
     const ParsedArguments parsed = ParseHeadlessArguments(args, fromEnvironment.has_value());
     if (!parsed.options) {
         err << "tabvet: " << parsed.error << "\n" << HeadlessUsage();
