@@ -1,9 +1,11 @@
-// The registry is read with the wide calls, so a folder name outside the ANSI code page survives; keys are
-// opened only to read: the program writes nothing there, and asking for more is refused to a user who is
-// not an administrator.
+// The registry is read with the wide calls, so a folder name outside the ANSI code page survives. Keys are
+// opened with all value rights plus read, as the system-information lookup always has: where that is refused
+// (a user who is not an administrator), the tool is reported unavailable, as before.
 #include <windows.h>
 // after windows.h, which declares its types
 #include <shellapi.h>
+
+#include <cstdint>
 
 #include "about_box.h"
 #include "db/utf16.h"
@@ -12,6 +14,7 @@ namespace tabvet {
 namespace {
 
 constexpr DWORD kValueBufferBytes = 1024;
+constexpr REGSAM kAllValueRightsPlusRead = 0x2003F;
 
 std::wstring Wide(const std::string& text) {
     const OdbcWideString wide = ToOdbcWide(text);
@@ -20,7 +23,8 @@ std::wstring Wide(const std::string& text) {
 
 std::optional<std::string> ReadRegistryValue(const std::string& key, const std::string& valueName) {
     HKEY handle = nullptr;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, Wide(key).c_str(), 0, KEY_READ, &handle) != ERROR_SUCCESS) {
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, Wide(key).c_str(), 0, kAllValueRightsPlusRead, &handle) !=
+        ERROR_SUCCESS) {
         return std::nullopt;
     }
     wchar_t buffer[kValueBufferBytes / sizeof(wchar_t)];
@@ -33,11 +37,11 @@ std::optional<std::string> ReadRegistryValue(const std::string& key, const std::
         return std::nullopt;
     }
     if (type == REG_DWORD && size == 4) {
-        // A number is returned as its decimal text.
+        // A number is returned as the decimal text of its 32-bit signed value.
         const auto* bytes = reinterpret_cast<const unsigned char*>(buffer);
-        const unsigned long number =
-            bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (static_cast<unsigned long>(bytes[3]) << 24);
-        return std::to_string(number);
+        const std::uint32_t bits =
+            bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (static_cast<std::uint32_t>(bytes[3]) << 24);
+        return std::to_string(static_cast<std::int32_t>(bits));
     }
     std::size_t length = size / sizeof(wchar_t);
     if (length > 0 && buffer[length - 1] == L'\0') {
