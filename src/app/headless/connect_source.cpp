@@ -28,20 +28,20 @@ std::optional<std::string> ReadConnectionFile(const std::string& path, std::ostr
     struct stat info {};
     if (::stat(path.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) {
         const int why = S_ISDIR(info.st_mode) ? EISDIR : errno;
-        err << "tabvet: cannot read the connection file '" << path << "': " << std::strerror(why)
+        err << "tabvet: cannot read the connection file " << SaidBack(path) << ": " << std::strerror(why)
             << std::endl;
         return std::nullopt;
     }
     errno = 0;
     std::ifstream in(path, std::ios::binary);
     if (!in) {
-        err << "tabvet: cannot read the connection file '" << path
-            << "': " << (errno != 0 ? std::strerror(errno) : "cannot be opened") << std::endl;
+        err << "tabvet: cannot read the connection file " << SaidBack(path) << ": "
+            << (errno != 0 ? std::strerror(errno) : "cannot be opened") << std::endl;
         return std::nullopt;
     }
     if ((info.st_mode & (S_IRGRP | S_IROTH)) != 0) {
-        err << "tabvet: warning: the connection file '" << path
-            << "' can be read by other users; make it private (chmod 600)" << std::endl;
+        err << "tabvet: warning: the connection file " << SaidBack(path)
+            << " can be read by other users; make it private (chmod 600)" << std::endl;
     }
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
@@ -70,7 +70,7 @@ bool ResolveConnectionString(HeadlessOptions& options, std::istream& in,
                 return false;
             }
             options.connect = *content;
-            from = "the connection file '" + options.connectFile + "'";
+            from = "the connection file " + SaidBack(options.connectFile);
             break;
         }
         case ConnectSource::Environment:
