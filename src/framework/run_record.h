@@ -22,7 +22,7 @@ enum class NotRunReason {
 enum class Verdict {
     Passed,
     Failed,
-    Error,  ///< it let an unexpected error escape
+    Error,  ///< it let an unexpected error escape, which ended the run
 };
 
 /// One test of one run.
@@ -30,7 +30,6 @@ struct TestOutcome {
     std::optional<NotRunReason> notRunReason = std::nullopt;  ///< set when the test did not run: why
     Verdict verdict = Verdict::Failed;                        ///< when it ran
     double durationMs = 0;                                    ///< when it ran: the time spent in Run
-    bool endedRun = false;                                    ///< its Run ended the run
 
     bool Ran() const { return !notRunReason.has_value(); }
 };

@@ -40,7 +40,7 @@ void RecordStop(RunRecord& record, std::string why) {
 // ran is what ended the run: the error is most likely its cancelled statement.
 void RecordEscape(RunRecord& record, TestOutcome& outcome, double durationMs, std::string error,
                   const RunStop* stop) {
-    outcome = {.verdict = Verdict::Error, .durationMs = durationMs, .endedRun = true};
+    outcome = {.verdict = Verdict::Error, .durationMs = durationMs};
     record.end = RunEnd::EscapedError;
     record.error = std::move(error);
     if (std::optional<std::string> why = StopAskedFor(stop)) {

@@ -387,7 +387,7 @@ TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
         t.Line("json", json);
     };
     document("failed run");
-    record.tests[1] = {.verdict = Verdict::Error, .durationMs = 0.25, .endedRun = true};
+    record.tests[1] = {.verdict = Verdict::Error, .durationMs = 0.25};
     record.end = RunEnd::EscapedError;
     record.error = "Run-time error '94': Invalid use of Null";
     document("ended by an escaped error");

@@ -108,6 +108,29 @@ TEST(UnattendedOptions, TheStringComesWithoutItsLineBreakAndExposedPasswordsAreW
     }
 }
 
+// A connection string given where a file name, a word or a number belongs is refused without being said
+// back, whichever message refuses it.
+TEST(UnattendedOptions, AConnectionStringInTheWrongPlaceIsNeverSaidBack) {
+    const std::string secret = "DSN=gis;PWD=pw1";
+    const std::vector<std::string> misplaced[] = {
+        {"--connect-file", secret},
+        {"--connect", "x", secret},
+        {"--connect", "x", "--dbms", secret},
+        {"--connect", "x", "--tessel-version", secret},
+        {"--connect", "x", "--time-limit", secret},
+        {"--connect", "x", "--report", "/no/such/folder/" + secret},
+        {"--connect", "x", "--dbms", "oracle", "--tessel-version", "9.0.0", "--skip", "1," + secret},
+    };
+    for (const std::vector<std::string>& args : misplaced) {
+        std::ostringstream out, err;
+        EXPECT_EQ(RunHeadless(args, out, err), exit_code::kCannotStart) << testing::PrintToString(args);
+        const std::string firstLine = err.str().substr(0, err.str().find('\n'));
+        EXPECT_NE(firstLine.find("(a connection string with a password, not shown here)"), std::string::npos)
+            << firstLine;
+        EXPECT_EQ(err.str().find("pw1"), std::string::npos) << err.str();
+    }
+}
+
 TEST(UnattendedOptions, ChecksAreChosenByPositionNameOrCategoryAndTheCatalogueIsListed) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"--check", "MISSING SYSTEM TABLES, 16", "--skip", "16"}, "tabvet: no connection"},

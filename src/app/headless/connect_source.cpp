@@ -30,19 +30,19 @@ std::optional<std::string> ReadConnectionFile(const std::string& path, std::ostr
     const std::filesystem::file_status status = std::filesystem::status(FilePath(path), ec);
     if (ec || std::filesystem::is_directory(status)) {
         const std::string why = ec ? ec.message() : std::strerror(EISDIR);
-        err << "tabvet: cannot read the connection file '" << path << "': " << why << std::endl;
+        err << "tabvet: cannot read the connection file " << SaidBack(path) << ": " << why << std::endl;
         return std::nullopt;
     }
     errno = 0;
     std::ifstream in(FilePath(path), std::ios::binary);
     if (!in) {
-        err << "tabvet: cannot read the connection file '" << path
-            << "': " << (errno != 0 ? std::strerror(errno) : "cannot be opened") << std::endl;
+        err << "tabvet: cannot read the connection file " << SaidBack(path) << ": "
+            << (errno != 0 ? std::strerror(errno) : "cannot be opened") << std::endl;
         return std::nullopt;
     }
     if (ReadableByOthers(path)) {
-        err << "tabvet: warning: the connection file '" << path
-            << "' can be read by other users; make it private (chmod 600)" << std::endl;
+        err << "tabvet: warning: the connection file " << SaidBack(path)
+            << " can be read by other users; make it private (chmod 600)" << std::endl;
     }
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
@@ -71,7 +71,7 @@ bool ResolveConnectionString(HeadlessOptions& options, std::istream& in,
                 return false;
             }
             options.connect = *content;
-            from = "the connection file '" + options.connectFile + "'";
+            from = "the connection file " + SaidBack(options.connectFile);
             break;
         }
         case ConnectSource::Environment:

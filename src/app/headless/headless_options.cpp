@@ -49,15 +49,11 @@ const std::set<std::string> kValueOptions = {
     "--json",    "--check",        "--skip", "--login-timeout",  "--statement-timeout", "--time-limit"};
 const std::set<std::string> kFlagOptions = {"--help", "--version", "--only-failures", "--list-checks"};
 
-// A value that is not for a named option: said back to the user, unless it gives a password.
-std::string UnknownArgument(const std::string& name) {
-    if (HasPassword(name)) {
-        return "unknown argument (a connection string with a password, not shown here)";
-    }
-    return "unknown argument '" + name + "'";
-}
-
 }  // namespace
+
+std::string SaidBack(const std::string& value) {
+    return HasPassword(value) ? "(a connection string with a password, not shown here)" : "'" + value + "'";
+}
 
 std::string HeadlessUsage() {
     return "usage: tabvet --connect STRING|- [--dbms oracle|sqlserver|db2|informix]\n"
@@ -117,7 +113,7 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, boo
             continue;
         }
         if (kValueOptions.count(name) == 0) {
-            return {std::nullopt, UnknownArgument(name)};
+            return {std::nullopt, "unknown argument " + SaidBack(name)};
         }
         if (!value) {
             // "--connect --dbms oracle" forgot the string: taking "--dbms" as it would only shift the
@@ -139,15 +135,15 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, boo
         } else if (name == "--dbms") {
             options.dbms = DbmsOptionNamed(*value);
             if (!options.dbms) {
-                return {std::nullopt,
-                        "--dbms must be one of oracle, sqlserver, db2, informix (got '" + *value + "')"};
+                return {std::nullopt, "--dbms must be one of oracle, sqlserver, db2, informix (got " +
+                                          SaidBack(*value) + ")"};
             }
         } else if (name == "--tessel-version") {
             options.tesselVersion = ParseVersion(*value);
             if (!options.tesselVersion) {
                 return {std::nullopt,
-                        "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '" +
-                            *value + "')"};
+                        "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got " +
+                            SaidBack(*value) + ")"};
             }
         } else if (name == "--report" || name == "--json") {
             if (value->empty()) {
@@ -159,8 +155,8 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, boo
         } else if (name == "--login-timeout" || name == "--statement-timeout" || name == "--time-limit") {
             const std::optional<unsigned> seconds = ParseSeconds(*value);
             if (!seconds) {
-                return {std::nullopt,
-                        name + " must be a whole number of seconds, 0 for no limit (got '" + *value + "')"};
+                return {std::nullopt, name + " must be a whole number of seconds, 0 for no limit (got " +
+                                          SaidBack(*value) + ")"};
             }
             if (name == "--time-limit") {
                 options.timeLimit = *seconds;

@@ -53,4 +53,8 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args,
 /// The usage text printed by --help and after a bad argument.
 std::string HeadlessUsage();
 
+/// An argument said back in a message: in single quotes, or, when it holds a password (a connection string
+/// given where something else belongs), words that say so in its place.
+std::string SaidBack(const std::string& value);
+
 }  // namespace tabvet

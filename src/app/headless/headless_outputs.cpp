@@ -40,7 +40,7 @@ bool Check(const std::optional<std::string>& path, const char* what, std::ostrea
         return true;
     }
     if (const std::optional<std::string> why = WhyNotWritable(*path)) {
-        err << "tabvet: cannot write the " << what << " to '" << *path << "': " << *why << std::endl;
+        err << "tabvet: cannot write the " << what << " to " << SaidBack(*path) << ": " << *why << std::endl;
         return false;
     }
     return true;

@@ -60,8 +60,8 @@ bool ApplyCheckSelection(MainState& state, const HeadlessOptions& options, std::
     const ChosenChecks kept = ChooseChecks(catalogue, options.check, std::nullopt);
     const ChosenChecks chosen = kept.selection ? ChooseChecks(catalogue, options.check, options.skip) : kept;
     if (!chosen.selection) {
-        err << "tabvet: " << (kept.selection ? "--skip" : "--check") << ": '" << chosen.unknownEntry
-            << "' is no position, name or category of a test (see --list-checks)\n"
+        err << "tabvet: " << (kept.selection ? "--skip" : "--check") << ": " << SaidBack(chosen.unknownEntry)
+            << " is no position, name or category of a test (see --list-checks)\n"
             << HeadlessUsage();
         return false;
     }
