@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(build-essential cmake ninja-build pkg-config qt6-base-dev unixodbc unixodbc-dev odbc-postgresql
-    postgresql googletest libgtest-dev libgmock-dev clang-format clang-tidy xvfb xdotool imagemagick clang libclang-rt-dev time)
+    postgresql mariadb-server odbc-mariadb googletest libgtest-dev libgmock-dev clang-format clang-tidy xvfb xdotool imagemagick clang libclang-rt-dev time)
 
 missing=()
 for package in "${packages[@]}"; do
