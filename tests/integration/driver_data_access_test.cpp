@@ -95,9 +95,8 @@ const Case kCases[] = {
 std::string Show(const std::string& text) {
     std::vector<std::string> characters;
     for (std::size_t i = 0; i < text.size();) {
-        std::size_t length = 1;
         const auto lead = static_cast<unsigned char>(text[i]);
-        length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
+        const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
         characters.push_back(text.substr(i, length));
         i += length;
     }
@@ -109,13 +108,13 @@ std::string Show(const std::string& text) {
         }
         const std::string& c = characters[i];
         const std::string one = c == "\r" ? "\\r" : c == "\n" ? "\\n" : c;
-        shown += run > 15 ? "{" + std::to_string(run) + "*" + one + "}" : [&] {
-            std::string repeated;
+        if (run > 15) {
+            shown += "{" + std::to_string(run) + "*" + one + "}";
+        } else {
             for (std::size_t k = 0; k < run; ++k) {
-                repeated += one;
+                shown += one;
             }
-            return repeated;
-        }();
+        }
         i += run;
     }
     return shown;
