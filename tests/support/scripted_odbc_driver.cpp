@@ -1,11 +1,15 @@
 // An ODBC driver for unixODBC that answers from a script, for the states of a driver that neither real
 // driver of the tests produces: several diagnostic records for one failure, lengths reported as
 // SQL_NO_TOTAL, warnings on reads that were not cut short, a fetch that fails after the first row. The
-// statement text is the script:
-//   FAIL k         the statement fails with k records            TEXT n      one row: 'a' n times
-//   NOTOTAL n      as TEXT, every length SQL_NO_TOTAL             WARN n      as TEXT, every read a warning
-//   ROWS n         n rows: 1 to n (the row count is always -1)    NULL        one row holding NULL
-//   FETCHFAIL k    one row, then the fetch fails with k records
+// statement text is the script (the row count is always -1):
+//   FAIL k        the statement fails with k records
+//   LONGFAIL n    it fails with one record whose message is n m's
+//   TEXT n        one row: 'a' n times
+//   NOTOTAL n     as TEXT, every length SQL_NO_TOTAL
+//   WARN n        as TEXT, every read a warning
+//   ROWS n        n rows: 1 to n
+//   NULL          one row holding NULL
+//   FETCHFAIL k   one row, then the fetch fails with k records
 // A connection string with FAIL=k fails to connect with k records. Built as a module that only the test
 // that registers it loads.
 #include <sql.h>
@@ -13,6 +17,7 @@
 #include <sqlucode.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -66,14 +71,16 @@ SQLRETURN Fail(Handle& handle, int records) {
     return SQL_ERROR;
 }
 
-// "WORD n" in a statement or "WORD=n" in a connection string; -1 when absent.
-int Argument(const std::string& text, const std::string& word) {
-    const std::size_t at = text.find(word);
-    return at == std::string::npos ? -1 : std::atoi(text.c_str() + at + word.size() + 1);
+// The number after "FAIL=" in a connection string; -1 when there is none.
+int ConnectFailures(const std::string& connectionString) {
+    const std::size_t at = connectionString.find("FAIL=");
+    return at == std::string::npos ? -1 : std::atoi(connectionString.c_str() + at + 5);
 }
 
 }  // namespace
 
+// Handles cross the C interface as plain pointers: the driver manager owns them from SQLAllocHandle to
+// SQLFreeHandle.
 extern "C" {
 
 SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE, SQLHANDLE* output) {
@@ -119,7 +126,7 @@ SQLRETURN SQL_API SQLDriverConnectW(SQLHDBC dbc, SQLHWND, SQLWCHAR* in, SQLSMALL
     if (outLength != nullptr) {
         *outLength = 0;
     }
-    const int records = Argument(Narrow(in, inLength), "FAIL");
+    const int records = ConnectFailures(Narrow(in, inLength));
     return records >= 0 ? Fail(handle, records) : SQL_SUCCESS;
 }
 
@@ -146,6 +153,10 @@ SQLRETURN SQL_API SQLExecDirectW(SQLHSTMT stmt, SQLWCHAR* text, SQLINTEGER lengt
     s.fetchFailRecords = 0;
     if (command == "FAIL") {
         return Fail(s, n);
+    }
+    if (command == "LONGFAIL") {
+        s.diagnostics.push_back({"HY000", 7, std::string(static_cast<std::size_t>(n), 'm')});
+        return SQL_ERROR;
     }
     if (command == "TEXT" || command == "NOTOTAL" || command == "WARN") {
         s.rows.push_back(std::string(static_cast<std::size_t>(n), 'a'));

@@ -1,8 +1,8 @@
 // The data-access layer over a scripted ODBC driver (tests/support/scripted_odbc_driver.cpp) loaded by the
 // real driver manager, for states that neither real driver of the tests produces (docs/drivers.md): several
-// diagnostic records for one failure, lengths the driver cannot tell (SQL_NO_TOTAL, up to the last piece),
-// warnings on complete reads, a fetch that fails after the first row. What the real drivers do is tested in
-// tests/integration/driver_data_access_test.cpp.
+// diagnostic records for one failure, a message longer than the first buffer, lengths the driver cannot tell
+// (SQL_NO_TOTAL, up to the last piece), warnings on complete reads, a fetch that fails after the first row.
+// What the real drivers do is tested in tests/integration/driver_data_access_test.cpp.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -95,6 +95,16 @@ TEST_F(ScriptedDriver, UnknownRowCount) {
     EXPECT_EQ(rs.Fields(0), "5000");
     rs.MoveFirst();
     EXPECT_EQ(rs.Fields(0), "1");
+}
+
+// A message longer than the first buffer the error list reads it with arrives whole.
+TEST_F(ScriptedDriver, LongMessage) {
+    OdbcConnection conn;
+    ASSERT_TRUE(conn.Open(kConnect));
+    ResultTable rows;
+    EXPECT_FALSE(conn.Query("LONGFAIL 3000", rows));
+    ASSERT_EQ(conn.Errors().Count(), 1);
+    EXPECT_EQ(conn.Errors().Item(0).Description, std::string(3000, 'm'));
 }
 
 TEST_F(ScriptedDriver, OpenRaisesTheFirstOfSeveralRecords) {
