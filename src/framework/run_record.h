@@ -1,10 +1,12 @@
 // What a run did with each test of the catalogue: the status log, the exit status and the results file
-// read it. New reasons, new ways for a run to end and per-test findings are added here without reshaping it.
+// read it. New reasons and new ways for a run to end are added here without reshaping it.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "findings.h"
 
 namespace tabvet {
 
@@ -31,6 +33,8 @@ struct TestOutcome {
     Verdict verdict = Verdict::Failed;                        ///< when it ran
     double durationMs = 0;                                    ///< when it ran: the time spent in Run
     bool endedRun = false;                                    ///< its Run ended the run
+    std::vector<Finding> findings = {};                       ///< when it ran: what it found, in order
+    bool truncated = false;  ///< when it ran: a report limit stopped it before it had looked at everything
 
     bool Ran() const { return !notRunReason.has_value(); }
 };
