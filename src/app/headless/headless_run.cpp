@@ -20,13 +20,18 @@
 namespace tabvet {
 namespace {
 
-// The exit status of a run that ended: the run's own outcome.
-int ExitStatusOf(const RunRecord& record) {
+// The exit status of a run that ended: the run's own outcome. Against a baseline only what is new fails it:
+// a new finding, or a failed test that recorded nothing to compare.
+int ExitStatusOf(const RunRecord& record, const std::optional<BaselineComparison>& comparison) {
     switch (OutcomeOf(record)) {
         case RunOutcome::Passed:
-            return exit_code::kAllPassed;
         case RunOutcome::Failed:
-            return exit_code::kTestFailed;
+            if (comparison) {
+                return comparison->newFindings > 0 || comparison->failedWithoutFinding
+                           ? exit_code::kTestFailed
+                           : exit_code::kAllPassed;
+            }
+            return OutcomeOf(record) == RunOutcome::Failed ? exit_code::kTestFailed : exit_code::kAllPassed;
         case RunOutcome::Error:
             return exit_code::kEscapedError;
         case RunOutcome::Stopped:
@@ -130,8 +135,25 @@ int Stopped(const MainState& state, std::ostream& err) {
     return exit_code::kStopped;
 }
 
+// The baseline named by --baseline, read whole before anything connects; false after saying why it
+// cannot serve.
+bool ReadBaselineOption(const HeadlessOptions& options, std::optional<Baseline>& baseline,
+                        std::ostream& err) {
+    if (!options.baseline) {
+        return true;
+    }
+    BaselineRead read = ReadBaselineFile(*options.baseline);
+    if (!read.baseline) {
+        err << "tabvet: cannot use the baseline '" << *options.baseline << "': " << read.error << std::endl;
+        return false;
+    }
+    baseline = std::move(read.baseline);
+    return true;
+}
+
 int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
-    if (!CheckOutputFiles(options, err)) {
+    std::optional<Baseline> baseline;
+    if (!CheckOutputFiles(options, err) || !ReadBaselineOption(options, baseline, err)) {
         return exit_code::kCannotStart;
     }
     ConsoleInteraction ui(err);
@@ -167,9 +189,16 @@ int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
     if (state.lastRun.end == RunEnd::Stopped) {
         Stopped(state, err);
     }
+    std::optional<BaselineComparison> comparison;
+    if (baseline) {
+        comparison = CompareWithBaseline(*baseline, state.lastRun);
+    }
     // The run's own status stands even when an output file fails now; the failure is on standard error.
-    WriteOutputFiles(state, options, err);
-    return ExitStatusOf(state.lastRun);
+    WriteOutputFiles(state, options, comparison ? &*comparison : nullptr, err);
+    if (comparison) {
+        err << BaselineSummary(*comparison) << std::endl;
+    }
+    return ExitStatusOf(state.lastRun, comparison);
 }
 
 }  // namespace
