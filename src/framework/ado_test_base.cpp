@@ -43,6 +43,7 @@ void AdoTestBase::Run(Connection* conn) {
     }
     Recordset rs;
     if (OpenStatement(rs, *sql, *conn)) {
+        findings_.examined = true;
         Read(rs, *conn);
     }
     rs.CloseIfOpen();

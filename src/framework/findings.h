@@ -62,14 +62,15 @@ class FindingIdentity {
 /// One problem found by a check.
 struct Finding {
     FindingKind kind = FindingKind::LookupError;
-    FindingIdentity identity;
-    std::vector<AdoError> driverErrors;  ///< the connection's error list when the problem showed as an error
+    FindingIdentity identity = {};
+    std::vector<AdoError> driverErrors = {};  ///< the connection's error list when the problem showed as one
 };
 
 /// What one run of a check found, in the order it found it.
 struct TestFindings {
     std::vector<Finding> findings;
     bool truncated = false;  ///< a report limit stopped the check before it had looked at everything
+    bool examined = false;   ///< its statement on the system tables worked, so it looked at their entries
 };
 
 /// What a failed statement says about its object, told by the SQLSTATE of the first entry of `errors`.

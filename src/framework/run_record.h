@@ -35,6 +35,7 @@ struct TestOutcome {
     bool endedRun = false;                                    ///< its Run ended the run
     std::vector<Finding> findings = {};                       ///< when it ran: what it found, in order
     bool truncated = false;  ///< when it ran: a report limit stopped it before it had looked at everything
+    bool examined = false;   ///< when it ran: it got past its statement on the system tables
 
     bool Ran() const { return !notRunReason.has_value(); }
 };

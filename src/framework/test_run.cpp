@@ -27,6 +27,7 @@ void TakeFindings(const IAdoTest& test, TestOutcome& outcome) {
     if (const auto* source = dynamic_cast<const FindingSource*>(&test)) {
         outcome.findings = source->Findings().findings;
         outcome.truncated = source->Findings().truncated;
+        outcome.examined = source->Findings().examined;
     }
 }
 

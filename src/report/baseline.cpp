@@ -32,11 +32,18 @@ bool OptionalText(const JsonValue& object, const char* name, std::optional<std::
     return true;
 }
 
-// The tests whose findings of this run are complete: they ran to their end and looked at everything.
+// A failure that recorded nothing says nothing about what the test would have found.
+bool FailedWithoutFinding(const TestOutcome& test) {
+    return test.Ran() && test.verdict == Verdict::Failed && test.findings.empty();
+}
+
+// The tests whose findings of this run are complete: they ran to their end, read the system tables and
+// looked at every entry.
 std::vector<bool> CompleteTests(const RunRecord& record) {
     std::vector<bool> complete;
     for (const TestOutcome& test : record.tests) {
-        complete.push_back(test.Ran() && test.verdict != Verdict::Error && !test.truncated);
+        complete.push_back(test.Ran() && test.verdict != Verdict::Error && test.examined && !test.truncated &&
+                           !FailedWithoutFinding(test));
     }
     if (record.end == RunEnd::Stopped) {
         // The test running when the stop came lost its statements to the stop.
@@ -141,9 +148,7 @@ BaselineComparison CompareWithBaseline(const Baseline& baseline, const RunRecord
             (status.known ? comparison.knownFindings : comparison.newFindings) += 1;
             comparison.tests.back().push_back(std::move(status));
         }
-        if (test.Ran() && test.verdict == Verdict::Failed && test.findings.empty()) {
-            comparison.failedWithoutFinding = true;
-        }
+        comparison.failedWithoutFinding = comparison.failedWithoutFinding || FailedWithoutFinding(test);
     }
     const std::vector<bool> complete = CompleteTests(record);
     for (const BaselineFinding& finding : baseline.findings) {

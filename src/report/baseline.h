@@ -53,8 +53,9 @@ struct BaselineComparison {
 };
 
 /// Compares `record` with `baseline`. A finding is known when the baseline holds its key. An accepted
-/// finding is resolved when no finding of the run has its key and its test ran to its end in this run,
-/// without a report limit stopping it: a test that did not run, or was cut short, may still have it.
+/// finding is resolved when no finding of the run has its key and its test looked at everything in this
+/// run: it ran to its end, read its system tables, no report limit stopped it, and a failure of it came
+/// with findings. A test that did not run, or did not look at everything, may still have the problem.
 BaselineComparison CompareWithBaseline(const Baseline& baseline, const RunRecord& record);
 
 /// "3 new, 12 known, 2 resolved"

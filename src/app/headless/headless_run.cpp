@@ -20,26 +20,6 @@
 namespace tabvet {
 namespace {
 
-// The exit status of a run that ended: the run's own outcome. Against a baseline only what is new fails it:
-// a new finding, or a failed test that recorded nothing to compare.
-int ExitStatusOf(const RunRecord& record, const std::optional<BaselineComparison>& comparison) {
-    switch (OutcomeOf(record)) {
-        case RunOutcome::Passed:
-        case RunOutcome::Failed:
-            if (comparison) {
-                return comparison->newFindings > 0 || comparison->failedWithoutFinding
-                           ? exit_code::kTestFailed
-                           : exit_code::kAllPassed;
-            }
-            return OutcomeOf(record) == RunOutcome::Failed ? exit_code::kTestFailed : exit_code::kAllPassed;
-        case RunOutcome::Error:
-            return exit_code::kEscapedError;
-        case RunOutcome::Stopped:
-            return exit_code::kStopped;
-    }
-    return exit_code::kEscapedError;
-}
-
 // A version that does not fit the boxes' 16 bits: one line, and the run does not start.
 int CannotStart(const MainState& state, const RuntimeError& e, std::ostream& err) {
     err << "tabvet: the run could not start: " << DescribeRuntimeError(e) << " (Tessel version "
@@ -198,10 +178,29 @@ int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
     if (comparison) {
         err << BaselineSummary(*comparison) << std::endl;
     }
-    return ExitStatusOf(state.lastRun, comparison);
+    return ExitStatusOf(state.lastRun, comparison ? &*comparison : nullptr);
 }
 
 }  // namespace
+
+int ExitStatusOf(const RunRecord& record, const BaselineComparison* comparison) {
+    switch (OutcomeOf(record)) {
+        case RunOutcome::Passed:
+        case RunOutcome::Failed:
+            if (comparison != nullptr) {
+                // Only what is new fails the run: known findings are accepted problems.
+                return comparison->newFindings > 0 || comparison->failedWithoutFinding
+                           ? exit_code::kTestFailed
+                           : exit_code::kAllPassed;
+            }
+            return OutcomeOf(record) == RunOutcome::Failed ? exit_code::kTestFailed : exit_code::kAllPassed;
+        case RunOutcome::Error:
+            return exit_code::kEscapedError;
+        case RunOutcome::Stopped:
+            return exit_code::kStopped;
+    }
+    return exit_code::kEscapedError;
+}
 
 int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
     const char* environment = std::getenv(kConnectEnvironmentVariable);
