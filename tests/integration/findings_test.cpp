@@ -26,6 +26,27 @@ using testsupport::WriteBytes;
 const std::vector<std::string> kCatalogue = {"tessel_schema.sql", "oracle_dictionary.sql",
                                              "findings/catalogue.sql"};
 
+// A database built for one test and dropped after it: the cluster is removed file by file at the end of the
+// suite, and on a busy machine every database there adds to that.
+class Database {
+  public:
+    Database(std::string name, const std::vector<std::string>& files) : name_(std::move(name)) {
+        PgCluster::Shared().CreateDatabase(name_, files);
+    }
+    ~Database() {
+        try {
+            PgCluster::Shared().Execute("postgres", "DROP DATABASE IF EXISTS " + name_ + " WITH (FORCE)");
+        } catch (const std::exception&) {
+            // Left for the cluster's removal.
+        }
+    }
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+  private:
+    std::string name_;
+};
+
 // One finding as the results file gives it.
 struct Found {
     int position;
@@ -115,7 +136,7 @@ void ReverseRows(const std::string& database) {
 }
 
 TEST(Findings, KeysAreTheSameOnASecondRunAndWhateverOrderTheRowsComeIn) {
-    PgCluster::Shared().CreateDatabase("findings_order", kCatalogue);
+    const Database database("findings_order", kCatalogue);
     const HeadlessRun first("findings_order");
     ASSERT_EQ(first.status, exit_code::kTestFailed) << first.err;
     EXPECT_EQ(first.Keys(), HeadlessRun("findings_order").Keys());
@@ -141,7 +162,7 @@ TEST(Findings, KeysAreTheSameOnASecondRunAndWhateverOrderTheRowsComeIn) {
 }
 
 TEST(Findings, AgainstABaselineOnlyWhatIsNewFailsTheRun) {
-    PgCluster::Shared().CreateDatabase("findings_baseline", kCatalogue);
+    const Database database("findings_baseline", kCatalogue);
     const HeadlessRun nightly("findings_baseline");
     const std::vector<std::string> baseline = {"--baseline", nightly.json};
 
@@ -200,7 +221,7 @@ std::string Fields(const JsonValue& identity) {
 }
 
 TEST(Findings, NamesWithQuotesSeparatorsNonAsciiAndControlCharactersReachKeysAndJsonIntact) {
-    PgCluster::Shared().CreateDatabase("findings_names", kCatalogue);
+    const Database database("findings_names", kCatalogue);
     // Two owner and table pairs that read alike once joined with a dot, and a name that spells a piece of a
     // key; the registry rows differ only in a row-id column that is NULL, empty or blank.
     const std::vector<std::pair<std::string, std::string>> layers = {
@@ -270,7 +291,7 @@ TEST(Findings, NamesWithQuotesSeparatorsNonAsciiAndControlCharactersReachKeysAnd
 
 // Its listing stops at 25 orphans: with more, the rows after the 25th are not probed, and the check says so.
 TEST(Findings, AnOrphanedEntryCheckCutShortByItsReportLimitIsMarkedTruncated) {
-    PgCluster::Shared().CreateDatabase("findings_limit", kCatalogue);
+    const Database database("findings_limit", kCatalogue);
     for (const int orphans : {25, 30}) {
         PgCluster::Shared().Execute(
             "findings_limit",
@@ -287,8 +308,8 @@ TEST(Findings, AnOrphanedEntryCheckCutShortByItsReportLimitIsMarkedTruncated) {
 }
 
 TEST(Findings, TheIndexAnalysisNamesEachSideTableAndIndexOfTheLayer) {
-    PgCluster::Shared().CreateDatabase(
-        "findings_indexes", {"tessel_schema.sql", "oracle_dictionary.sql",
+    const Database database("findings_indexes",
+                            {"tessel_schema.sql", "oracle_dictionary.sql",
                              "compressed_binary/layer_builder.sql", "compressed_binary/broken_layers.sql"});
     const HeadlessRun run("findings_indexes");
     std::vector<std::string> seen;
@@ -308,7 +329,7 @@ TEST(Findings, TheIndexAnalysisNamesEachSideTableAndIndexOfTheLayer) {
 
 // Alone in its ctest entry: it stops the server that the other database tests share.
 TEST(FindingsAfterRestart, KeysAreTheSameAfterTheServerRestarts) {
-    PgCluster::Shared().CreateDatabase("findings_restart", kCatalogue);
+    const Database database("findings_restart", kCatalogue);
     const HeadlessRun before("findings_restart");
     PgCluster::Shared().StopServer();
     PgCluster::Shared().StartServer();
