@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds tabvet and its tests with AddressSanitizer and UndefinedBehaviorSanitizer (clang) into build-asan/,
-# runs the unit and integration tests there, and fuzzes the connection-string keywords and the version-box
-# conversion for TABVET_FUZZ_SECONDS each (default 30). Any sanitizer report fails the run.
+# runs the unit and integration tests there, and fuzzes the connection-string keywords, the version-box
+# conversion and the baseline reader for TABVET_FUZZ_SECONDS each (default 30). Any sanitizer report fails
+# the run.
 # Usage: sanitizers.sh [--build-only]
 set -euo pipefail
 cd "$(dirname "$0")/.."

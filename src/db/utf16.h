@@ -14,4 +14,7 @@ using OdbcWideString = std::basic_string<SQLWCHAR>;
 OdbcWideString ToOdbcWide(std::string_view utf8);
 std::string FromOdbcWide(const SQLWCHAR* text, std::size_t length);
 
+/// Appends code point `cp` to `out` in UTF-8.
+void AppendUtf8(std::string& out, char32_t cp);
+
 }  // namespace tabvet

@@ -28,6 +28,7 @@ struct HeadlessOptions {
     std::optional<std::string> report;         ///< text report file, replaced without asking
     bool onlyFailures = false;                 ///< the "only failures" check box
     std::optional<std::string> json;           ///< machine-readable results file
+    std::optional<std::string> baseline;       ///< earlier results whose findings are accepted
     std::optional<unsigned> loginTimeout;      ///< seconds, 0 no limit; absent: the default
     std::optional<unsigned> statementTimeout;  ///< seconds, 0 no limit; absent: the default
     unsigned timeLimit = 0;                    ///< seconds for the whole run, 0 no limit

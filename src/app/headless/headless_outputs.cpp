@@ -72,7 +72,8 @@ bool CheckOutputFiles(const HeadlessOptions& options, std::ostream& err) {
     return reportOk && jsonOk;
 }
 
-bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, std::ostream& err) {
+bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options,
+                      const BaselineComparison* comparison, std::ostream& err) {
     bool ok = true;
     if (options.report) {
         ok = Attempt(
@@ -80,14 +81,14 @@ bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, st
              ok;
     }
     if (options.json) {
-        ok =
-            Attempt(
-                "JSON results",
-                [&] {
-                    WriteResultsJson(*options.json, TargetOf(state), *state.g_pTestCollection, state.lastRun);
-                },
-                err) &&
-            ok;
+        ok = Attempt(
+                 "JSON results",
+                 [&] {
+                     WriteResultsJson(*options.json, TargetOf(state), *state.g_pTestCollection, state.lastRun,
+                                      comparison);
+                 },
+                 err) &&
+             ok;
     }
     return ok;
 }

@@ -20,21 +20,6 @@
 namespace tabvet {
 namespace {
 
-// The exit status of a run that ended: the run's own outcome.
-int ExitStatusOf(const RunRecord& record) {
-    switch (OutcomeOf(record)) {
-        case RunOutcome::Passed:
-            return exit_code::kAllPassed;
-        case RunOutcome::Failed:
-            return exit_code::kTestFailed;
-        case RunOutcome::Error:
-            return exit_code::kEscapedError;
-        case RunOutcome::Stopped:
-            return exit_code::kStopped;
-    }
-    return exit_code::kEscapedError;
-}
-
 // A version that does not fit the boxes' 16 bits: one line, and the run does not start.
 int CannotStart(const MainState& state, const RuntimeError& e, std::ostream& err) {
     err << "tabvet: the run could not start: " << DescribeRuntimeError(e) << " (Tessel version "
@@ -131,8 +116,25 @@ int Stopped(const MainState& state, std::ostream& err) {
     return exit_code::kStopped;
 }
 
+// The baseline named by --baseline, read whole before anything connects; false after saying why it
+// cannot serve.
+bool ReadBaselineOption(const HeadlessOptions& options, std::optional<Baseline>& baseline,
+                        std::ostream& err) {
+    if (!options.baseline) {
+        return true;
+    }
+    BaselineRead read = ReadBaselineFile(*options.baseline);
+    if (!read.baseline) {
+        err << "tabvet: cannot use the baseline '" << *options.baseline << "': " << read.error << std::endl;
+        return false;
+    }
+    baseline = std::move(read.baseline);
+    return true;
+}
+
 int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
-    if (!CheckOutputFiles(options, err)) {
+    std::optional<Baseline> baseline;
+    if (!CheckOutputFiles(options, err) || !ReadBaselineOption(options, baseline, err)) {
         return exit_code::kCannotStart;
     }
     ConsoleInteraction ui(err);
@@ -168,12 +170,38 @@ int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
     if (state.lastRun.end == RunEnd::Stopped) {
         Stopped(state, err);
     }
+    std::optional<BaselineComparison> comparison;
+    if (baseline) {
+        comparison = CompareWithBaseline(*baseline, state.lastRun);
+    }
     // The run's own status stands even when an output file fails now; the failure is on standard error.
-    WriteOutputFiles(state, options, err);
-    return ExitStatusOf(state.lastRun);
+    WriteOutputFiles(state, options, comparison ? &*comparison : nullptr, err);
+    if (comparison) {
+        err << BaselineSummary(*comparison) << std::endl;
+    }
+    return ExitStatusOf(state.lastRun, comparison ? &*comparison : nullptr);
 }
 
 }  // namespace
+
+int ExitStatusOf(const RunRecord& record, const BaselineComparison* comparison) {
+    switch (OutcomeOf(record)) {
+        case RunOutcome::Passed:
+        case RunOutcome::Failed:
+            if (comparison != nullptr) {
+                // Only what is new fails the run: known findings are accepted problems.
+                return comparison->newFindings > 0 || comparison->failedWithoutFinding
+                           ? exit_code::kTestFailed
+                           : exit_code::kAllPassed;
+            }
+            return OutcomeOf(record) == RunOutcome::Failed ? exit_code::kTestFailed : exit_code::kAllPassed;
+        case RunOutcome::Error:
+            return exit_code::kEscapedError;
+        case RunOutcome::Stopped:
+            return exit_code::kStopped;
+    }
+    return exit_code::kEscapedError;
+}
 
 int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
     const std::optional<std::string> fromEnvironment = EnvironmentText(kConnectEnvironmentVariable);
