@@ -78,7 +78,11 @@ std::string MaskDriverMessages(std::string text, const std::string& connect,
     }
     // The native numbers that go with them.
     static const std::regex numbers(R"((Err#|Run-time error ')-?[0-9]+('?: <driver message>))");
-    return std::regex_replace(text, numbers, "$1<number>$2");
+    // The JSON's driver errors carry the driver's own number and SQLSTATE beside the message.
+    static const std::regex driverErrors(
+        R"(\{"number": -?[0-9]+, "sqlState": "[0-9A-Z]{5}", "text": "<driver message>"\})");
+    return std::regex_replace(std::regex_replace(text, numbers, "$1<number>$2"), driverErrors,
+                              R"({"number": <number>, "sqlState": <state>, "text": "<driver message>"})");
 }
 
 std::string MaskTimes(const std::string& text) {
@@ -255,8 +259,12 @@ class CrossDriver {
         RunOutput my = Run(my_.ConnectionString(kMyDatabase), args, trace_);
         EXPECT_NE(pg.status, exit_code::kCannotStart) << shown << "\n" << pg.text;
         if (unordered_) {
+            // A hostile name can parse on one server and not on the other (an empty owner in `.ROADS` is a
+            // syntax error on PostgreSQL, the current database on MariaDB): the kind a failed probe gets
+            // follows the server's SQLSTATE, so here it is compared as "a failed probe" only.
+            static const std::regex serverKind(R"(lookup-error|missing-table-or-view|missing-column)");
             for (RunOutput* run : {&pg, &my}) {
-                run->text = SortedLines(run->text);
+                run->text = SortedLines(std::regex_replace(run->text, serverKind, "<failed probe>"));
                 std::sort(run->sent.begin(), run->sent.end());
             }
         }
