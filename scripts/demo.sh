@@ -20,7 +20,7 @@ json="$results/results.json"
 status=0
 # No --dbms or --tessel-version: tabvet reads both from the VERSION table, as "Query DBMS" does.
 "$tabvet" --connect "$connection" --report "$report" --json "$json" || status=$?
-echo "tabvet exit status: $status (0 all passed, 1 a test failed, 2 could not start, 3 unexpected error)"
+echo "tabvet exit status: $status (0 all passed, 1 a test failed, 2 could not start, 3 unexpected error, 4 stopped)"
 for file in "$report" "$json"; do
     if [ -s "$file" ]; then
         echo "Written: $file"

@@ -202,7 +202,7 @@ fi
 
 section "Fuzzing, $fuzz_seconds s per target"
 env -u TABVET_FUZZ_SECONDS bash scripts/sanitizers.sh --build-only >/dev/null
-for target in connection_string version_text; do
+for target in connection_string version_text baseline; do
     corpus=build-asan/tests/fuzz/corpus/$target
     mkdir -p "$corpus"
     build-asan/tests/fuzz/${target}_fuzzer -max_total_time="$fuzz_seconds" -timeout=10 -rss_limit_mb=2048 \

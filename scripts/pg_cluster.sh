@@ -3,11 +3,10 @@
 # Usage: pg_cluster.sh start|stop|stop-server|start-server STATEFILE | createdb STATEFILE NAME FILE... | psql STATEFILE DB [ARGS...]
 set -euo pipefail
 unset PGDIR PGPORT PGBIN  # only the state file may say which cluster is meant
-
-die() {
-    echo "pg_cluster: $*" >&2
-    exit 1
-}
+SERVER_SCRIPT=pg_cluster
+SERVER_USER=postgres
+# shellcheck source=server_common.sh
+. "$(dirname "$0")/server_common.sh"
 
 # Debian keeps each major version apart; the newest installed one is used.
 find_pg_bin() {
@@ -22,15 +21,6 @@ find_pg_bin() {
     fi
 }
 
-# initdb refuses to run as root, so the server belongs to the postgres account then.
-as_server_user() {
-    if [ "$(id -u)" -eq 0 ]; then
-        runuser -u postgres -- "$@"
-    else
-        "$@"
-    fi
-}
-
 load_state() {
     local state=$1
     [ -f "$state" ] || die "no cluster state file at $state"
@@ -39,11 +29,7 @@ load_state() {
     [ -n "${PGDIR:-}" ] && [ -n "${PGPORT:-}" ] && [ -n "${PGBIN:-}" ] || die "incomplete state file $state"
 }
 
-port_in_use() {
-    (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null
-}
-
-# Starts the server on the given port; the server's own bind decides whether the port is really free.
+# Starts the server on the given port.
 try_start() {
     local port=$1
     as_server_user "$PGBIN/pg_ctl" -D "$PGDIR/data" -l "$PGDIR/server.log" -w -t 30 \
@@ -75,20 +61,8 @@ fsync = off
 synchronous_commit = off
 full_page_writes = off
 EOF
-    local port attempt started=no
-    for attempt in $(seq 1 40); do
-        port=$((20000 + (RANDOM * 32768 + RANDOM) % 40000))
-        port_in_use "$port" && continue
-        if try_start "$port"; then
-            started=yes
-            break
-        fi
-    done
-    if [ "$started" != yes ]; then
-        cat "$PGDIR/server.log" >&2 || true
-        rm -rf "$PGDIR"
-        die "the server did not start after $attempt attempts"
-    fi
+    local port
+    port=$(start_on_free_port "$PGDIR" "$PGDIR/server.log")
     # Restarts (fault tests) must come back on the same port.
     echo "port = $port" | as_server_user tee -a "$PGDIR/data/postgresql.conf" >/dev/null
     cat >"$state" <<EOF
@@ -110,7 +84,7 @@ cmd_stop() {
         as_server_user "$PGBIN/pg_ctl" -D "$PGDIR/data" -m immediate -w stop >/dev/null 2>&1 || true
     fi
     case "${PGDIR:-}" in
-        /tmp/tabvet-pg.*) rm -rf "$PGDIR" ;;
+        /tmp/tabvet-pg.*) remove_server_folder "$PGDIR" ;;
     esac
     rm -f "$state"
 }

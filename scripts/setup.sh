@@ -4,8 +4,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+# g++-mingw-w64-x86-64-posix and wine64 build the Windows program (scripts/windows.sh) and run its tests.
 packages=(build-essential cmake ninja-build pkg-config qt6-base-dev unixodbc unixodbc-dev odbc-postgresql
-    postgresql googletest libgtest-dev libgmock-dev clang-format clang-tidy xvfb xdotool imagemagick clang libclang-rt-dev time)
+    postgresql mariadb-server odbc-mariadb googletest libgtest-dev libgmock-dev clang-format clang-tidy xvfb xdotool
+    imagemagick clang libclang-rt-dev time g++-mingw-w64-x86-64-posix wine64)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/headless/headless_run.h"
+#include "app/headless/process_text.h"
 #if defined(TABVET_WINDOW_MODULE)
 #include "app/window_loader.h"
 #elif defined(TABVET_WITH_WINDOW)
@@ -13,7 +14,8 @@
 
 int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");  // dates and times in the user's own format
-    std::vector<std::string> args(argv + 1, argv + argc);
+    const tabvet::StandardStreams streams;
+    const std::vector<std::string> args = tabvet::CommandLineArguments(argc, argv);
     if (!args.empty()) {
         return tabvet::RunHeadless(args, std::cout, std::cerr);
     }

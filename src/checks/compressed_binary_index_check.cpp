@@ -49,6 +49,15 @@ bool IsVersioned(std::int32_t objectFlags) {
     return (objectFlags & layer_flags::kVersioned) == layer_flags::kVersioned;
 }
 
+// A table of a layer as findings name it: the owner and the table name the probes use, and the layer.
+FindingIdentity SideTableIdentity(SideTable table, const LayerValues& layer) {
+    FindingIdentity identity;
+    identity.Set(IdentityField::Owner, layer.owner)
+        .Set(IdentityField::Table, SideTableName(table, layer))
+        .Set(IdentityField::LayerId, std::to_string(layer.layerId));
+    return identity;
+}
+
 // The label that closes a failing layer's block: OWNER.TABLE.COLUMN (#id).
 std::string LayerLabel(const LayerValues& layer) {
     return layer.owner + "." + layer.tableName + "." + layer.spatialColumn + " (#" +
@@ -164,17 +173,23 @@ class IndexAnalysis final : public AdoTestBase {
                 continue;
             }
             const std::string name = IndexName(index, layer);
+            FindingIdentity identity = SideTableIdentity(index.table, layer);
+            identity.Set(IdentityField::Index, name);
             switch (ProbeIndex(index, layer, conn)) {
                 case IndexVerdict::Right:
                     continue;
                 case IndexVerdict::LookupError:
                     AddLine(row_.indexLookupError + name + ": " + ErrorListText(conn));
+                    RecordFinding(KindOfFailure(conn.Errors(), FailedObject::Dictionary), std::move(identity),
+                                  ErrorsOf(conn.Errors()));
                     break;
                 case IndexVerdict::Missing:
                     AddLine(row_.missingIndex + name);
+                    RecordFinding(FindingKind::MissingIndex, std::move(identity));
                     break;
                 case IndexVerdict::Incorrect:
                     AddLine(row_.incorrectIndex + name);
+                    RecordFinding(FindingKind::IncorrectlyConfiguredIndex, std::move(identity));
                     break;
             }
             allRight = false;
@@ -189,6 +204,9 @@ class IndexAnalysis final : public AdoTestBase {
         }
         AddLine(row_.tableLookupError + QualifiedSideTableName(probe.table, layer) + ": " +
                 ErrorListText(conn));
+        // The probe selects the columns the table needs, so a missing column shows here too.
+        RecordFinding(KindOfFailure(conn.Errors(), FailedObject::UserObject),
+                      SideTableIdentity(probe.table, layer), ErrorsOf(conn.Errors()));
         return false;
     }
 

@@ -12,6 +12,20 @@ constexpr const char* kSpatialReferences = "SPATIAL_REFERENCES";
 constexpr const char* kTableRegistry = "TABLE_REGISTRY";
 constexpr const char* kRasterColumns = "RASTER_COLUMNS";
 
+// Where each listing's rows hold the values of their findings.
+constexpr IdentityColumn kTableOwnerDatabase[] = {
+    {IdentityField::Table, 0}, {IdentityField::Owner, 1}, {IdentityField::Database, 2}};
+constexpr IdentityColumn kSchemaTableCatalog[] = {
+    {IdentityField::Owner, 0}, {IdentityField::Table, 1}, {IdentityField::Database, 2}};
+constexpr IdentityColumn kLayerSrid[] = {{IdentityField::LayerId, 0},
+                                         {IdentityField::Owner, 1},
+                                         {IdentityField::Table, 2},
+                                         {IdentityField::Srid, 3}};
+constexpr IdentityColumn kRasterColumnSrid[] = {{IdentityField::RasterColumnId, 0},
+                                                {IdentityField::Owner, 1},
+                                                {IdentityField::Table, 2},
+                                                {IdentityField::Srid, 3}};
+
 constexpr const char* kRegistryJoinWithoutDatabase =
     "WHERE a.table_name = b.table_name "
     "and a.owner = b.owner)";
@@ -37,7 +51,9 @@ const CrossTableChecks kCrossTableChecks{
                     .entryPrefix = kEntryMarker,
                     .idText = "",
                     .loop = MembershipLoop::CountBeforeEntry,
-                    .open = OpenStyle::Trapped},
+                    .open = OpenStyle::Trapped,
+                    .listedKind = FindingKind::OrphanedEntry,
+                    .identity = kTableOwnerDatabase},
     .lyrInGeomCol = {.outerTable = kLayers,
                      .outerAlias = " a ",
                      .innerTable = kGeometryColumns,
@@ -55,7 +71,9 @@ const CrossTableChecks kCrossTableChecks{
                      .entryPrefix = kEntryMarker,
                      .idText = "",
                      .loop = MembershipLoop::CountAfterMove,
-                     .open = OpenStyle::Trapped},
+                     .open = OpenStyle::Trapped,
+                     .listedKind = FindingKind::OrphanedEntry,
+                     .identity = kTableOwnerDatabase},
     .lyrInSpatRef = {.outerTable = kLayers,
                      .outerAlias = " a ",
                      .innerTable = kSpatialReferences,
@@ -70,10 +88,12 @@ const CrossTableChecks kCrossTableChecks{
                      .entryPrefix = ">>>> SRID = ",
                      .idText = " in layer_id #",
                      .loop = MembershipLoop::CountAfterMove,
-                     .open = OpenStyle::Trapped},
+                     .open = OpenStyle::Trapped,
+                     .listedKind = FindingKind::UnknownSpatialReference,
+                     .identity = kLayerSrid},
     // The outer table is GEOMETRY_COLUMNS under alias b. Its entry passes the schema as the table name and
     // the table as the owner, so the two parts of a listed name stand in each other's place; kept as it
-    // always was.
+    // always was. Its findings name each part as what it is.
     .geomColInLyr = {.outerTable = kGeometryColumns,
                      .outerAlias = " b ",
                      .innerTable = kLayers,
@@ -91,7 +111,9 @@ const CrossTableChecks kCrossTableChecks{
                      .entryPrefix = kEntryMarker,
                      .idText = "",
                      .loop = MembershipLoop::CountAfterMove,
-                     .open = OpenStyle::Trapped},
+                     .open = OpenStyle::Trapped,
+                     .listedKind = FindingKind::OrphanedEntry,
+                     .identity = kSchemaTableCatalog},
     .rasColInTblReg = {.outerTable = kRasterColumns,
                        .outerAlias = " a ",
                        .innerTable = kTableRegistry,
@@ -106,7 +128,9 @@ const CrossTableChecks kCrossTableChecks{
                        .entryPrefix = kEntryMarker,
                        .idText = "",
                        .loop = MembershipLoop::CountAfterMove,
-                       .open = OpenStyle::Trapped},
+                       .open = OpenStyle::Trapped,
+                       .listedKind = FindingKind::OrphanedEntry,
+                       .identity = kTableOwnerDatabase},
     .rasColInSpatRef = {.outerTable = kRasterColumns,
                         .outerAlias = " a ",
                         .innerTable = kSpatialReferences,
@@ -123,7 +147,9 @@ const CrossTableChecks kCrossTableChecks{
                         .entryPrefix = ">>>> SRID = ",
                         .idText = " in RASTERCOLUMN_ID #",
                         .loop = MembershipLoop::CountAfterMove,
-                        .open = OpenStyle::Trapped},
+                        .open = OpenStyle::Trapped,
+                        .listedKind = FindingKind::UnknownSpatialReference,
+                        .identity = kRasterColumnSrid},
 };
 
 }  // namespace tabvet

@@ -8,6 +8,23 @@ namespace {
 constexpr const char* kDbtune = "DBTUNE";
 constexpr const char* kKeywordEntryPrefix = ">>>> CONFIG_KEYWORD = ";
 
+// Column 0 is each table's own id; the keyword, table, owner and database follow alike.
+constexpr IdentityColumn kRegistrationKeyword[] = {{IdentityField::RegistrationId, 0},
+                                                   {IdentityField::Keyword, 1},
+                                                   {IdentityField::Table, 2},
+                                                   {IdentityField::Owner, 3},
+                                                   {IdentityField::Database, 4}};
+constexpr IdentityColumn kLayerKeyword[] = {{IdentityField::LayerId, 0},
+                                            {IdentityField::Keyword, 1},
+                                            {IdentityField::Table, 2},
+                                            {IdentityField::Owner, 3},
+                                            {IdentityField::Database, 4}};
+constexpr IdentityColumn kRasterColumnKeyword[] = {{IdentityField::RasterColumnId, 0},
+                                                   {IdentityField::Keyword, 1},
+                                                   {IdentityField::Table, 2},
+                                                   {IdentityField::Owner, 3},
+                                                   {IdentityField::Database, 4}};
+
 }  // namespace
 
 const KeywordChecks kKeywordChecks{
@@ -29,7 +46,9 @@ const KeywordChecks kKeywordChecks{
          .entryPrefix = kKeywordEntryPrefix,
          .idText = " in reg_id #",
          .loop = MembershipLoop::CountAfterMove,
-         .open = OpenStyle::ErrorsSuppressed},
+         .open = OpenStyle::ErrorsSuppressed,
+         .listedKind = FindingKind::UnknownKeyword,
+         .identity = kRegistrationKeyword},
     .lyrInDbtune = {.outerTable = "LAYERS",
                     .outerAlias = " a ",
                     .innerTable = kDbtune,
@@ -46,7 +65,9 @@ const KeywordChecks kKeywordChecks{
                     .entryPrefix = kKeywordEntryPrefix,
                     .idText = " in layer_id #",
                     .loop = MembershipLoop::CountAfterMove,
-                    .open = OpenStyle::ErrorsSuppressed},
+                    .open = OpenStyle::ErrorsSuppressed,
+                    .listedKind = FindingKind::UnknownKeyword,
+                    .identity = kLayerKeyword},
     .rasColInDbtune =
         {.outerTable = "RASTER_COLUMNS",
          .outerAlias = " a ",
@@ -64,7 +85,9 @@ const KeywordChecks kKeywordChecks{
          .entryPrefix = kKeywordEntryPrefix,
          .idText = " in rastercolumn_id #",
          .loop = MembershipLoop::CountAfterMove,
-         .open = OpenStyle::ErrorsSuppressed},
+         .open = OpenStyle::ErrorsSuppressed,
+         .listedKind = FindingKind::UnknownKeyword,
+         .identity = kRasterColumnKeyword},
 };
 
 }  // namespace tabvet

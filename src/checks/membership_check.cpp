@@ -61,20 +61,25 @@ class MembershipCheck final : public AdoTestBase {
             if (row_.loop == MembershipLoop::CountBeforeEntry) {
                 count = RoundToInt16(count + 1);  // a 16-bit counter: overflow raises
                 resultDetails_ += Entry(rs);
+                RecordRow(rs);
                 if (count >= kReportLimit) {
                     // The cursor stays open for the clean-up to close.
                     resultDetails_ += std::string(kCrLf) + ReportLimitReached(kReportLimit);
+                    rs.MoveNext();
+                    RecordUnlistedRows(rs);
                     return;
                 }
                 rs.MoveNext();
             } else {
                 resultDetails_ += Entry(rs);
+                RecordRow(rs);
                 rs.MoveNext();
                 count = RoundToInt16(count + 1);
                 if (count >= kReportLimit) {
                     // Written even when the limit row was the last; the two moves end the loop at
                     // end-of-file.
                     resultDetails_ += kLimitReachedLine + std::string(kCrLf);
+                    RecordUnlistedRows(rs);
                     rs.MoveLast();
                     rs.MoveNext();
                 }
@@ -112,6 +117,28 @@ class MembershipCheck final : public AdoTestBase {
             }
         }
         return {};
+    }
+
+    // A listed row as a finding: its values as the outer table states them, NULLs kept.
+    void RecordRow(const Recordset& rs) {
+        FindingIdentity identity;
+        identity.Set(IdentityField::SystemTable, row_.outerTable)
+            .Set(IdentityField::PartnerTable, row_.innerTable);
+        const bool usesDatabaseName = Environment().Namer().UsesDatabaseName();
+        for (const IdentityColumn& column : row_.identity) {
+            if (column.field != IdentityField::Database || usesDatabaseName) {
+                identity.Set(column.field, rs.Fields(column.position));
+            }
+        }
+        RecordFinding(row_.listedKind, std::move(identity));
+    }
+
+    // The rows from the current one on that the limit keeps out of the text: found all the same. Their
+    // values are not converted, so a NULL among them raises nothing.
+    void RecordUnlistedRows(Recordset& rs) {
+        for (; !rs.Eof(); rs.MoveNext()) {
+            RecordRow(rs);
+        }
     }
 
     const MembershipCheckRow& row_;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 
 #include "framework/ado_test_base.h"
 
@@ -22,7 +23,15 @@ enum class MembershipEntry {
     Keyword          ///< keyword, id text, id " : " UserTable of columns 2, 3, 4 (NULLs there raise)
 };
 
-/// The constant row of one membership check: statement pieces, texts and the three variations.
+/// Where a listed row holds one value of its finding's identity. A database column is read only where the
+/// server type selects one; elsewhere the statement has a literal NULL there.
+struct IdentityColumn {
+    IdentityField field;
+    int position;
+};
+
+/// The constant row of one membership check: statement pieces, texts, the three variations, and what each
+/// listed row is as a finding.
 struct MembershipCheckRow {
     const char* outerTable;
     const char* outerAlias;  ///< " a " except where the roles are reversed
@@ -39,11 +48,14 @@ struct MembershipCheckRow {
     const char* idText;  ///< srid and keyword entries only
     MembershipLoop loop;
     OpenStyle open;
+    FindingKind listedKind;
+    std::span<const IdentityColumn> identity;  ///< besides the outer and inner table
 };
 
 /// A test of this family. Rows are listed only when the fresh cursor reports end-of-file without
 /// begin-of-file; every other state passes. Only the open is trapped: moving the cursor or converting a
-/// NULL while listing raises out of Run.
+/// NULL while listing raises out of Run. Every listed row is a finding, and so is every row the listing's
+/// limit leaves out: the statement has already read them all.
 std::unique_ptr<IAdoTest> MakeCheck(const TestDefinition& definition, const MembershipCheckRow& row,
                                     const TestEnvironment& environment);
 

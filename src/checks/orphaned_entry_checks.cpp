@@ -129,9 +129,15 @@ class OrphanedEntryCheck final : public AdoTestBase {
                     resultDetails_ += std::string(kCrLf) + kCrLf + kErrorLookingFor + userTable +
                                       kEntrySeparator + ErrorListText(conn);
                     pass_ = false;
+                    RecordFinding(KindOfFailure(conn.Errors(), FailedObject::UserObject), EntryIdentity(rows),
+                                  ErrorsOf(conn.Errors()));
                     if (errorCount >= kReportLimit) {
                         // The entries of this last error stay in the connection's list.
                         resultDetails_ += std::string(kCrLf) + ReportLimitReached(kReportLimit);
+                        rows.MoveNext();
+                        if (!rows.Eof()) {
+                            MarkTruncated();  // the rows after this one are not probed
+                        }
                         break;
                     }
                     conn.Errors().Clear();
@@ -140,6 +146,20 @@ class OrphanedEntryCheck final : public AdoTestBase {
             rows.MoveNext();
         }
         probe.CloseIfOpen();
+    }
+
+    // The row as the system table states it: the column as stored (NULL or blanks included), the database
+    // only where the server type selects one.
+    FindingIdentity EntryIdentity(const Recordset& rows) const {
+        FindingIdentity identity;
+        identity.Set(IdentityField::SystemTable, row_.systemTable)
+            .Set(IdentityField::Table, rows.Fields(1))
+            .Set(IdentityField::Owner, rows.Fields(2))
+            .Set(IdentityField::Column, rows.Fields(0));
+        if (Environment().Namer().UsesDatabaseName()) {
+            identity.Set(IdentityField::Database, rows.Fields(3));
+        }
+        return identity;
     }
 
     const OrphanedEntryCheckRow& row_;

@@ -9,8 +9,13 @@ namespace tabvet {
 
 /// One entry of a connection's error list.
 struct AdoError {
+    AdoError() = default;
+    AdoError(std::int32_t number, std::string description, std::string state = {})
+        : Number(number), Description(std::move(description)), sqlState(std::move(state)) {}
+
     std::int32_t Number = 0;  ///< the record's native error code
     std::string Description;  ///< the record's message text exactly as the driver gave it
+    std::string sqlState;     ///< the record's SQLSTATE; empty for entries tabvet makes itself
 };
 
 /// Errors of a connection, indexed from 0.

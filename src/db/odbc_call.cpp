@@ -50,7 +50,7 @@ bool OdbcResult::Succeeded(ErrorList& errors) const {
         return Ok();
     }
     for (const DiagRecord& record : diagnostics_) {
-        errors.Add({record.nativeError, record.message});
+        errors.Add({record.nativeError, record.message, record.sqlState});
     }
     if (diagnostics_.empty()) {
         // The wide and the narrow form of a call are one call to the reader: SQLExecDirectW is SQLExecDirect.

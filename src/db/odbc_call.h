@@ -2,8 +2,7 @@
 // diagnostic record of a failure, and writes each statement it sends to the statement trace.
 #pragma once
 
-#include <sql.h>
-#include <sqlext.h>
+#include "db/odbc_api.h"
 
 #include <cstdint>
 #include <string>

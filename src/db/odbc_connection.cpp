@@ -13,6 +13,8 @@ namespace tabvet {
 namespace {
 
 constexpr std::size_t kCellBufferUnits = 256;
+// How far the buffer grows for a value whose length the driver cannot tell.
+constexpr std::size_t kMaxGuessedCellBufferUnits = 1 << 16;
 // A driver's row count is only trusted this far for reserving room: a wrong answer must not cost a huge
 // allocation up front.
 constexpr SQLLEN kMaxReservedRows = 1 << 20;
@@ -38,10 +40,12 @@ bool ReadCell(const StmtHandle& stmt, SQLUSMALLINT column, std::vector<SQLWCHAR>
             return true;
         }
         const std::size_t capacity = buffer.size() - 1;  // one unit is the terminator
-        got = capacity;
-        if (indicator != SQL_NO_TOTAL && static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR) < capacity) {
-            got = static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR);
-        }
+        // A driver that cannot tell how long the value is says SQL_NO_TOTAL, even for its last piece: the
+        // piece then ends at its terminator, which is the end of the buffer when the piece was cut short.
+        const auto end = buffer.begin() + static_cast<std::ptrdiff_t>(capacity);
+        got = indicator == SQL_NO_TOTAL
+                  ? static_cast<std::size_t>(std::find(buffer.begin(), end, SQLWCHAR{0}) - buffer.begin())
+                  : std::min(capacity, static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR));
         if (read.Code() == SQL_SUCCESS && rest.empty()) {
             break;  // the common case: the whole value in one piece, converted straight from the buffer
         }
@@ -50,11 +54,10 @@ bool ReadCell(const StmtHandle& stmt, SQLUSMALLINT column, std::vector<SQLWCHAR>
         if (read.Code() == SQL_SUCCESS) {
             break;
         }
-        if (indicator != SQL_NO_TOTAL) {
-            // Grow once to take the rest in the next call.
-            buffer.resize(
-                std::max<std::size_t>(buffer.size(), static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR)));
-        }
+        // Grow to take the rest in the next call, or, not knowing the rest, to take more of it.
+        buffer.resize(indicator == SQL_NO_TOTAL
+                          ? std::max(buffer.size(), std::min(buffer.size() * 2, kMaxGuessedCellBufferUnits))
+                          : std::max(buffer.size(), static_cast<std::size_t>(indicator) / sizeof(SQLWCHAR)));
     }
     cell = rest.empty() ? FromOdbcWide(buffer.data(), got) : FromOdbcWide(rest.data(), rest.size());
     return true;

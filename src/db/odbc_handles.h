@@ -1,8 +1,7 @@
 // Move-only owners of ODBC handles: each frees its handle exactly once, in a noexcept destructor.
 #pragma once
 
-#include <sql.h>
-#include <sqlext.h>
+#include "db/odbc_api.h"
 
 #include <utility>
 

@@ -8,6 +8,20 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
+// Writes one code point at `out` and returns the position after it.
+SQLWCHAR* PutWide(SQLWCHAR* out, char32_t cp) {
+    if (cp >= 0x10000) {
+        cp -= 0x10000;
+        *out++ = static_cast<SQLWCHAR>(0xD800 + (cp >> 10));
+        *out++ = static_cast<SQLWCHAR>(0xDC00 + (cp & 0x3FF));
+    } else {
+        *out++ = static_cast<SQLWCHAR>(cp);
+    }
+    return out;
+}
+
+}  // namespace
+
 void AppendUtf8(std::string& out, char32_t cp) {
     if (cp < 0x80) {
         out.push_back(static_cast<char>(cp));
@@ -25,20 +39,6 @@ void AppendUtf8(std::string& out, char32_t cp) {
         out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
     }
 }
-
-// Writes one code point at `out` and returns the position after it.
-SQLWCHAR* PutWide(SQLWCHAR* out, char32_t cp) {
-    if (cp >= 0x10000) {
-        cp -= 0x10000;
-        *out++ = static_cast<SQLWCHAR>(0xD800 + (cp >> 10));
-        *out++ = static_cast<SQLWCHAR>(0xDC00 + (cp & 0x3FF));
-    } else {
-        *out++ = static_cast<SQLWCHAR>(cp);
-    }
-    return out;
-}
-
-}  // namespace
 
 OdbcWideString ToOdbcWide(std::string_view utf8) {
     // Every statement passes through here, so the text is written in place: no sequence yields more units

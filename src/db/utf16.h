@@ -2,8 +2,7 @@
 // intact whatever the process locale.
 #pragma once
 
-#include <sql.h>
-#include <sqlext.h>
+#include "db/odbc_api.h"
 
 #include <string>
 #include <string_view>
@@ -14,5 +13,8 @@ using OdbcWideString = std::basic_string<SQLWCHAR>;
 
 OdbcWideString ToOdbcWide(std::string_view utf8);
 std::string FromOdbcWide(const SQLWCHAR* text, std::size_t length);
+
+/// Appends code point `cp` to `out` in UTF-8.
+void AppendUtf8(std::string& out, char32_t cp);
 
 }  // namespace tabvet

@@ -22,6 +22,8 @@ bool AdoTestBase::WorksWithVersion(const std::int16_t& major, const std::int16_t
 }
 
 void AdoTestBase::Run(Connection* conn) {
+    findings_ = {};
+    statementTables_.clear();
     if (shape_.countsRunWithoutConnection) {
         wasRun_ = true;
         pass_ = false;
@@ -41,6 +43,7 @@ void AdoTestBase::Run(Connection* conn) {
     }
     Recordset rs;
     if (OpenStatement(rs, *sql, *conn)) {
+        findings_.examined = true;
         Read(rs, *conn);
     }
     rs.CloseIfOpen();
@@ -51,6 +54,7 @@ std::optional<std::vector<std::string>> AdoTestBase::QualifiedNames(std::initial
     std::vector<std::string> names;
     for (const char* table : tables) {
         names.push_back(environment_.Namer().TslSystemTable(table));
+        statementTables_.push_back(table);
     }
     for (const std::string& name : names) {
         if (name.empty()) {
@@ -65,6 +69,11 @@ std::optional<std::vector<std::string>> AdoTestBase::QualifiedNames(std::initial
 std::string AdoTestBase::ErrorListText(const Connection& conn) const {
     clsConnErrorString formatter(environment_.Ui());
     return formatter.Build(&conn);
+}
+
+void AdoTestBase::RecordFinding(FindingKind kind, FindingIdentity identity,
+                                std::vector<AdoError> driverErrors) {
+    findings_.findings.push_back({kind, std::move(identity), std::move(driverErrors)});
 }
 
 bool AdoTestBase::OpenStatement(Recordset& rs, const std::string& sql, Connection& conn) {
@@ -86,6 +95,13 @@ bool AdoTestBase::OpenStatement(Recordset& rs, const std::string& sql, Connectio
     // Not guarded: an error while building the text escapes, as an error inside an error handler does.
     pass_ = false;
     resultDetails_ = shape_.openFailurePrefix + ErrorListText(conn);
+    FindingIdentity identity;
+    identity.Set(IdentityField::SystemTable, statementTables_.at(0));
+    if (statementTables_.size() > 1) {
+        identity.Set(IdentityField::PartnerTable, statementTables_[1]);
+    }
+    RecordFinding(KindOfFailure(conn.Errors(), FailedObject::SystemTable), std::move(identity),
+                  ErrorsOf(conn.Errors()));
     if (shape_.clearsErrorsAfterFailedOpen) {
         conn.Errors().Clear();
     }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "findings.h"
 #include "iado_test.h"
 #include "test_definition.h"
 #include "test_environment.h"
@@ -33,14 +34,15 @@ struct RunShape {
     bool clearsErrorsAfterFailedOpen = false;  ///< leaves nothing of that failure in the connection's list
 };
 
-/// Common test state: constructed with "Not Run", Pass false, WasRun false, Enabled true.
-class AdoTestBase : public IAdoTest {
+/// Common test state: constructed with "Not Run", Pass false, WasRun false, Enabled true; and the findings
+/// of the last Run.
+class AdoTestBase : public IAdoTest, public FindingSource {
   public:
     AdoTestBase(const TestDefinition& definition, RunShape shape, const TestEnvironment& environment);
 
     /// The common shape of every test's Run: WasRun, the connection, the start values, the family's
     /// statement, the trapped open, the family's reading of the result, and the clean-up. Errors outside the
-    /// trapped region leave Run.
+    /// trapped region leave Run. A failed main statement is a finding about the system tables it reads.
     void Run(Connection* conn) final;
 
     const std::string& Name() const override { return name_; }
@@ -60,6 +62,8 @@ class AdoTestBase : public IAdoTest {
     bool Enabled() const override { return enabled_; }
     void Enable(bool vSetting) override { enabled_ = vSetting; }
 
+    const TestFindings& Findings() const override { return findings_; }
+
   protected:
     /// The family's main statement; nothing when a system-table name could not be had (QualifiedNames has
     /// then given the verdict).
@@ -68,13 +72,19 @@ class AdoTestBase : public IAdoTest {
     virtual void Read(Recordset& rs, Connection& conn) = 0;
 
     /// The namer's names for `tables`, all asked before any is looked at. When one comes back empty: Pass
-    /// false, ResultDetails `failureText`, and nothing.
+    /// false, ResultDetails `failureText`, and nothing. The tables are those a failure of the main statement
+    /// is recorded against, in the order asked.
     std::optional<std::vector<std::string>> QualifiedNames(std::initializer_list<const char*> tables,
                                                            const char* failureText);
     /// The text of the connection's error list, from a fresh formatter.
     std::string ErrorListText(const Connection& conn) const;
 
     const TestEnvironment& Environment() const { return environment_; }
+
+    /// Records a problem found now, after its entry is in the result text.
+    void RecordFinding(FindingKind kind, FindingIdentity identity, std::vector<AdoError> driverErrors = {});
+    /// Marks this run's findings as incomplete: a report limit stopped the check before the end.
+    void MarkTruncated() { findings_.truncated = true; }
 
     // Run state, in the order the contract lists it.
     std::string resultDetails_ = "Not Run";
@@ -92,6 +102,8 @@ class AdoTestBase : public IAdoTest {
     const RunShape shape_;
     const TestEnvironment& environment_;
     bool enabled_ = true;
+    TestFindings findings_;
+    std::vector<const char*> statementTables_;  ///< the system tables the main statement reads
 };
 
 /// The texts shared by every test.

@@ -28,7 +28,7 @@ struct ChosenChecks {
 ChosenChecks ChooseChecks(const clsAdoTestCollection& catalogue, const std::optional<std::string>& keep,
                           const std::optional<std::string>& skip);
 
-/// The Tessel releases a test accepts, as a person reads them: "3.x, 8.x, 9.x", "8.2 and later 8.x, 9.0".
+/// The Tessel releases a test accepts, as a person reads them: "3.x, 8.x, 9.x", "8.x from 8.2, 9.0".
 std::string AcceptedVersionsText(const IAdoTest& test);
 
 }  // namespace tabvet

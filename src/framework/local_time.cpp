@@ -17,6 +17,25 @@ std::tm LocalTime(std::time_t seconds) {
     return local;
 }
 
+std::tm UtcTime(std::time_t seconds) {
+    std::tm utc{};
+#ifdef _WIN32
+    gmtime_s(&utc, &seconds);
+#else
+    gmtime_r(&seconds, &utc);
+#endif
+    return utc;
+}
+
+// Seconds from 1970 of a broken-down time read as if it were UTC.
+long long CalendarSeconds(const std::tm& time) {
+    const std::chrono::sys_days day = std::chrono::year_month_day(
+        std::chrono::year(time.tm_year + 1900), std::chrono::month(static_cast<unsigned>(time.tm_mon + 1)),
+        std::chrono::day(static_cast<unsigned>(time.tm_mday)));
+    return static_cast<long long>(day.time_since_epoch().count()) * 86400 + time.tm_hour * 3600LL +
+           time.tm_min * 60LL + time.tm_sec;
+}
+
 }  // namespace
 
 std::string GeneralDateTimeText() {
@@ -33,12 +52,14 @@ std::string IsoLocalTime(std::chrono::system_clock::time_point time) {
                             .count();
     const std::tm local = LocalTime(seconds);
     char date[32];
-    char offset[8];
     std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &local);
-    std::strftime(offset, sizeof offset, "%z", &local);  // +hhmm; ISO 8601 wants +hh:mm
+    // The offset from the two calendars, not from strftime's %z, which some C runtimes fill with the
+    // zone's name.
+    const long long offsetMinutes = (CalendarSeconds(local) - CalendarSeconds(UtcTime(seconds))) / 60;
+    const long long absoluteMinutes = offsetMinutes < 0 ? -offsetMinutes : offsetMinutes;
     char text[64];
-    std::snprintf(text, sizeof text, "%s.%03lld%.3s:%.2s", date, static_cast<long long>(millis), offset,
-                  offset + 3);
+    std::snprintf(text, sizeof text, "%s.%03lld%c%02lld:%02lld", date, static_cast<long long>(millis),
+                  offsetMinutes < 0 ? '-' : '+', absoluteMinutes / 60, absoluteMinutes % 60);
     return text;
 }
 

@@ -1,10 +1,12 @@
 // What a run did with each test of the catalogue: the status log, the exit status and the results file
-// read it. New reasons, new ways for a run to end and per-test findings are added here without reshaping it.
+// read it. New reasons and new ways for a run to end are added here without reshaping it.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "findings.h"
 
 namespace tabvet {
 
@@ -22,7 +24,7 @@ enum class NotRunReason {
 enum class Verdict {
     Passed,
     Failed,
-    Error,  ///< it let an unexpected error escape
+    Error,  ///< it let an unexpected error escape, which ended the run
 };
 
 /// One test of one run.
@@ -30,7 +32,9 @@ struct TestOutcome {
     std::optional<NotRunReason> notRunReason = std::nullopt;  ///< set when the test did not run: why
     Verdict verdict = Verdict::Failed;                        ///< when it ran
     double durationMs = 0;                                    ///< when it ran: the time spent in Run
-    bool endedRun = false;                                    ///< its Run ended the run
+    std::vector<Finding> findings = {};                       ///< when it ran: what it found, in order
+    bool truncated = false;  ///< when it ran: a report limit stopped it before it had looked at everything
+    bool examined = false;   ///< when it ran: it got past its statement on the system tables
 
     bool Ran() const { return !notRunReason.has_value(); }
 };

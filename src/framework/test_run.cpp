@@ -6,6 +6,7 @@
 
 #include "db/line_break.h"
 #include "db/runtime_error.h"
+#include "findings.h"
 #include "local_time.h"
 
 namespace tabvet {
@@ -19,6 +20,15 @@ std::string IsoNow() {
 
 double MillisecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+// What the test found in the Run just ended, kept in the record beside its verdict.
+void TakeFindings(const IAdoTest& test, TestOutcome& outcome) {
+    if (const auto* source = dynamic_cast<const FindingSource*>(&test)) {
+        outcome.findings = source->Findings().findings;
+        outcome.truncated = source->Findings().truncated;
+        outcome.examined = source->Findings().examined;
+    }
 }
 
 std::optional<std::string> StopAskedFor(const RunStop* stop) {
@@ -40,7 +50,7 @@ void RecordStop(RunRecord& record, std::string why) {
 // ran is what ended the run: the error is most likely its cancelled statement.
 void RecordEscape(RunRecord& record, TestOutcome& outcome, double durationMs, std::string error,
                   const RunStop* stop) {
-    outcome = {.verdict = Verdict::Error, .durationMs = durationMs, .endedRun = true};
+    outcome = {.verdict = Verdict::Error, .durationMs = durationMs};
     record.end = RunEnd::EscapedError;
     record.error = std::move(error);
     if (std::optional<std::string> why = StopAskedFor(stop)) {
@@ -108,13 +118,16 @@ void ExecuteRun(const RunPlan& plan, const clsAdoTestCollection& catalogue, Conn
             test.Run(conn);
         } catch (const RuntimeError& e) {
             RecordEscape(record, outcome, MillisecondsSince(start), DescribeRuntimeError(e), stop);
+            TakeFindings(test, outcome);
             throw;
         } catch (const std::exception& e) {
             RecordEscape(record, outcome, MillisecondsSince(start), e.what(), stop);
+            TakeFindings(test, outcome);
             throw;
         }
         outcome = {.verdict = test.Pass() ? Verdict::Passed : Verdict::Failed,
                    .durationMs = MillisecondsSince(start)};
+        TakeFindings(test, outcome);
         if (outcome.verdict == Verdict::Failed) {
             log.Append(std::string(kCrLf) + kLogRule + kCrLf + "TEST FAILED: " + test.Name() + kCrLf +
                        "Details: " + test.ResultDetails() + kCrLf);

@@ -22,8 +22,8 @@ constexpr LeadByte kLeadBytes[] = {
     {.first = 0xF0, .last = 0xF4, .length = 4, .minimum = 0x10000, .payloadMask = 0x07},
 };
 
-// Length of the valid UTF-8 sequence starting at text[i], or 0 when the bytes there are not one
-// (overlong forms, surrogates and values past U+10FFFF included).
+}  // namespace
+
 std::size_t Utf8SequenceLength(std::string_view text, std::size_t i) {
     const auto byte = [&](std::size_t k) { return static_cast<std::uint8_t>(text[k]); };
     for (const LeadByte& lead : kLeadBytes) {
@@ -46,9 +46,7 @@ std::size_t Utf8SequenceLength(std::string_view text, std::size_t i) {
     return 0;
 }
 
-}  // namespace
-
-std::string JsonString(std::string_view text) {
+std::string JsonString(std::string_view text, StrayByte stray) {
     std::string out;
     out.reserve(text.size() + 2);
     out.push_back('"');
@@ -57,7 +55,13 @@ std::string JsonString(std::string_view text) {
         if (c >= 0x80) {
             const std::size_t length = Utf8SequenceLength(text, i);
             if (length == 0) {
-                out += "\\ufffd";
+                if (stray == StrayByte::Replaced) {
+                    out += "\\ufffd";
+                } else {
+                    char escaped[8];
+                    std::snprintf(escaped, sizeof escaped, "\\udc%02x", c);
+                    out += escaped;
+                }
                 ++i;
             } else {
                 out.append(text.substr(i, length));

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "db/file_path.h"
+
 namespace tabvet {
 namespace {
 
@@ -17,7 +19,7 @@ std::string Reason(int errorNumber) {
 ReportFile ReportFile::Open(const std::string& path) {
     ReportFile file;
     errno = 0;
-    file.stream_.open(path, std::ios::out | std::ios::binary | std::ios::trunc);
+    file.stream_.open(FilePath(path), std::ios::out | std::ios::binary | std::ios::trunc);
     if (!file.stream_.is_open()) {
         throw ReportFileError("cannot open '" + path + "' for writing: " + Reason(errno));
     }

@@ -7,6 +7,7 @@
 
 #include "db/line_break.h"
 #include "db/runtime_error.h"
+#include "report_encoding.h"
 
 namespace tabvet {
 namespace {
@@ -25,9 +26,14 @@ std::int16_t Add16(std::int16_t a, std::int16_t b) {
     return static_cast<std::int16_t>(sum);
 }
 
+// Every line goes through here, in the characters of the report file.
+void PrintLine(ReportFile& file, const std::string& text) {
+    file.PrintLine(ReportFileText(text));
+}
+
 // One line on disk that shows as an empty line, the rule and another empty line.
 void PrintSeparatorBlock(ReportFile& file) {
-    file.PrintLine(kCrLf + std::string(kRule) + kCrLf);
+    PrintLine(file, kCrLf + std::string(kRule) + kCrLf);
 }
 
 }  // namespace
@@ -41,8 +47,8 @@ bool CreateReportInFile(ReportFile& file, const ReportContents& contents, IUserI
     std::int16_t passed = 0;
     std::int16_t failed = 0;
 
-    file.PrintLine(kTitle);
-    file.PrintLine("Generated: " + contents.generated);
+    PrintLine(file, kTitle);
+    PrintLine(file, "Generated: " + contents.generated);
     PrintSeparatorBlock(file);
 
     const std::int16_t count = contents.catalogue != nullptr ? contents.catalogue->Count() : 0;
@@ -54,34 +60,34 @@ bool CreateReportInFile(ReportFile& file, const ReportContents& contents, IUserI
         if (test.Pass()) {
             passed = Add16(passed, 1);
             if (!contents.onlyFailures) {
-                file.PrintLine("Test Passed: " + test.Name());
+                PrintLine(file, "Test Passed: " + test.Name());
             }
         } else {
             failed = Add16(failed, 1);
-            file.PrintLine(kBangLine);
-            file.PrintLine("TEST FAILED >>>> " + test.Name());
-            file.PrintLine(kBangLine);
+            PrintLine(file, kBangLine);
+            PrintLine(file, "TEST FAILED >>>> " + test.Name());
+            PrintLine(file, kBangLine);
         }
         if (!contents.onlyFailures || !test.Pass()) {
-            file.PrintLine("-- Test Category: " + test.Category());
-            file.PrintLine("-- Test Description: " + test.Description());
-            file.PrintLine("-- Result Details: " + test.ResultDetails());
+            PrintLine(file, "-- Test Category: " + test.Category());
+            PrintLine(file, "-- Test Description: " + test.Description());
+            PrintLine(file, "-- Result Details: " + test.ResultDetails());
             PrintSeparatorBlock(file);
         }
     }
 
     PrintSeparatorBlock(file);
-    file.PrintLine("Test Summary");
-    file.PrintLine("-- Total tests run: " + std::to_string(Add16(failed, passed)));
-    file.PrintLine("-- Total passed: " + std::to_string(passed));
-    file.PrintLine("-- Total failed: " + std::to_string(failed));
+    PrintLine(file, "Test Summary");
+    PrintLine(file, "-- Total tests run: " + std::to_string(Add16(failed, passed)));
+    PrintLine(file, "-- Total passed: " + std::to_string(passed));
+    PrintLine(file, "-- Total failed: " + std::to_string(failed));
     if (contents.stopReason) {
-        file.PrintLine("-- Run stopped before its end: " + *contents.stopReason);
+        PrintLine(file, "-- Run stopped before its end: " + *contents.stopReason);
     }
-    file.PrintLine("-- Test target: ");
-    file.PrintLine(std::string(kIndent) + "Tessel Version " + contents.target.VersionText());
+    PrintLine(file, "-- Test target: ");
+    PrintLine(file, std::string(kIndent) + "Tessel Version " + contents.target.VersionText());
     if (const DbmsOptionRow* dbms = FindDbmsOption(contents.target.dbms)) {
-        file.PrintLine(std::string(kIndent) + dbms->reportLine);
+        PrintLine(file, std::string(kIndent) + dbms->reportLine);
     }
     PrintSeparatorBlock(file);
     return true;

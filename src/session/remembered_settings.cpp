@@ -6,6 +6,7 @@
 
 #include "connection_handling.h"
 #include "db/connection_string_pairs.h"
+#include "db/file_path.h"
 #include "report/report_paths.h"
 
 namespace tabvet {
@@ -16,9 +17,9 @@ RememberedSettings SettingsToRemember(const MainState& state) {
         remembered.connectionString = WithoutPasswords(state.txtConnString);
     }
     if (state.reportFileName != GetDefaultReportFileName()) {
-        const std::filesystem::path folder = std::filesystem::path(state.reportFileName).parent_path();
+        const std::filesystem::path folder = FilePath(state.reportFileName).parent_path();
         if (!folder.empty()) {
-            remembered.reportFolder = folder.string();
+            remembered.reportFolder = PathText(folder);
         }
     }
     return remembered;
@@ -29,9 +30,9 @@ void RestoreSettings(MainState& state, const RememberedSettings& stored) {
         ConnectionStringChanged(state, *stored.connectionString);
     }
     std::error_code ec;
-    if (stored.reportFolder && std::filesystem::is_directory(*stored.reportFolder, ec)) {
-        const std::filesystem::path name = std::filesystem::path(GetDefaultReportFileName()).filename();
-        state.reportFileName = (std::filesystem::path(*stored.reportFolder) / name).string();
+    if (stored.reportFolder && std::filesystem::is_directory(FilePath(*stored.reportFolder), ec)) {
+        const std::filesystem::path name = FilePath(GetDefaultReportFileName()).filename();
+        state.reportFileName = PathText(FilePath(*stored.reportFolder) / name);
     }
 }
 

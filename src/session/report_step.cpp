@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "db/file_path.h"
 #include "db/line_break.h"
 
 namespace tabvet {
@@ -12,7 +13,7 @@ namespace {
 
 bool IsExistingFile(const std::string& path) {
     std::error_code ec;
-    const std::filesystem::file_status status = std::filesystem::status(path, ec);
+    const std::filesystem::file_status status = std::filesystem::status(FilePath(path), ec);
     return !ec && std::filesystem::exists(status) && !std::filesystem::is_directory(status);
 }
 

@@ -5,6 +5,8 @@
 //   WORD ARGUMENT      an action, one a line; the words are those the playing test has registered
 //   ----               the expected output follows, up to the next "== " line (one blank line before it
 //                      only separates)
+//   linux-only         among the actions: the expected output is what Linux answers ("/" in paths, UTF-8
+//                      reports, permission bits, its error texts); the Windows build skips the case
 // Actions and output write values readably: \n \r \t \\ and \xHH are escapes, and {'TEXT' x N} is TEXT N
 // times; blanks at the end of an output line show as \x20. TABVET_UPDATE_EXPECTED=1 (that value only)
 // rewrites the expected parts with what came out.

@@ -31,6 +31,9 @@ class PgCluster {
     /// The single value a query returns, as psql prints it unaligned, trimmed.
     std::string QueryValue(const std::string& database, const std::string& sql) const;
 
+    /// What a fixture file (a path relative to tests/fixtures) prints when psql runs it unaligned.
+    std::string RunFile(const std::string& database, const std::string& fixtureFile) const;
+
     /// Stops the server and starts it again on the same port with the same data, for connection faults.
     void StopServer() const;
     void StartServer() const;

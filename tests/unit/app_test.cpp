@@ -260,7 +260,7 @@ class EdgeCases {
         record_.end = RunEnd::Completed;
         record_.error.reset();
         if (how == "error") {
-            record_.tests[1] = {.verdict = Verdict::Error, .durationMs = 0.25, .endedRun = true};
+            record_.tests[1] = {.verdict = Verdict::Error, .durationMs = 0.25};
             record_.end = RunEnd::EscapedError;
             record_.error = "Run-time error '94': Invalid use of Null";
         } else if (how == "earlier") {
@@ -307,6 +307,7 @@ class EdgeCases {
         out << "exit " << RunHeadless(args, stdOut, stdErr) << ": "
             << Readable(Replaced(stdErr.str(), HeadlessUsage(), "<usage>")) << "\n"
             << ReadableLines(stdOut.str(), "\n");
+        EXPECT_EQ((stdOut.str() + stdErr.str()).find("pw1"), std::string::npos);
         EXPECT_EQ(ReadBytes(folder_.File("report.txt")), "yesterday's report");
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 5);
     }

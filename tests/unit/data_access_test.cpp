@@ -247,7 +247,7 @@ struct ScriptedPresenter final : LogonDialogPresenter {
     void ShowModal(frmODBCLogon& dialog) override { user(dialog); }
 };
 
-// The blank and the canned string are in the window's transcript; the dialog's string and database reach
+// The blank and the canned string are in the window's case file; the dialog's string and database reach
 // the window on OK only.
 TEST(ConnectionSteps, TheLogonDialogHandsItsStringAndDatabaseToTheWindowOnlyOnOk) {
     RecordingInteraction ui;

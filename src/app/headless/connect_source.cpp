@@ -1,14 +1,15 @@
 // The string is never echoed: only where it came from is named in a message.
 #include "connect_source.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "db/connection_string.h"
+#include "db/file_path.h"
+#include "file_access.h"
 
 namespace tabvet {
 namespace {
@@ -25,23 +26,23 @@ std::string WithoutFinalLineBreak(std::string text) {
 
 // The file's content; nothing, with the reason on `err`, when it cannot be read.
 std::optional<std::string> ReadConnectionFile(const std::string& path, std::ostream& err) {
-    struct stat info {};
-    if (::stat(path.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) {
-        const int why = S_ISDIR(info.st_mode) ? EISDIR : errno;
-        err << "tabvet: cannot read the connection file '" << path << "': " << std::strerror(why)
-            << std::endl;
+    std::error_code ec;
+    const std::filesystem::file_status status = std::filesystem::status(FilePath(path), ec);
+    if (ec || std::filesystem::is_directory(status)) {
+        const std::string why = ec ? ec.message() : std::strerror(EISDIR);
+        err << "tabvet: cannot read the connection file " << SaidBack(path) << ": " << why << std::endl;
         return std::nullopt;
     }
     errno = 0;
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(FilePath(path), std::ios::binary);
     if (!in) {
-        err << "tabvet: cannot read the connection file '" << path
-            << "': " << (errno != 0 ? std::strerror(errno) : "cannot be opened") << std::endl;
+        err << "tabvet: cannot read the connection file " << SaidBack(path) << ": "
+            << (errno != 0 ? std::strerror(errno) : "cannot be opened") << std::endl;
         return std::nullopt;
     }
-    if ((info.st_mode & (S_IRGRP | S_IROTH)) != 0) {
-        err << "tabvet: warning: the connection file '" << path
-            << "' can be read by other users; make it private (chmod 600)" << std::endl;
+    if (ReadableByOthers(path)) {
+        err << "tabvet: warning: the connection file " << SaidBack(path)
+            << " can be read by other users; make it private (chmod 600)" << std::endl;
     }
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
@@ -70,7 +71,7 @@ bool ResolveConnectionString(HeadlessOptions& options, std::istream& in,
                 return false;
             }
             options.connect = *content;
-            from = "the connection file '" + options.connectFile + "'";
+            from = "the connection file " + SaidBack(options.connectFile);
             break;
         }
         case ConnectSource::Environment:

@@ -45,24 +45,21 @@ std::optional<unsigned> ParseSeconds(const std::string& text) {
 
 // Options that take a value, and those that take none.
 const std::set<std::string> kValueOptions = {
-    "--connect", "--connect-file", "--dbms", "--tessel-version", "--database",          "--report",
-    "--json",    "--check",        "--skip", "--login-timeout",  "--statement-timeout", "--time-limit"};
+    "--connect",   "--connect-file", "--dbms",  "--tessel-version", "--database",      "--report",
+    "--json",      "--baseline",     "--check", "--skip",           "--login-timeout", "--statement-timeout",
+    "--time-limit"};
 const std::set<std::string> kFlagOptions = {"--help", "--version", "--only-failures", "--list-checks"};
 
-// A value that is not for a named option: said back to the user, unless it gives a password.
-std::string UnknownArgument(const std::string& name) {
-    if (HasPassword(name)) {
-        return "unknown argument (a connection string with a password, not shown here)";
-    }
-    return "unknown argument '" + name + "'";
-}
-
 }  // namespace
+
+std::string SaidBack(const std::string& value) {
+    return HasPassword(value) ? "(a connection string with a password, not shown here)" : "'" + value + "'";
+}
 
 std::string HeadlessUsage() {
     return "usage: tabvet --connect STRING|- [--dbms oracle|sqlserver|db2|informix]\n"
            "              [--tessel-version MAJOR.MINOR.BUGFIX] [--database NAME]\n"
-           "              [--report FILE] [--only-failures] [--json FILE]\n"
+           "              [--report FILE] [--only-failures] [--json FILE] [--baseline FILE]\n"
            "              [--check LIST] [--skip LIST] [--login-timeout SECONDS]\n"
            "              [--statement-timeout SECONDS] [--time-limit SECONDS]\n"
            "       tabvet --connect-file FILE [the options above]\n"
@@ -83,13 +80,21 @@ std::string HeadlessUsage() {
            "other. When --time-limit passes, or at SIGINT or SIGTERM, the running statement is cancelled\n"
            "and the run stops after that test; a second signal ends tabvet at once.\n"
            "--report writes the text report (CR LF lines), --only-failures leaves passed tests out of it,\n"
-           "--json writes every catalogue entry with its verdict and duration; both replace existing files\n"
-           "and are written after every run that started, even one ended by an unexpected error or stopped.\n"
+           "--json writes every catalogue entry with its verdict, duration and findings (one record per\n"
+           "problem, with a stable key); both replace existing files and are written after every run that\n"
+           "started, even one ended by an unexpected error or stopped.\n"
+           "--baseline FILE takes the JSON results of an earlier run (or only their findings, each with an\n"
+           "optional reason) as accepted problems: each finding is then new or known, accepted ones no\n"
+           "longer found are resolved, the JSON says which, and standard error ends with a line like\n"
+           "\"3 new, 12 known, 2 resolved\". A baseline that is missing, not JSON or of another schema\n"
+           "version stops tabvet before it connects.\n"
            "Exit status: 0 every test that ran passed, 1 a test failed, 2 the run could not start\n"
-           "(including a report or JSON file that cannot be written, checked before connecting),\n"
-           "3 a test ended the run with an unexpected error, 4 the run was stopped by --time-limit or a\n"
-           "signal (report and JSON hold every test that completed). A file that fails while being\n"
-           "written after the run is reported on standard error and leaves the run's status unchanged.\n";
+           "(including a report or JSON file that cannot be written or a baseline that cannot be used,\n"
+           "checked before connecting), 3 a test ended the run with an unexpected error, 4 the run was\n"
+           "stopped by --time-limit or a signal (report and JSON hold every test that completed). With\n"
+           "--baseline, 1 means a new finding or a failed test without any finding; known findings alone\n"
+           "give 0. A file that fails while being written after the run is reported on standard error and\n"
+           "leaves the run's status unchanged.\n";
 }
 
 ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, bool connectInEnvironment) {
@@ -117,7 +122,7 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, boo
             continue;
         }
         if (kValueOptions.count(name) == 0) {
-            return {std::nullopt, UnknownArgument(name)};
+            return {std::nullopt, "unknown argument " + SaidBack(name)};
         }
         if (!value) {
             // "--connect --dbms oracle" forgot the string: taking "--dbms" as it would only shift the
@@ -139,28 +144,30 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, boo
         } else if (name == "--dbms") {
             options.dbms = DbmsOptionNamed(*value);
             if (!options.dbms) {
-                return {std::nullopt,
-                        "--dbms must be one of oracle, sqlserver, db2, informix (got '" + *value + "')"};
+                return {std::nullopt, "--dbms must be one of oracle, sqlserver, db2, informix (got " +
+                                          SaidBack(*value) + ")"};
             }
         } else if (name == "--tessel-version") {
             options.tesselVersion = ParseVersion(*value);
             if (!options.tesselVersion) {
                 return {std::nullopt,
-                        "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got '" +
-                            *value + "')"};
+                        "--tessel-version must be MAJOR.MINOR.BUGFIX with numbers up to 32767 (got " +
+                            SaidBack(*value) + ")"};
             }
-        } else if (name == "--report" || name == "--json") {
+        } else if (name == "--report" || name == "--json" || name == "--baseline") {
             if (value->empty()) {
                 return {std::nullopt, "option " + name + " needs a file name"};
             }
-            (name == "--report" ? options.report : options.json) = *value;
+            (name == "--report" ? options.report
+             : name == "--json" ? options.json
+                                : options.baseline) = *value;
         } else if (name == "--check" || name == "--skip") {
             (name == "--check" ? options.check : options.skip) = *value;
         } else if (name == "--login-timeout" || name == "--statement-timeout" || name == "--time-limit") {
             const std::optional<unsigned> seconds = ParseSeconds(*value);
             if (!seconds) {
-                return {std::nullopt,
-                        name + " must be a whole number of seconds, 0 for no limit (got '" + *value + "')"};
+                return {std::nullopt, name + " must be a whole number of seconds, 0 for no limit (got " +
+                                          SaidBack(*value) + ")"};
             }
             if (name == "--time-limit") {
                 options.timeLimit = *seconds;

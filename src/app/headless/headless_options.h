@@ -28,6 +28,7 @@ struct HeadlessOptions {
     std::optional<std::string> report;         ///< text report file, replaced without asking
     bool onlyFailures = false;                 ///< the "only failures" check box
     std::optional<std::string> json;           ///< machine-readable results file
+    std::optional<std::string> baseline;       ///< earlier results whose findings are accepted
     std::optional<unsigned> loginTimeout;      ///< seconds, 0 no limit; absent: the default
     std::optional<unsigned> statementTimeout;  ///< seconds, 0 no limit; absent: the default
     unsigned timeLimit = 0;                    ///< seconds for the whole run, 0 no limit
@@ -52,5 +53,9 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args,
 
 /// The usage text printed by --help and after a bad argument.
 std::string HeadlessUsage();
+
+/// An argument said back in a message: in single quotes, or, when it holds a password (a connection string
+/// given where something else belongs), words that say so in its place.
+std::string SaidBack(const std::string& value);
 
 }  // namespace tabvet

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "db/file_path.h"
 #include "report/report_file.h"
 #include "report/report_writer.h"
 #include "report/results_json.h"
@@ -15,7 +16,8 @@
 namespace tabvet {
 namespace {
 
-std::optional<std::string> WhyNotWritable(const std::string& path) {
+std::optional<std::string> WhyNotWritable(const std::string& name) {
+    const std::filesystem::path path = FilePath(name);
     std::error_code ec;
     const bool existed = std::filesystem::exists(path, ec);
     if (existed && std::filesystem::is_directory(path, ec)) {
@@ -38,7 +40,7 @@ bool Check(const std::optional<std::string>& path, const char* what, std::ostrea
         return true;
     }
     if (const std::optional<std::string> why = WhyNotWritable(*path)) {
-        err << "tabvet: cannot write the " << what << " to '" << *path << "': " << *why << std::endl;
+        err << "tabvet: cannot write the " << what << " to " << SaidBack(*path) << ": " << *why << std::endl;
         return false;
     }
     return true;
@@ -70,7 +72,8 @@ bool CheckOutputFiles(const HeadlessOptions& options, std::ostream& err) {
     return reportOk && jsonOk;
 }
 
-bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, std::ostream& err) {
+bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options,
+                      const BaselineComparison* comparison, std::ostream& err) {
     bool ok = true;
     if (options.report) {
         ok = Attempt(
@@ -78,14 +81,14 @@ bool WriteOutputFiles(const MainState& state, const HeadlessOptions& options, st
              ok;
     }
     if (options.json) {
-        ok =
-            Attempt(
-                "JSON results",
-                [&] {
-                    WriteResultsJson(*options.json, TargetOf(state), *state.g_pTestCollection, state.lastRun);
-                },
-                err) &&
-            ok;
+        ok = Attempt(
+                 "JSON results",
+                 [&] {
+                     WriteResultsJson(*options.json, TargetOf(state), *state.g_pTestCollection, state.lastRun,
+                                      comparison);
+                 },
+                 err) &&
+             ok;
     }
     return ok;
 }

@@ -1,7 +1,6 @@
 // Start-up, connect, choose the server type, run: exactly the window's steps, reported on the console.
 #include "headless_run.h"
 
-#include <cstdlib>
 #include <iostream>
 
 #include "connect_source.h"
@@ -10,6 +9,7 @@
 #include "db/runtime_error.h"
 #include "headless_options.h"
 #include "headless_outputs.h"
+#include "process_text.h"
 #include "run_guard.h"
 #include "session/connection_handling.h"
 #include "session/run_step.h"
@@ -19,21 +19,6 @@
 
 namespace tabvet {
 namespace {
-
-// The exit status of a run that ended: the run's own outcome.
-int ExitStatusOf(const RunRecord& record) {
-    switch (OutcomeOf(record)) {
-        case RunOutcome::Passed:
-            return exit_code::kAllPassed;
-        case RunOutcome::Failed:
-            return exit_code::kTestFailed;
-        case RunOutcome::Error:
-            return exit_code::kEscapedError;
-        case RunOutcome::Stopped:
-            return exit_code::kStopped;
-    }
-    return exit_code::kEscapedError;
-}
 
 // A version that does not fit the boxes' 16 bits: one line, and the run does not start.
 int CannotStart(const MainState& state, const RuntimeError& e, std::ostream& err) {
@@ -60,8 +45,8 @@ bool ApplyCheckSelection(MainState& state, const HeadlessOptions& options, std::
     const ChosenChecks kept = ChooseChecks(catalogue, options.check, std::nullopt);
     const ChosenChecks chosen = kept.selection ? ChooseChecks(catalogue, options.check, options.skip) : kept;
     if (!chosen.selection) {
-        err << "tabvet: " << (kept.selection ? "--skip" : "--check") << ": '" << chosen.unknownEntry
-            << "' is no position, name or category of a test (see --list-checks)\n"
+        err << "tabvet: " << (kept.selection ? "--skip" : "--check") << ": " << SaidBack(chosen.unknownEntry)
+            << " is no position, name or category of a test (see --list-checks)\n"
             << HeadlessUsage();
         return false;
     }
@@ -114,7 +99,8 @@ int ListChecks(std::ostream& out, std::ostream& err) {
         std::string dbms;
         for (const DbmsOptionRow& row : DbmsOptions()) {
             if ((test.*row.worksWith)()) {
-                dbms += (dbms.empty() ? "" : ",") + std::string(row.word);
+                dbms += dbms.empty() ? "" : ",";
+                dbms += row.word;
             }
         }
         out << i << '\t' << test.Name() << '\t' << test.Category() << '\t' << dbms << '\t'
@@ -130,8 +116,25 @@ int Stopped(const MainState& state, std::ostream& err) {
     return exit_code::kStopped;
 }
 
+// The baseline named by --baseline, read whole before anything connects; false after saying why it
+// cannot serve.
+bool ReadBaselineOption(const HeadlessOptions& options, std::optional<Baseline>& baseline,
+                        std::ostream& err) {
+    if (!options.baseline) {
+        return true;
+    }
+    BaselineRead read = ReadBaselineFile(*options.baseline);
+    if (!read.baseline) {
+        err << "tabvet: cannot use the baseline '" << *options.baseline << "': " << read.error << std::endl;
+        return false;
+    }
+    baseline = std::move(read.baseline);
+    return true;
+}
+
 int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
-    if (!CheckOutputFiles(options, err)) {
+    std::optional<Baseline> baseline;
+    if (!CheckOutputFiles(options, err) || !ReadBaselineOption(options, baseline, err)) {
         return exit_code::kCannotStart;
     }
     ConsoleInteraction ui(err);
@@ -167,18 +170,41 @@ int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
     if (state.lastRun.end == RunEnd::Stopped) {
         Stopped(state, err);
     }
+    std::optional<BaselineComparison> comparison;
+    if (baseline) {
+        comparison = CompareWithBaseline(*baseline, state.lastRun);
+    }
     // The run's own status stands even when an output file fails now; the failure is on standard error.
-    WriteOutputFiles(state, options, err);
-    return ExitStatusOf(state.lastRun);
+    WriteOutputFiles(state, options, comparison ? &*comparison : nullptr, err);
+    if (comparison) {
+        err << BaselineSummary(*comparison) << std::endl;
+    }
+    return ExitStatusOf(state.lastRun, comparison ? &*comparison : nullptr);
 }
 
 }  // namespace
 
+int ExitStatusOf(const RunRecord& record, const BaselineComparison* comparison) {
+    switch (OutcomeOf(record)) {
+        case RunOutcome::Passed:
+        case RunOutcome::Failed:
+            if (comparison != nullptr) {
+                // Only what is new fails the run: known findings are accepted problems.
+                return comparison->newFindings > 0 || comparison->failedWithoutFinding
+                           ? exit_code::kTestFailed
+                           : exit_code::kAllPassed;
+            }
+            return OutcomeOf(record) == RunOutcome::Failed ? exit_code::kTestFailed : exit_code::kAllPassed;
+        case RunOutcome::Error:
+            return exit_code::kEscapedError;
+        case RunOutcome::Stopped:
+            return exit_code::kStopped;
+    }
+    return exit_code::kEscapedError;
+}
+
 int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    const char* environment = std::getenv(kConnectEnvironmentVariable);
-    const std::optional<std::string> fromEnvironment = environment != nullptr && *environment != '\0'
-                                                           ? std::optional<std::string>(environment)
-                                                           : std::nullopt;
+    const std::optional<std::string> fromEnvironment = EnvironmentText(kConnectEnvironmentVariable);
     const ParsedArguments parsed = ParseHeadlessArguments(args, fromEnvironment.has_value());
     if (!parsed.options) {
         err << "tabvet: " << parsed.error << "\n" << HeadlessUsage();

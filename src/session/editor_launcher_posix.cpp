@@ -1,25 +1,19 @@
 // posix_spawnp reports a program that cannot be executed as a failed spawn, which is what "Editor not
 // available" needs; a shell would start fine and fail later, out of sight.
-#include "editor_launcher.h"
-
-#include <algorithm>
-
-#ifdef _WIN32
-#include <windows.h>
-#else
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+
+#include "editor_launcher.h"
+
 extern char** environ;
-#endif
 
 namespace tabvet {
 
 const char* EditorProgram() {
-#if defined(_WIN32)
-    return "Notepad.exe";
-#elif defined(__APPLE__)
+#if defined(__APPLE__)
     return "open";
 #else
     return "xdg-open";
@@ -29,29 +23,6 @@ const char* EditorProgram() {
 SpawnEditorLauncher::~SpawnEditorLauncher() {
     ReapFinished();
 }
-
-#ifdef _WIN32
-
-bool SpawnEditorLauncher::Launch(const std::string& program, const std::string& path) {
-    // Notepad takes the rest of its command line as the file name, blanks included, so it is not quoted.
-    std::string commandLine = program + " " + path;
-    STARTUPINFOA startup{};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESHOWWINDOW;
-    startup.wShowWindow = SW_SHOWNORMAL;
-    PROCESS_INFORMATION process{};
-    if (!CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                        &process)) {
-        return false;
-    }
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return true;
-}
-
-void SpawnEditorLauncher::ReapFinished() {}
-
-#else
 
 bool SpawnEditorLauncher::Launch(const std::string& program, const std::string& path) {
     ReapFinished();
@@ -74,7 +45,5 @@ void SpawnEditorLauncher::ReapFinished() {
                                   }),
                    running_.end());
 }
-
-#endif
 
 }  // namespace tabvet
