@@ -35,11 +35,11 @@
 #include "db/recordset.h"
 #include "db/runtime_error.h"
 #include "db/statement_guard.h"
+#include "report/json_reader.h"
 #include "session/connection_handling.h"
 #include "session/server_type_detection.h"
 #include "session/startup.h"
 #include "support/case_file.h"
-#include "support/mini_json.h"
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/temp_folder.h"
@@ -82,23 +82,34 @@ std::string Positions(const std::vector<int>& positions) {
     return text;
 }
 
+// A member of the JSON results, null when absent; a value as text, null spelled out.
+const JsonValue& At(const JsonValue& value, std::string_view name) {
+    static const JsonValue kNull;
+    const JsonValue* member = value.Member(name);
+    return member != nullptr ? *member : kNull;
+}
+
+std::string Text(const JsonValue& value) {
+    return value.type == JsonValue::Type::Null ? "null" : value.text;
+}
+
 // One line for the tests that passed, one for each test that failed or ended the run (with its name), one
 // for each reason why tests did not run; `brief` leaves out the passed and puts the rest on one line.
 void PrintVerdicts(const JsonValue& results, bool brief, std::ostream& out) {
     Groups groups;
-    for (const JsonValue& test : results["tests"].items) {
-        groups.Add(test["ran"].text == "false" ? "not run (" + test["notRunReason"].text + ")"
-                                               : test["verdict"].text,
-                   std::stoi(test["position"].text));
+    for (const JsonValue& test : At(results, "tests").items) {
+        groups.Add(!At(test, "ran").boolean ? "not run (" + At(test, "notRunReason").text + ")"
+                                            : At(test, "verdict").text,
+                   std::stoi(At(test, "position").text));
     }
     for (const auto& [verdict, positions] : groups) {
         if (brief) {
             out << (verdict == "passed" ? "" : ", " + verdict + " " + Positions(positions)) +
-                       (verdict == "error" ? " " + Readable(results["error"].text) : "");
+                       (verdict == "error" ? " " + Readable(At(results, "error").text) : "");
         } else if (verdict == "failed" || verdict == "error") {
             for (const int position : positions) {
-                out << verdict << " " << position << " " << results["tests"].items[position - 1]["name"].text
-                    << "\n";
+                out << verdict << " " << position << " "
+                    << At(At(results, "tests").items[position - 1], "name").text << "\n";
             }
         } else {
             out << verdict << " " << Positions(positions) << "\n";
@@ -110,12 +121,12 @@ void PrintVerdicts(const JsonValue& results, bool brief, std::ostream& out) {
 // The details line before each refusal ("Error looking for X: "), with the tests that show it.
 void PrintRefused(const JsonValue& results, std::ostream& out) {
     Groups refused;
-    for (const JsonValue& test : results["tests"].items) {
-        const std::vector<std::string> lines = Split(test["resultDetails"].text, "\r\n");
+    for (const JsonValue& test : At(results, "tests").items) {
+        const std::vector<std::string> lines = Split(At(test, "resultDetails").text, "\r\n");
         for (std::size_t i = 1; i < lines.size(); ++i) {
             if (lines[i].find("Statement not sent") != std::string::npos) {
                 refused.Add(lines[i - 1].substr(0, lines[i - 1].find_last_not_of(": ") + 1),
-                            std::stoi(test["position"].text));
+                            std::stoi(At(test, "position").text));
             }
         }
     }
@@ -246,11 +257,9 @@ class Scenario {
         }
         last_.report = last_.report == stale ? "(not written)\r\n" : last_.report;
         last_.json = last_.json == stale ? "(not written)\n" : last_.json;
-        try {
-            last_.results = last_.json.starts_with("(not") ? JsonValue{} : JsonParser::Parse(last_.json);
-        } catch (const std::exception& e) {
-            ADD_FAILURE() << e.what() << "\n" << last_.json.substr(0, 500);
-        }
+        const JsonParse parsed = ReadJson(last_.json.starts_with("(not") ? "null" : last_.json);
+        EXPECT_TRUE(parsed.value) << parsed.error << "\n" << last_.json.substr(0, 500);
+        last_.results = parsed.value.value_or(JsonValue{});
         out << "exit " << status << (brief ? "" : "\n");
         // Standard error without the progress lines, the usage shortened.
         std::vector<std::string> err = Split(Replaced(last_.err, HeadlessUsage(), "<usage>\n"), "\n");
@@ -285,20 +294,20 @@ class Scenario {
         for (const std::string& position :
              m[2].str().empty() ? std::vector<std::string>{} : Split(m[2].str().substr(1), " ")) {
             // Details never end in a line break: one more marks their end.
-            const JsonValue& tests = last_.results["tests"];
+            const JsonValue& tests = At(last_.results, "tests");
             const std::size_t n = std::stoul(position);
             shown.emplace_back("details " + position,
                                ReadableLines(n >= 1 && n <= tests.items.size()
-                                                 ? tests.items[n - 1]["resultDetails"].text + "\r\n"
+                                                 ? At(tests.items[n - 1], "resultDetails").text + "\r\n"
                                                  : "",
                                              "\r\n"));
         }
         if (m[1] == "refused") {
             PrintRefused(last_.results, out);
         } else if (m[1] == "target") {
-            const JsonValue& target = last_.results["target"];
-            out << "target " << target["dbms"].text << " " << target["tesselVersion"].text << ", database "
-                << target["database"].text << "\n";
+            const JsonValue& target = At(last_.results, "target");
+            out << "target " << Text(At(target, "dbms")) << " " << Text(At(target, "tesselVersion"))
+                << ", database " << Text(At(target, "database")) << "\n";
         }
         for (const auto& [heading, text] : shown) {
             std::vector<std::string> lines = Split(text, "\n");
