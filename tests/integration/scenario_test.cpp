@@ -16,7 +16,8 @@
 //                                         stayed unchanged
 //   show WHAT                             more of the last run: stdout, stderr, report, json, statements,
 //                                         details N... (result details), refused (statements not sent),
-//                                         target (from the JSON results); first|last K shortens them
+//                                         findings, target (from the JSON results); first|last K shortens
+//                                         them
 //   connect NAME TEXT                     "Connect" clicked twice with TEXT, then with NAME's string;
 //                                         {'c' to N} at the end pads TEXT with c to N characters
 //   detect NAME [DB]                      "Query DBMS", the version boxes and the system database set
@@ -116,6 +117,24 @@ void PrintVerdicts(const JsonValue& results, bool brief, std::ostream& out) {
         }
     }
     out << (brief ? "\n" : "");
+}
+
+// One line a finding: the test's position, the kind, the identity as name=value and the SQLSTATE of each
+// driver error; then a line for each test whose report limit cut it short.
+void PrintFindings(const JsonValue& results, std::ostream& out) {
+    for (const JsonValue& test : At(results, "tests").items) {
+        for (const JsonValue& finding : At(test, "findings").items) {
+            out << At(finding, "position").text << " " << At(finding, "kind").text;
+            for (const auto& [name, value] : At(finding, "identity").members) {
+                out << " " << name << "=" << Readable(Text(value));
+            }
+            for (const JsonValue& error : At(finding, "driverErrors").items) {
+                out << " [" << At(error, "sqlState").text << "]";
+            }
+            out << "\n";
+        }
+        out << (At(test, "truncated").boolean ? At(test, "position").text + " truncated\n" : "");
+    }
 }
 
 // The details line before each refusal ("Error looking for X: "), with the tests that show it.
@@ -304,6 +323,8 @@ class Scenario {
         }
         if (m[1] == "refused") {
             PrintRefused(last_.results, out);
+        } else if (m[1] == "findings") {
+            PrintFindings(last_.results, out);
         } else if (m[1] == "target") {
             const JsonValue& target = At(last_.results, "target");
             out << "target " << Text(At(target, "dbms")) << " " << Text(At(target, "tesselVersion"))
