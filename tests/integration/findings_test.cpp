@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <set>
 #include <sstream>
@@ -241,20 +240,9 @@ TEST(Findings, NamesWithQuotesSeparatorsNonAsciiAndControlCharactersReachKeysAnd
         "INSERT INTO tsl.table_registry (registration_id, table_name, owner, rowid_column) VALUES "
         "(1, 'GONE', 'GIS', NULL), (2, 'GONE', 'GIS', ''), (3, 'GONE', 'GIS', '   '); "
         "INSERT INTO tsl.layers (layer_id, owner, table_name, spatial_column) VALUES ";
-    // As E'' literals with every byte outside printable ASCII escaped, so that the bytes arrive as written.
-    const auto literal = [](const std::string& text) {
-        std::string out = "E'";
-        for (const unsigned char c : text) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
-            out += c == '\'' || c == '\\' || c < 0x20 || c >= 0x7F ? escaped
-                                                                   : std::string(1, static_cast<char>(c));
-        }
-        return out + "'";
-    };
     for (std::size_t i = 0; i < layers.size(); ++i) {
-        sql += (i == 0 ? "(" : ", (") + std::to_string(i + 1) + ", " + literal(layers[i].first) + ", " +
-               literal(layers[i].second) + ", 'SHAPE')";
+        sql += (i == 0 ? "(" : ", (") + std::to_string(i + 1) + ", " + testsupport::PgText(layers[i].first) +
+               ", " + testsupport::PgText(layers[i].second) + ", 'SHAPE')";
     }
     PgCluster::Shared().Execute("findings_names", sql);
 

@@ -171,12 +171,8 @@ class Scenario {
             out << Readable(pg_.QueryValue(FirstWord(a).first, FirstWord(a).second)) << "\n";
         });
         player_.On("hostile", [this](const std::string& a, std::ostream&) {
-            std::string hex;
-            for (const unsigned char c : FirstWord(a).second) {
-                hex += std::string(1, "0123456789abcdef"[c >> 4]) + "0123456789abcdef"[c & 15];
-            }
             pg_.Execute(FirstWord(a).first,
-                        "SELECT fixture_hostile_rows(convert_from(decode('" + hex + "', 'hex'), 'UTF8'))");
+                        "SELECT fixture_hostile_rows(" + PgText(FirstWord(a).second) + ")");
         });
         player_.On("fingerprint",
                    [this](const std::string& a, std::ostream&) { fingerprinted_.push_back(a); });
