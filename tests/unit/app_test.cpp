@@ -17,6 +17,7 @@
 #include "app/headless/headless_run.h"
 #include "db/odbc_connection.h"
 #include "framework/local_time.h"
+#include "report/finding_key.h"
 #include "report/json_reader.h"
 #include "report/json_text.h"
 #include "report/report_paths.h"
@@ -110,16 +111,20 @@ class EdgeCases {
             out << "tests counted: " << CountTestsRun(state_) << "\n";
             PrintBoxes(ui_, out);
         });
-        // outcomes HOW and json [first K | entry N]: the results document of the fake tests (see Outcomes).
+        // outcomes HOW and json [first K | last K | entry N]: the results document of the fake tests (see
+        // Outcomes).
         player.On("outcomes", [this](const std::string& a, std::ostream&) { Outcomes(a); });
         player.On("json", [this](const std::string& a, std::ostream& out) {
-            const std::string json = ResultsJson(TargetOf(state_), *state_.g_pTestCollection, record_);
+            const std::string json = ResultsJson(TargetOf(state_), *state_.g_pTestCollection, record_,
+                                                 comparison_ ? &*comparison_ : nullptr);
             EXPECT_TRUE(ReadJson(json).value) << ReadJson(json).error << "\n" << json;
             const std::vector<std::string> lines = Split(ReadableLines(json, "\n"), "\n");
-            // "first K" or "entry N" (the object of catalogue position N); all lines without either.
+            // "first K", "last K" or "entry N" (the object of catalogue position N); all lines without.
             std::size_t from = 0, to = lines.size() - 1;
             if (a.starts_with("first")) {
                 to = std::stoul(a.substr(6));
+            } else if (a.starts_with("last")) {
+                from = to - std::stoul(a.substr(5));
             } else if (a.starts_with("entry")) {
                 from = std::find(lines.begin(), lines.end(), "      \"position\": " + a.substr(6) + ",") -
                        lines.begin() - 1;
@@ -228,7 +233,7 @@ class EdgeCases {
 
     // One catalogue entry for each way an entry can end up, and their outcomes in the run record: "failed"
     // (a failed run), "error" (the second test ended the run), "earlier" (its failed verdict is from an
-    // earlier run), "none" (an empty catalogue).
+    // earlier run), "none" (an empty catalogue), "findings" (the failed test's findings against a baseline).
     void Outcomes(const std::string& how) {
         state_.selectedDbms = DbmsOption::Oracle;
         state_.txtMajorVersion = "9";
@@ -259,7 +264,29 @@ class EdgeCases {
                          {.notRunReason = NotRunReason::Aborted}};
         record_.end = RunEnd::Completed;
         record_.error.reset();
-        if (how == "error") {
+        comparison_.reset();
+        if (how == "findings") {
+            // A missing table with the driver's error, new; a missing index the baseline accepts with a
+            // reason; the limit cut the check short. The first test looked at everything and no longer finds
+            // what the baseline holds for it.
+            Finding table{.kind = FindingKind::MissingTableOrView};
+            table.identity.Set(IdentityField::Owner, "GIS").Set(IdentityField::Table, "WELLS");
+            table.driverErrors = {AdoError(1, "ERROR: relation \"gis.wells\" does not exist", "42P01")};
+            Finding index{.kind = FindingKind::MissingIndex};
+            index.identity.Set(IdentityField::Column, std::nullopt).Set(IdentityField::Index, "F12_UK1");
+            record_.tests[0].examined = true;
+            record_.tests[1] = {.verdict = Verdict::Failed,
+                                .durationMs = 0.25,
+                                .findings = {table, index},
+                                .truncated = true,
+                                .examined = true};
+            comparison_ = CompareWithBaseline(
+                Baseline{{{.position = 2, .key = FindingKey(index), .reason = "rebuilt in May"},
+                          {.position = 1,
+                           .key = R"(["missing-index",{"index":"GONE"}])",
+                           .kind = "missing-index"}}},
+                record_);
+        } else if (how == "error") {
             record_.tests[1] = {.verdict = Verdict::Error, .durationMs = 0.25};
             record_.end = RunEnd::EscapedError;
             record_.error = "Run-time error '94': Invalid use of Null";
@@ -370,6 +397,7 @@ class EdgeCases {
     ScriptedEditorLauncher editor_;
     std::vector<FakeTest::State> tests_;
     RunRecord record_;
+    std::optional<BaselineComparison> comparison_;
 };
 
 TEST(EdgeCases, ReportsAndTheReportStep) {
