@@ -333,10 +333,11 @@ class EdgeCases {
         }
         std::ostringstream stdOut, stdErr;
         out << "exit " << RunHeadless(args, stdOut, stdErr) << ": "
-            << Readable(Replaced(stdErr.str(), HeadlessUsage(), "<usage>")) << "\n"
+            << Readable(Replaced(stdErr.str(), HeadlessUsage(), "<usage>"))
+            << "\n"
             // The version is the build's own, so that raising it changes no expected file.
-            << ReadableLines(Replaced(stdOut.str(), std::string("tabvet ") + kVersionText, "tabvet <version>"),
-                             "\n");
+            << ReadableLines(
+                   Replaced(stdOut.str(), std::string("tabvet ") + kVersionText, "tabvet <version>"), "\n");
         EXPECT_EQ((stdOut.str() + stdErr.str()).find("pw1"), std::string::npos);
         EXPECT_EQ(ReadBytes(folder_.File("report.txt")), "yesterday's report");
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 5);
