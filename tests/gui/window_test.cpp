@@ -11,6 +11,8 @@
 #include <map>
 #include <sstream>
 
+#include "app/tabvet_version.h"
+#include "app/window/frm_about.h"
 #include "app/window/frm_nav.h"
 #include "db/odbc_connection.h"
 #include "session/odbc_logon.h"
@@ -132,9 +134,12 @@ struct Fixture {
     std::unique_ptr<frmNav> window;
 };
 
-// Plays tests/fixtures/window/<name>.txt on one window: the words below, one action a line.
+// Plays tests/fixtures/window/<name>.txt on one window: the words below, one action a line. The first step
+// shows what changed since start-up.
 std::string Play(const std::string& name) {
     Fixture f;
+    std::ostringstream startUp;
+    f.Step(startUp);
     CasePlayer player;
     const auto on = [&](const char* word, std::function<void(const std::string&)> act) {
         player.On(word, [act](const std::string& a, std::ostream&) { act(a); });
@@ -145,8 +150,15 @@ std::string Play(const std::string& name) {
         std::string text = a.size() > widget.size() ? a.substr(widget.size() + 1) : "";
         return std::pair{widget, text.starts_with('"') ? text.substr(1, text.size() - 2) : text};
     };
+    // header: the title, menus, tabs and the about box's version; the next step shows every control
     player.On("header", [&](const std::string&, std::ostream& out) {
+        f.seen.clear();
         out << "title: " << f.window->windowTitle().toStdString() << "\n";
+        const frmAbout about(f.ui, SysInfoLocator{});
+        out << "about: "
+            << Replaced(about.findChild<QLabel*>("lblVersion")->text().toStdString(), kVersionText,
+                        "<version>")
+            << "\n";
         for (const QAction* menu : f.window->menuBar()->actions()) {
             out << "menu: " << menu->text().toStdString() << "\n";
         }
