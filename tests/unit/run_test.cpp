@@ -30,15 +30,6 @@ const std::map<std::string, std::pair<std::int32_t, DbmsOption>> kServerTypes = 
     {"sqlserver", {dbtype::kSqlServer, DbmsOption::SqlServer}},
     {"informix", {dbtype::kInformix, DbmsOption::Informix}}};
 
-std::vector<std::string> Words(const std::string& text) {
-    std::vector<std::string> words;
-    std::istringstream in(text);
-    for (std::string word; in >> word;) {
-        words.push_back(word);
-    }
-    return words;
-}
-
 const LayerValues kRoads{.owner = "GIS",
                          .tableName = "ROADS",
                          .spatialColumn = "SHAPE",
@@ -65,7 +56,7 @@ class RunCases : public MainView {
         state_.AttachView(*this);
         // positions DBMS RELEASE...: the positions a run starts there, one line a release.
         player.On("positions", [this](const std::string& a, std::ostream& out) {
-            const std::vector<std::string> words = Words(a);
+            const std::vector<std::string> words = Split(a, " ");
             state_.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state_));
             state_.selectedDbms = kServerTypes.at(words[0]).second;
             for (std::size_t w = 1; w < words.size(); ++w) {
@@ -82,15 +73,10 @@ class RunCases : public MainView {
         });
         // rules MAJOR.MINOR.BUGFIX: whether V1 to V4 accept it, as 1 and 0.
         player.On("rules", [](const std::string& a, std::ostream& out) {
-            std::int16_t parts[3];
-            std::istringstream in(a);
-            for (std::int16_t& part : parts) {
-                in >> part;
-                in.ignore(1);
-            }
+            const std::vector<std::string> v = Split(a, ".");
             for (const VersionRule rule :
                  {VersionRule::V1, VersionRule::V2, VersionRule::V3, VersionRule::V4}) {
-                out << AcceptsVersion(rule, parts[0], parts[1], parts[2]);
+                out << AcceptsVersion(rule, std::stoi(v[0]), std::stoi(v[1]), std::stoi(v[2]));
             }
             out << "\n";
         });
@@ -150,7 +136,7 @@ class RunCases : public MainView {
         // unconnected (no connection before and after a run), or findings CELLS (as fresh, with the findings
         // and without the statements).
         player.On("check", [this](const std::string& a, std::ostream& out) {
-            const std::vector<std::string> words = Words(a);
+            const std::vector<std::string> words = Split(a, " ");
             const std::string cells = words.size() > 3 ? a.substr(a.find(words[3], a.find(words[2]))) : "";
             Check(words[0], words[1], words[2], cells, out);
         });
@@ -158,7 +144,7 @@ class RunCases : public MainView {
         // load-only), its probes answered "missing" (no rows, score 0), "failing" (two error entries) or
         // "no-dictionary" (ALL_IND_COLUMNS unreadable); prints the number of statements and the verdict.
         player.On("analysis", [this](const std::string& a, std::ostream& out) {
-            const std::vector<std::string> words = Words(a);
+            const std::vector<std::string> words = Split(a, " ");
             LayerValues layer = kRoads;
             layer.rowIdColumn = words[0] == "no-rowid" ? "" : layer.rowIdColumn;
             const std::int32_t eflags = 16777216 | (words[0] == "load-only" ? 1048576 : 0);
@@ -218,12 +204,7 @@ class RunCases : public MainView {
                                                .informix = false,
                                                .db2 = false,
                                                .sqlServer = false}};
-        std::vector<std::string> each;
-        for (std::size_t at = 0; at <= verdicts.size();) {
-            const std::size_t bar = std::min(verdicts.find(" | ", at), verdicts.size());
-            each.push_back(verdicts.substr(at, bar - at));
-            at = bar + 3;
-        }
+        const std::vector<std::string> each = Split(verdicts, " | ");
         tests.resize(each.size());
         for (std::size_t i = 0; i < tests.size(); ++i) {
             tests[i].onRun = [this, verdict = each[i]](FakeTest::State& s) {
@@ -232,8 +213,7 @@ class RunCases : public MainView {
                     throw RuntimeError(94, "Invalid use of Null");
                 }
                 s.pass = verdict.starts_with("pass");
-                s.resultDetails = verdict.substr(std::min(verdict.size(), verdict.find(' ') + 1));
-                s.resultDetails = verdict.find(' ') == std::string::npos ? "" : s.resultDetails;
+                s.resultDetails = FirstWord(verdict).second;
             };
         }
         state_.g_pTestCollection = FakeCatalogue(std::move(tests));
