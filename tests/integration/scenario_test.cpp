@@ -10,10 +10,13 @@
 //   brief-run ARG...                      the same run on one line: the exit status, every test that did not
 //                                         pass, and the fingerprints
 //   run ARG...                            a headless run; {NAME} is that database's connection string,
-//                                         {report} and {json} files, {port} the port. It prints the exit
-//                                         status, standard error without progress lines, the verdicts
-//                                         (read from the JSON results) and whether fingerprinted databases
-//                                         stayed unchanged
+//                                         {report} and {json} files, {port} the port, {silent} a server that
+//                                         never answers. It prints the exit status, standard error without
+//                                         progress lines, the verdicts (read from the JSON results) and
+//                                         whether fingerprinted databases stayed unchanged
+//   program ARG... | sigterm N ARG...     the same run of the built program in a process of its own; sigterm
+//                                         sends N SIGTERMs once it waits (for a lock or for {silent})
+//   lock NAME TABLE                       another session locks TABLE until the next program run ends
 //   show WHAT                             more of the last run: stdout, stderr, report, json, statements,
 //                                         details N... (result details), refused (statements not sent),
 //                                         findings, target (from the JSON results); first|last K shortens
@@ -22,13 +25,24 @@
 //                                         {'c' to N} at the end pads TEXT with c to N characters
 //   detect NAME [DB]                      "Query DBMS", the version boxes and the system database set
 //   odbc NAME SQL                         a statement through the data-access layer
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <iomanip>
 #include <map>
+#include <optional>
 #include <regex>
+#include <set>
 #include <sstream>
+#include <thread>
 
 #include "app/headless/headless_options.h"
 #include "app/headless/headless_run.h"
@@ -44,6 +58,8 @@
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/temp_folder.h"
+
+extern char** environ;
 
 namespace tabvet {
 namespace {
@@ -109,8 +125,12 @@ void PrintVerdicts(const JsonValue& results, bool brief, std::ostream& out) {
                        (verdict == "error" ? " " + Readable(At(results, "error").text) : "");
         } else if (verdict == "failed" || verdict == "error") {
             for (const int position : positions) {
-                out << verdict << " " << position << " "
-                    << At(At(results, "tests").items[position - 1], "name").text << "\n";
+                const JsonValue& test = At(results, "tests").items[position - 1];
+                out << verdict << " " << position << " " << At(test, "name").text
+                    << (At(test, "truncated").boolean
+                            ? ", truncated at " + std::to_string(At(test, "findings").items.size()) + " findings"
+                            : "")
+                    << "\n";
             }
         } else {
             out << verdict << " " << Positions(positions) << "\n";
@@ -159,6 +179,102 @@ void PrintRefused(const JsonValue& results, std::ostream& out) {
     out << (refused.empty() ? "refused: none\n" : "");
 }
 
+// A JSON value as one text, to compare two values whole.
+std::string Flat(const JsonValue& value) {
+    std::string text = std::to_string(static_cast<int>(value.type)) + value.text;
+    for (const JsonValue& item : value.items) {
+        text += "[" + Flat(item) + "]";
+    }
+    for (const auto& [name, member] : value.members) {
+        text += "{" + name + ":" + Flat(member) + "}";
+    }
+    return text;
+}
+
+// A finding's key is the JSON text of [kind, identity] and nothing else: not the order rows came in, not
+// the session; no two findings of a test share one.
+void CheckFindingKeys(const JsonValue& results) {
+    for (const JsonValue& test : At(results, "tests").items) {
+        std::set<std::string> keys;
+        for (const JsonValue& finding : At(test, "findings").items) {
+            const std::string& key = At(finding, "key").text;
+            const JsonParse parsed = ReadJson(key);
+            EXPECT_TRUE(parsed.value && parsed.value->items.size() == 2 &&
+                        Flat(parsed.value->items[0]) == Flat(At(finding, "kind")) &&
+                        Flat(parsed.value->items[1]) == Flat(At(finding, "identity")))
+                << key;
+            EXPECT_TRUE(keys.insert(key).second) << "two findings share " << key;
+        }
+    }
+}
+
+// The built program with `args`, its output and errors in files.
+pid_t Spawn(std::vector<std::string> args, const std::string& out, const std::string& err) {
+    args.insert(args.begin(), TABVET_EXECUTABLE);
+    std::vector<char*> argv;
+    for (std::string& arg : args) {
+        argv.push_back(arg.data());
+    }
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&files, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    pid_t pid = 0;
+    EXPECT_EQ(posix_spawn(&pid, TABVET_EXECUTABLE, &files, nullptr, argv.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&files);
+    return pid;
+}
+
+// Accepts connections into its queue and never answers, as a hung server process does.
+struct SilentServer {
+    SilentServer() {
+        sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
+        socklen_t length = sizeof address;
+        EXPECT_EQ(bind(socket, reinterpret_cast<sockaddr*>(&address), length), 0);
+        EXPECT_EQ(listen(socket, 8), 0);
+        getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+        port = ntohs(address.sin_port);
+    }
+    ~SilentServer() { close(socket); }
+    int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    int port = 0;
+};
+
+// Another session holds an exclusive lock on a table from construction until destruction.
+class Lock {
+  public:
+    Lock(const PgCluster& pg, std::string db, const std::string& table) : pg_(pg), db_(std::move(db)) {
+        holder_ = std::thread([this, table] {
+            try {
+                pg_.Execute(db_, "LOCK TABLE " + table + " IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(120)");
+            } catch (const std::exception&) {
+                // Ended by the destructor.
+            }
+        });
+        while (pg_.QueryValue(db_, "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND "
+                                   "granted AND relation = '" + table + "'::regclass") != "1") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }
+    ~Lock() {
+        pg_.QueryValue(db_, "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE "
+                            "'LOCK TABLE%' AND pid <> pg_backend_pid()");
+        holder_.join();
+    }
+    // A statement of another session waits for this lock.
+    bool Blocking() const {
+        return pg_.QueryValue(db_, "SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock' "
+                                   "AND datname = current_database()") != "0";
+    }
+
+  private:
+    const PgCluster& pg_;
+    std::string db_;
+    std::thread holder_;
+};
+
 class Scenario {
   public:
     Scenario() {
@@ -178,6 +294,13 @@ class Scenario {
                    [this](const std::string& a, std::ostream&) { fingerprinted_.push_back(a); });
         player_.On("run", [this](const std::string& a, std::ostream& out) { Run(a, false, out); });
         player_.On("brief-run", [this](const std::string& a, std::ostream& out) { Run(a, true, out); });
+        player_.On("program", [this](const std::string& a, std::ostream& out) { Run(a, false, out, 0); });
+        player_.On("sigterm", [this](const std::string& a, std::ostream& out) {
+            Run(FirstWord(a).second, false, out, std::stoi(FirstWord(a).first));
+        });
+        player_.On("lock", [this](const std::string& a, std::ostream&) {
+            lock_.emplace(pg_, FirstWord(a).first, FirstWord(a).second);
+        });
         player_.On("rebuild", [this](const std::string& a, std::ostream&) { Rebuild(rebuild_ = a); });
         player_.On("null", [this](const std::string& a, std::ostream& out) {
             for (const std::string& column : Split(FirstWord(a).second, " ")) {
@@ -202,11 +325,12 @@ class Scenario {
         player_.On("odbc", [this](const std::string& a, std::ostream& out) { Statement(a, out); });
         player_.Mask([this](std::string text) {
             static const std::regex times(
-                "(started at |finished at |Generated: |\"started\": |\"finished\": "
+                "(started at |finished at |stopped at |Generated: |\"started\": |\"finished\": "
                 ")[^\\\\\r\n,]*|(\"durationMs\": )[0-9.]+");
             text = std::regex_replace(text, times, "$1$2<time>");
-            text =
-                Replaced(text, ", port " + vars_.at("{port}"), ", port {port}");  // in the driver's messages
+            // in the driver's messages
+            text = Replaced(text, ", port " + vars_.at("{port}"), ", port {port}");
+            text = Replaced(text, ", port " + std::to_string(silent_.port), ", port {silent}");
             for (const auto& [name, value] : vars_) {
                 text = value.size() > 8 ? Replaced(text, value, name) : text;
             }
@@ -245,7 +369,8 @@ class Scenario {
         return words;
     }
 
-    void Run(const std::string& argument, bool brief, std::ostream& out) {
+    // In this process, or (signals >= 0) the built program sent that many SIGTERMs.
+    void Run(const std::string& argument, bool brief, std::ostream& out, int signals = -1) {
         lastRun_ = argument;
         std::vector<std::string> before;
         for (const std::string& name : fingerprinted_) {
@@ -253,14 +378,17 @@ class Scenario {
         }
         // Longer than any report: a file that is not truncated, or not written, shows.
         const std::string stale(50000, '#');
-        for (const char* file : {"{report}", "{json}", "{verdicts}"}) {
-            WriteBytes(vars_[file], stale);
+        for (const std::string file : {"{report}", "{json}", "{verdicts}"}) {
+            if (argument.find("--baseline " + file) == std::string::npos) {
+                WriteBytes(vars_[file], stale);
+            }
         }
         const std::string json = argument.find("{json}") == std::string::npos ? "{verdicts}" : "{json}";
         std::vector<std::string> args = Words(argument + (json == "{json}" ? "" : " --json {verdicts}"));
         const auto traced = fs::exists(kTrace) ? fs::file_size(kTrace) : 0;
         std::ostringstream stdOut, stdErr;
-        const int status = RunHeadless(args, stdOut, stdErr);
+        const int status =
+            signals < 0 ? RunHeadless(args, stdOut, stdErr) : RunProgram(args, signals, stdOut, stdErr);
         last_ = {.out = stdOut.str(),
                  .err = stdErr.str(),
                  .report = ReadBytes(vars_["{report}"]),
@@ -270,11 +398,18 @@ class Scenario {
         for (const std::string& sql : Split(last_.statements, "\n")) {
             EXPECT_TRUE(IsSingleStatement(sql)) << "reached the server: " << sql;
         }
+        static const std::regex password("(?:PWD|Password)=\\{?([^;}]+)", std::regex::icase);
+        for (std::sregex_iterator m(argument.begin(), argument.end(), password), end; m != end; ++m) {
+            for (const std::string* seen : {&last_.out, &last_.err, &last_.report, &last_.json, &last_.statements}) {
+                EXPECT_EQ(seen->find((*m)[1].str()), std::string::npos) << "a password was written";
+            }
+        }
         last_.report = last_.report == stale ? "(not written)\r\n" : last_.report;
         last_.json = last_.json == stale ? "(not written)\n" : last_.json;
         const JsonParse parsed = ReadJson(last_.json.starts_with("(not") ? "null" : last_.json);
         EXPECT_TRUE(parsed.value) << parsed.error << "\n" << last_.json.substr(0, 500);
         last_.results = parsed.value.value_or(JsonValue{});
+        CheckFindingKeys(last_.results);
         out << "exit " << status << (brief ? "" : "\n");
         // Standard error without the progress lines, the usage shortened.
         std::vector<std::string> err = Split(Replaced(last_.err, HeadlessUsage(), "<usage>\n"), "\n");
@@ -289,6 +424,34 @@ class Scenario {
             EXPECT_TRUE(same) << fingerprinted_[i] << " changed under: " << argument;
             out << fingerprinted_[i] << (same ? " unchanged" : " CHANGED") << "\n";
         }
+    }
+
+    int RunProgram(const std::vector<std::string>& args, int signals, std::ostream& out, std::ostream& err) {
+        for (pollfd queued{silent_.socket, POLLIN, 0}; poll(&queued, 1, 0) > 0;) {
+            close(accept(silent_.socket, nullptr, nullptr));  // left by an earlier run
+        }
+        const pid_t pid = Spawn(args, folder_.File("out"), folder_.File("err"));
+        int status = 0;
+        std::vector<int> accepted;
+        for (int i = 0; i < signals; ++i) {
+            if (i > 0) {  // the first signal waits for the test running; the second ends the program at once
+                std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                EXPECT_EQ(waitpid(pid, &status, WNOHANG), 0) << "the first signal ended the program";
+            }
+            while (i == 0 && lock_ && !lock_->Blocking()) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            }
+            if (i == 0 && !lock_) {
+                accepted.push_back(accept(silent_.socket, nullptr, nullptr));
+            }
+            kill(pid, SIGTERM);
+        }
+        waitpid(pid, &status, 0);
+        std::for_each(accepted.begin(), accepted.end(), close);
+        lock_.reset();
+        out << ReadBytes(folder_.File("out"));
+        err << ReadBytes(folder_.File("err"));
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
     // "show KIND [POSITIONS] [first|last K]": only the first or last K lines, and how many were left out.
@@ -448,10 +611,14 @@ class Scenario {
 
     const PgCluster& pg_ = PgCluster::Shared();
     TempFolder folder_;
+    SilentServer silent_;
+    std::optional<Lock> lock_;
     std::map<std::string, std::string> vars_{{"{report}", folder_.File("report.txt")},
                                              {"{json}", folder_.File("results.json")},
                                              {"{verdicts}", folder_.File("verdicts.json")},
-                                             {"{port}", std::to_string(pg_.Port())}};
+                                             {"{port}", std::to_string(pg_.Port())},
+                                             {"{silent}", "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=" +
+                                                              std::to_string(silent_.port) + ";Database=x;UID=tabvet;"}};
     std::vector<std::string> fingerprinted_;
     std::map<std::string, OdbcConnection> connections_;
     LastRun last_;
