@@ -271,9 +271,10 @@ class CrossDriver {
         const bool detecting = std::find(args.begin(), args.end(), "--dbms") == args.end();
         EXPECT_EQ(pg.status, exit_code::kAllPassed) << pg.text;
         EXPECT_EQ(my.status, detecting ? exit_code::kCannotStart : exit_code::kTestFailed) << my.text;
-        EXPECT_NE(my.text.find(detecting ? "Unexpected Condition: Unable to determine type of database. Sorry."
-                                         : "TEST FAILED: Is database running"),
-                  std::string::npos)
+        EXPECT_NE(
+            my.text.find(detecting ? "Unexpected Condition: Unable to determine type of database. Sorry."
+                                   : "TEST FAILED: Is database running"),
+            std::string::npos)
             << my.text;
     }
 

@@ -173,7 +173,8 @@ TEST_P(DriverDataAccess, EveryCaseReadsAlike) {
     for (const Case& c : kCases) {
         const std::string sql = GetParam().mariaDb && c.mariaDbSql != nullptr ? c.mariaDbSql : c.postgreSql;
         const std::string read = Read(conn, sql, c.read);
-        EXPECT_TRUE(read == testsupport::FromReadable(c.expected)) << c.name << ": " << testsupport::Readable(read).substr(0, 400);
+        EXPECT_TRUE(read == testsupport::FromReadable(c.expected))
+            << c.name << ": " << testsupport::Readable(read).substr(0, 400);
         EXPECT_EQ(conn.State(), Connection::kStateOpen) << c.name;
     }
 }

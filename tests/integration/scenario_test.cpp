@@ -128,7 +128,8 @@ void PrintVerdicts(const JsonValue& results, bool brief, std::ostream& out) {
                 const JsonValue& test = At(results, "tests").items[position - 1];
                 out << verdict << " " << position << " " << At(test, "name").text
                     << (At(test, "truncated").boolean
-                            ? ", truncated at " + std::to_string(At(test, "findings").items.size()) + " findings"
+                            ? ", truncated at " + std::to_string(At(test, "findings").items.size()) +
+                                  " findings"
                             : "")
                     << "\n";
             }
@@ -230,7 +231,8 @@ pid_t Spawn(std::vector<std::string> args, const std::string& out, const std::st
 // Accepts connections into its queue and never answers, as a hung server process does.
 struct SilentServer {
     SilentServer() {
-        sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
+        sockaddr_in address{
+            .sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
         socklen_t length = sizeof address;
         EXPECT_EQ(bind(socket, reinterpret_cast<sockaddr*>(&address), length), 0);
         EXPECT_EQ(listen(socket, 8), 0);
@@ -253,20 +255,24 @@ class Lock {
                 // Ended by the destructor.
             }
         });
-        while (pg_.QueryValue(db_, "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND "
-                                   "granted AND relation = '" + table + "'::regclass") != "1") {
+        while (pg_.QueryValue(db_,
+                              "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND "
+                              "granted AND relation = '" +
+                                  table + "'::regclass") != "1") {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
     }
     ~Lock() {
-        pg_.QueryValue(db_, "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE "
-                            "'LOCK TABLE%' AND pid <> pg_backend_pid()");
+        pg_.QueryValue(db_,
+                       "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE "
+                       "'LOCK TABLE%' AND pid <> pg_backend_pid()");
         holder_.join();
     }
     // A statement of another session waits for this lock.
     bool Blocking() const {
-        return pg_.QueryValue(db_, "SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock' "
-                                   "AND datname = current_database()") != "0";
+        return pg_.QueryValue(db_,
+                              "SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock' "
+                              "AND datname = current_database()") != "0";
     }
 
   private:
@@ -400,7 +406,8 @@ class Scenario {
         }
         static const std::regex password("(?:PWD|Password)=\\{?([^;}]+)", std::regex::icase);
         for (std::sregex_iterator m(argument.begin(), argument.end(), password), end; m != end; ++m) {
-            for (const std::string* seen : {&last_.out, &last_.err, &last_.report, &last_.json, &last_.statements}) {
+            for (const std::string* seen :
+                 {&last_.out, &last_.err, &last_.report, &last_.json, &last_.statements}) {
                 EXPECT_EQ(seen->find((*m)[1].str()), std::string::npos) << "a password was written";
             }
         }
@@ -613,12 +620,13 @@ class Scenario {
     TempFolder folder_;
     SilentServer silent_;
     std::optional<Lock> lock_;
-    std::map<std::string, std::string> vars_{{"{report}", folder_.File("report.txt")},
-                                             {"{json}", folder_.File("results.json")},
-                                             {"{verdicts}", folder_.File("verdicts.json")},
-                                             {"{port}", std::to_string(pg_.Port())},
-                                             {"{silent}", "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=" +
-                                                              std::to_string(silent_.port) + ";Database=x;UID=tabvet;"}};
+    std::map<std::string, std::string> vars_{
+        {"{report}", folder_.File("report.txt")},
+        {"{json}", folder_.File("results.json")},
+        {"{verdicts}", folder_.File("verdicts.json")},
+        {"{port}", std::to_string(pg_.Port())},
+        {"{silent}", "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=" + std::to_string(silent_.port) +
+                         ";Database=x;UID=tabvet;"}};
     std::vector<std::string> fingerprinted_;
     std::map<std::string, OdbcConnection> connections_;
     LastRun last_;
