@@ -81,6 +81,8 @@ const Case kCases[] = {
     {"values at the edges of the read buffer",
      "SELECT repeat('b', 255), repeat('c', 256), concat(repeat('d', 254), '😀'), concat(repeat('e', 255), 'é')",
      nullptr, "tttt", "'{'b' x 255}' | '{'c' x 256}' | '{'d' x 254}😀' | '{'e' x 255}é'"},
+    {"values where the read buffer grows", "SELECT repeat('f', 511), repeat('g', 512), concat(repeat('h', 512), 'é')",
+     nullptr, "ttt", "'{'f' x 511}' | '{'g' x 512}' | '{'h' x 512}é'"},
     {"a short value after long ones", "SELECT 'x', ''", nullptr, "tt", "'x' | ''"},
     {"line breaks and quotes", "SELECT 'a\r\nb\nc\rd', 'O''Brien \"x\"'", nullptr, "tt",
      "'a\\r\\nb\\nc\\rd' | 'O'Brien \"x\"'"},
