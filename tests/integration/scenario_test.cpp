@@ -25,6 +25,13 @@
 //                                         {'c' to N} at the end pads TEXT with c to N characters
 //   detect NAME [DB]                      "Query DBMS", the version boxes and the system database set
 //   odbc NAME SQL                         a statement through the data-access layer
+//   each NAME SQL                         NAME made again from its db line, SQL on it, the last run again
+//   mariadb NAME                          NAME copied to MariaDB: its schemas become databases beside the one
+//                                         {mariadb} names, which holds the dictionary stand-ins
+//   both ARG...                           a run on {NAME}, then the same on its copy through MariaDB
+//                                         Connector/ODBC: prints nothing when they agree (exit status, output,
+//                                         report, JSON, statements), once the drivers' own messages are masked
+//   unordered                             later "both" runs compare their lines in sorted order
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -38,6 +45,7 @@
 #include <filesystem>
 #include <iomanip>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <regex>
 #include <sstream>
@@ -50,13 +58,16 @@
 #include "db/runtime_error.h"
 #include "db/statement_guard.h"
 #include "report/json_reader.h"
+#include "report/json_text.h"
 #include "session/connection_handling.h"
 #include "session/server_type_detection.h"
 #include "session/startup.h"
 #include "support/case_file.h"
+#include "support/mariadb_server.h"
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/temp_folder.h"
+#include "trace_reader.h"
 
 extern char** environ;
 
@@ -295,8 +306,25 @@ class Scenario {
         });
         player_.On("fingerprint",
                    [this](const std::string& a, std::ostream&) { fingerprinted_.push_back(a); });
-        player_.On("run", [this](const std::string& a, std::ostream& out) { Run(a, false, out); });
-        player_.On("brief-run", [this](const std::string& a, std::ostream& out) { Run(a, true, out); });
+        player_.On("run", [this](const std::string& a, std::ostream& out) {
+            again_ = [this, a](std::ostream& o) { Run(a, false, o); };
+            again_(out);
+        });
+        player_.On("brief-run", [this](const std::string& a, std::ostream& out) {
+            again_ = [this, a](std::ostream& o) { Run(a, true, o); };
+            again_(out);
+        });
+        player_.On("both", [this](const std::string& a, std::ostream&) {
+            again_ = [this, a](std::ostream&) { Both(a); };
+            Both(a);
+        });
+        player_.On("each", [this](const std::string& a, std::ostream& out) {
+            pg_.CreateDatabase(FirstWord(a).first, files_.at(FirstWord(a).first));
+            pg_.Execute(FirstWord(a).first, FirstWord(a).second);
+            again_(out);
+        });
+        player_.On("mariadb", [this](const std::string& a, std::ostream&) { CopyToMariaDb(a); });
+        player_.On("unordered", [this](const std::string&, std::ostream&) { unordered_ = true; });
         player_.On("program", [this](const std::string& a, std::ostream& out) { Run(a, false, out, 0); });
         player_.On("sigterm", [this](const std::string& a, std::ostream& out) {
             Run(FirstWord(a).second, false, out, std::stoi(FirstWord(a).first));
@@ -326,7 +354,13 @@ class Scenario {
         player_.On("connect", [this](const std::string& a, std::ostream& out) { ConnectClicks(a, out); });
         player_.On("detect", [this](const std::string& a, std::ostream& out) { Detect(a, out); });
         player_.On("odbc", [this](const std::string& a, std::ostream& out) { Statement(a, out); });
-        player_.Mask([this](std::string text) {
+        player_.Mask([this](std::string text) { return Masked(text); });
+    }
+
+    std::string Play(const std::string& name) { return player_.Play("scenarios/" + name + ".txt"); }
+
+  private:
+    std::string Masked(std::string text) const {
             static const std::regex times(
                 "(started at |finished at |stopped at |Generated: |\"started\": |\"finished\": "
                 ")[^\\\\\r\n,]*|(\"durationMs\": )[0-9.]+");
@@ -338,15 +372,12 @@ class Scenario {
                 text = value.size() > 8 ? Replaced(text, value, name) : text;
             }
             return text;
-        });
     }
 
-    std::string Play(const std::string& name) { return player_.Play("scenarios/" + name + ".txt"); }
-
-  private:
     void Database(const std::string& argument, bool create) {
         const auto [db, files] = FirstWord(argument);
         vars_["{" + db + "}"] = pg_.ConnectionString(db);
+        files_[db] = Words(files);
         std::string sql;
         for (const std::string& file : Words(files)) {
             sql += ReadBytes(FixturePath(file));
@@ -373,7 +404,7 @@ class Scenario {
     }
 
     // In this process, or (signals >= 0) the built program sent that many SIGTERMs.
-    void Run(const std::string& argument, bool brief, std::ostream& out, int signals = -1) {
+    int Run(const std::string& argument, bool brief, std::ostream& out, int signals = -1) {
         lastRun_ = argument;
         std::vector<std::string> before;
         for (const std::string& name : fingerprinted_) {
@@ -428,6 +459,110 @@ class Scenario {
             EXPECT_TRUE(same) << fingerprinted_[i] << " changed under: " << argument;
             out << fingerprinted_[i] << (same ? " unchanged" : " CHANGED") << "\n";
         }
+        return status;
+    }
+
+    // Gives MariaDB the situation of a PostgreSQL database. When only rows changed, only the rows are
+    // replaced: MariaDB's table definitions cost the better part of a second a situation.
+    void CopyToMariaDb(const std::string& db) {
+        const MariaDbServer& my = MariaDbServer::Shared();
+        if (!vars_.contains("{mariadb}")) {
+            my.Execute("CREATE DATABASE IF NOT EXISTS dictionary;");
+            my.ExecuteFile("dictionary", "mariadb/oracle_dictionary.sql");
+            vars_["{mariadb}"] = my.ConnectionString("dictionary");
+        }
+        const std::string script = pg_.RunFile(db, "mariadb/copy_from_postgresql.sql");
+        std::string definitions, rows, sql;
+        for (const std::string& line : Split(script, "\n")) {
+            (line.starts_with("INSERT INTO ") ? rows : definitions) += line + "\n";
+        }
+        if (definitions == definitions_) {
+            static const std::regex table("^CREATE TABLE (\"[^\"]+\"\\.\"[^\"]+\")", std::regex::multiline);
+            for (std::sregex_iterator m(definitions.begin(), definitions.end(), table), end; m != end; ++m) {
+                sql += "DELETE FROM " + (*m)[1].str() + ";\n";
+            }
+            return my.Execute(sql + rows);
+        }
+        for (const std::string& name : copied_) {
+            sql += "DROP DATABASE IF EXISTS \"" + name + "\";\n";
+        }
+        my.Execute(sql + script);
+        definitions_ = definitions;
+        copied_.clear();
+        static const std::regex created("^CREATE DATABASE \"([^\"]+)\";$", std::regex::multiline);
+        for (std::sregex_iterator m(script.begin(), script.end(), created), end; m != end; ++m) {
+            copied_.push_back((*m)[1]);
+        }
+    }
+
+    // The run on the database its arguments name, then on that database's copy in MariaDB.
+    void Both(const std::string& argument) {
+        static const std::regex named(R"(\{([a-z0-9_]+)\})");
+        std::smatch m;
+        ASSERT_TRUE(std::regex_search(argument, m, named) && files_.contains(m[1])) << argument;
+        const std::string db = m[1], args = argument + " --report {report} --json {json}";
+        CopyToMariaDb(db);
+        const std::string pg = Transcript(args, pg_.ConnectionString(db));
+        const std::string here = vars_["{" + db + "}"];
+        vars_["{" + db + "}"] = vars_["{mariadb}"];
+        const std::string my = Transcript(args, vars_["{mariadb}"]);
+        vars_["{" + db + "}"] = here;
+        EXPECT_FALSE(pg.starts_with("exit 2")) << pg;
+        EXPECT_EQ(my, pg) << argument;
+    }
+
+    // A run's exit status, outputs and statements as one text, the drivers' messages and times masked;
+    // sorted by line after "unordered". A hostile name can parse on one server and not on the other (an
+    // empty owner in `.ROADS`): the kind of a failed probe follows the server's SQLSTATE, so there it
+    // counts as a failed probe only.
+    std::string Transcript(const std::string& args, const std::string& connect) {
+        std::ostringstream ignored;
+        const int status = Run(args, false, ignored);
+        std::vector<std::string> sent = Split(last_.statements, "\n");
+        sent.pop_back();
+        std::transform(sent.begin(), sent.end(), sent.begin(), bench::UnescapeTraceLine);
+        std::string text = "exit " + std::to_string(status) + "\n--- stdout\n" + last_.out + "--- stderr\n" +
+                           last_.err + "--- report\n" + last_.report + "--- json\n" + last_.json;
+        text = MaskDriverMessages(text, connect, sent) + "--- statements\n" + last_.statements;
+        text = Masked(text);
+        if (!unordered_) {
+            return text;
+        }
+        static const std::regex serverKind(R"(lookup-error|missing-table-or-view|missing-column)");
+        static const std::regex jsonLineBreak(R"(\\r\\n)"), jsonStringEnd(R"("(,?)\n)");
+        text = std::regex_replace(std::regex_replace(text, serverKind, "<failed probe>"), jsonLineBreak, "\n");
+        std::vector<std::string> lines = Split(std::regex_replace(text, jsonStringEnd, "\n\"$1\n"), "\n");
+        std::sort(lines.begin(), lines.end());
+        return std::accumulate(lines.begin(), lines.end(), std::string(),
+                               [](const std::string& a, const std::string& b) { return a + b + "\n"; });
+    }
+
+    // Every statement sent that fails gives its error-list entries: they are read again on a connection of
+    // their own and masked wherever they appear, the longest first, with the numbers that go with them.
+    static std::string MaskDriverMessages(std::string text, const std::string& connect,
+                                          const std::vector<std::string>& sent) {
+        OdbcConnection conn;
+        EXPECT_TRUE(conn.Open(connect));
+        std::vector<std::string> messages;
+        for (const std::string& sql : sent) {
+            Recordset rs;
+            const bool failed = !rs.OpenSuppressed(sql, conn);
+            for (std::int32_t i = 0; failed && i < conn.Errors().Count(); ++i) {
+                const std::string& message = conn.Errors().Item(i).Description;
+                messages.push_back(message);
+                messages.push_back(JsonString(message).substr(1, JsonString(message).size() - 2));
+            }
+        }
+        std::sort(messages.begin(), messages.end(),
+                  [](const std::string& a, const std::string& b) { return a.size() > b.size(); });
+        for (const std::string& message : messages) {
+            text = message.empty() ? text : Replaced(text, message, "<driver message>");
+        }
+        static const std::regex numbers(R"((Err#|Run-time error ')-?[0-9]+('?: <driver message>))");
+        static const std::regex driverErrors(
+            R"(\{"number": -?[0-9]+, "sqlState": "[0-9A-Z]{5}", "text": "<driver message>"\})");
+        return std::regex_replace(std::regex_replace(text, numbers, "$1<number>$2"), driverErrors,
+                                  R"({"number": <number>, "sqlState": <state>, "text": "<driver message>"})");
     }
 
     int RunProgram(const std::vector<std::string>& args, int signals, std::ostream& out, std::ostream& err) {
@@ -629,6 +764,11 @@ class Scenario {
     LastRun last_;
     std::string lastRun_;
     std::string rebuild_;  // the database and files of the last "rebuild"
+    std::map<std::string, std::vector<std::string>> files_;  // of each database's db line
+    std::function<void(std::ostream&)> again_;               // the last run
+    std::string definitions_;                                // of what the last copy made on MariaDB
+    std::vector<std::string> copied_;                        // the databases it made there
+    bool unordered_ = false;
     CasePlayer player_;
 };
 
