@@ -29,8 +29,9 @@
 //   mariadb NAME                          NAME copied to MariaDB: its schemas become databases beside the one
 //                                         {mariadb} names, which holds the dictionary stand-ins
 //   both ARG...                           a run on {NAME}, then the same on its copy through MariaDB
-//                                         Connector/ODBC: prints nothing when they agree (exit status, output,
-//                                         report, JSON, statements), once the drivers' own messages are masked
+//                                         Connector/ODBC: prints nothing when they agree (exit status,
+//                                         output, report, JSON, statements), once the drivers' own messages
+//                                         are masked
 //   unordered                             later "both" runs compare their lines in sorted order
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -361,17 +362,17 @@ class Scenario {
 
   private:
     std::string Masked(std::string text) const {
-            static const std::regex times(
-                "(started at |finished at |stopped at |Generated: |\"started\": |\"finished\": "
-                ")[^\\\\\r\n,]*|(\"durationMs\": )[0-9.]+");
-            text = std::regex_replace(text, times, "$1$2<time>");
-            // in the driver's messages
-            text = Replaced(text, ", port " + vars_.at("{port}"), ", port {port}");
-            text = Replaced(text, ", port " + std::to_string(silent_.port), ", port {silent}");
-            for (const auto& [name, value] : vars_) {
-                text = value.size() > 8 ? Replaced(text, value, name) : text;
-            }
-            return text;
+        static const std::regex times(
+            "(started at |finished at |stopped at |Generated: |\"started\": |\"finished\": "
+            ")[^\\\\\r\n,]*|(\"durationMs\": )[0-9.]+");
+        text = std::regex_replace(text, times, "$1$2<time>");
+        // in the driver's messages
+        text = Replaced(text, ", port " + vars_.at("{port}"), ", port {port}");
+        text = Replaced(text, ", port " + std::to_string(silent_.port), ", port {silent}");
+        for (const auto& [name, value] : vars_) {
+            text = value.size() > 8 ? Replaced(text, value, name) : text;
+        }
+        return text;
     }
 
     void Database(const std::string& argument, bool create) {
@@ -530,7 +531,8 @@ class Scenario {
         }
         static const std::regex serverKind(R"(lookup-error|missing-table-or-view|missing-column)");
         static const std::regex jsonLineBreak(R"(\\r\\n)"), jsonStringEnd(R"("(,?)\n)");
-        text = std::regex_replace(std::regex_replace(text, serverKind, "<failed probe>"), jsonLineBreak, "\n");
+        text =
+            std::regex_replace(std::regex_replace(text, serverKind, "<failed probe>"), jsonLineBreak, "\n");
         std::vector<std::string> lines = Split(std::regex_replace(text, jsonStringEnd, "\n\"$1\n"), "\n");
         std::sort(lines.begin(), lines.end());
         return std::accumulate(lines.begin(), lines.end(), std::string(),
@@ -763,7 +765,7 @@ class Scenario {
     std::map<std::string, OdbcConnection> connections_;
     LastRun last_;
     std::string lastRun_;
-    std::string rebuild_;  // the database and files of the last "rebuild"
+    std::string rebuild_;                                    // the database and files of the last "rebuild"
     std::map<std::string, std::vector<std::string>> files_;  // of each database's db line
     std::function<void(std::ostream&)> again_;               // the last run
     std::string definitions_;                                // of what the last copy made on MariaDB
