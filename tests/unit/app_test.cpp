@@ -1,8 +1,6 @@
-// The program's edges, as the cases of tests/fixtures/unit/reports.txt and input.txt: the report's bytes,
-// every way out of the "Create Report" step with a scripted dialog and editor (and what stays on disk), the
-// results document, which a strict reader must accept whole; headless arguments and version texts a person
-// gets wrong, each with a clear outcome that leaves files and the model as they were. Then the default report
-// path, the editor launcher, the about box and the terminal.
+// The program's edges, as the cases of tests/fixtures/unit/reports.txt, input.txt and results_json.txt: the
+// report and the report step, headless arguments, the results document; then the editor launcher and the
+// terminal.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -172,13 +170,12 @@ class EdgeCases {
             return IsoLocalTime(std::chrono::system_clock::from_time_t(86400 * 365) +
                                 std::chrono::milliseconds(1250));
         });
-        // args "A" "B"...: a headless run with those arguments; its exit status, the first line of its output
-        // and its errors. "parse" before the arguments only parses them.
         // report-path TEMP TMPDIR ("-" unset): the report file start-up offers.
         OnValue(player, "report-path", [](const std::string& a) {
-            SetVariable("TEMP", FirstWord(a).first == "-" ? std::nullopt : std::optional(FirstWord(a).first));
-            SetVariable("TMPDIR",
-                        FirstWord(a).second == "-" ? std::nullopt : std::optional(FirstWord(a).second));
+            for (const auto& [name, value] :
+                 {std::pair{"TEMP", FirstWord(a).first}, {"TMPDIR", FirstWord(a).second}}) {
+                SetVariable(name, value == "-" ? std::nullopt : std::optional(value));
+            }
             RecordingInteraction ui;
             MainState state(ui, NewOdbcConnection);
             return StartUp(state) ? state.reportFileName : "(no start)";
@@ -204,6 +201,7 @@ class EdgeCases {
             StartSysInfo(scripted, ui);
             return ui.shown.empty() ? "started " + started : ui.Lines().at(0);
         });
+        // args ["parse"] "A" "B"...: a headless run with those arguments (or only their parsing).
         player.On("args", [this](const std::string& a, std::ostream& out) { Arguments(a, out); });
         player.On("resolve", [this](const std::string& a, std::ostream& out) { Resolve(a, out); });
         // key KIND FIELD=VALUE | ...: the key of a finding ("~" is NULL).

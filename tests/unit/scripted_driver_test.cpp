@@ -1,8 +1,5 @@
 // The data-access layer over a scripted ODBC driver (tests/support/scripted_odbc_driver.cpp) loaded by the
-// real driver manager, for states that neither real driver of the tests produces (docs/drivers.md): several
-// diagnostic records for one failure, a message longer than the first buffer, lengths the driver cannot tell
-// (SQL_NO_TOTAL, up to the last piece), warnings on complete reads, a fetch that fails after the first row.
-// What the real drivers do is tested in tests/integration/driver_data_access_test.cpp.
+// real driver manager, for states that neither real driver of the tests produces (docs/drivers.md).
 #include <gtest/gtest.h>
 
 #include <cstdlib>
