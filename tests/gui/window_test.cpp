@@ -182,17 +182,12 @@ std::string Play(const std::string& name) {
         f.Connect(WithPassword("PWD=secret;", a), true);
         out << (f.Find<QLineEdit>("txtConnString")->cursorPosition() == 0 ? "" : "(not at its beginning)\n");
     });
-    // tab N, focus WIDGET, key NAME (Up, Down, Right, or a character; ctrl+ before it holds Control) to the
-    // widget with the focus, clipboard TEXT, menu-paste WIDGET (what the context menu's Paste calls)
+    // tab N, focus WIDGET, key SEQUENCE (as Qt writes one: Up, ctrl+V, 9) to the widget with the focus,
+    // clipboard TEXT, menu-paste WIDGET (what the context menu's Paste calls)
     on("tab", [&](const std::string& a) { f.Find<QTabWidget>("SSTab1")->setCurrentIndex(std::stoi(a)); });
     on("focus", [&](const std::string& a) { f.Find<QWidget>(a.c_str())->setFocus(); });
     on("key", [&](const std::string& a) {
-        const std::string key = a.starts_with("ctrl+") ? a.substr(5) : a;
-        const std::map<std::string, Qt::Key> named{
-            {"Up", Qt::Key_Up}, {"Down", Qt::Key_Down}, {"Right", Qt::Key_Right}};
-        const Qt::KeyboardModifiers modifiers = a.starts_with("ctrl+") ? Qt::ControlModifier : Qt::NoModifier;
-        named.contains(key) ? QTest::keyClick(QApplication::focusWidget(), named.at(key), modifiers)
-                            : QTest::keyClick(QApplication::focusWidget(), key[0], modifiers);
+        QTest::keySequence(QApplication::focusWidget(), QKeySequence(QString::fromStdString(a)));
     });
     on("clipboard",
        [&](const std::string& a) { QApplication::clipboard()->setText(QString::fromStdString(a)); });

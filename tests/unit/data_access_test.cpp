@@ -75,9 +75,9 @@ class DataAccessCases {
             answer.freshCursorAfterLast = how == "fresh";
             conn_.Answer(a.substr(0, a.find(" => ")), answer);
         });
-        OnValue(player, "errors", [this](const std::string&) { return formatter_.Build(&conn_); });
-        player.On("errors-of-no-connection", [this](const std::string&, std::ostream& out) {
-            out << Outcome([&] { return formatter_.Build(nullptr); }) << "\n";
+        // errors [of-no-connection]: the error text the formatter builds, and its boxes.
+        player.On("errors", [this](const std::string& a, std::ostream& out) {
+            out << Outcome([&] { return formatter_.Build(a.empty() ? &conn_ : nullptr); }) << "\n";
             PrintBoxes(ui_, out);
         });
         OnValue(player, "formatted", [this](const std::string&) { return formatter_.Value(); });
