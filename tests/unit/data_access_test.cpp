@@ -207,8 +207,6 @@ TEST(OdbcLogon, OkAssemblesTheStringAndCancelAfterOkEmptiesItWhileListsAndFields
         const char *uid, *pwd, *database, *expected;
     } cases[] = {
         {0, "tsl", "kqv", "", "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv;"},
-        {0, "tsl", "kqv", "Parcels",
-         "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv;Database=Parcels;"},
         {1, "", "", "roads", "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=roads;"},
     };
     for (const auto& c : cases) {
