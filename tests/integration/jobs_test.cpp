@@ -1,0 +1,275 @@
+// A run over several connections must be a run over one: every kind of broken layer, a report limit reached
+// and errors that escape a check in the middle of their walks give byte for byte the same status log,
+// messages, report, JSON and statement trace (times masked) with --jobs 1 and with more, also when extra
+// connections cannot be opened or are lost on the way. Compared at test time, so there are no expected files.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <regex>
+#include <sstream>
+
+#include "app/headless/headless_run.h"
+#include "db/odbc_connection.h"
+#include "session/connection_handling.h"
+#include "session/run_step.h"
+#include "session/server_type_selection.h"
+#include "session/startup.h"
+#include "support/pg_cluster.h"
+#include "support/recording_interaction.h"
+#include "support/temp_folder.h"
+
+namespace tabvet {
+namespace {
+
+using testsupport::PgCluster;
+using testsupport::ReadBytes;
+using testsupport::TempFolder;
+
+// Chosen before the first statement of the process: the trace file is read once.
+const TempFolder kTraceFolder;
+const std::string kTrace = [] {
+    const std::string path = kTraceFolder.File("trace.txt");
+    ::setenv("TABVET_STATEMENT_TRACE", path.c_str(), 1);
+    return path;
+}();
+
+// Compressed-binary layers with every kind of fault among healthy ones, and a TABLE_REGISTRY entry whose
+// row-id column is gone; each situation adds its own LAYERS entries of tables that are not there.
+constexpr const char* kLayers = R"(
+SELECT fixture_cb_layer('GIS', 'L' || i, 'SHAPE', 'OBJECTID', i, 100 + i, p_versioned => i % 2 = 0,
+                        p_load_only => i % 9 = 5) FROM generate_series(1, 36) AS i;
+SELECT fixture_cb_layer('gis', 'lower_case', 'shape', 'objectid', 37, 137, p_versioned => true);
+SELECT fixture_cb_layer('GIS', 'NO_ROWID', 'SHAPE', NULL, 38, 138, p_versioned => true);
+DROP TABLE gis.f3;
+DROP TABLE gis.a104;
+DROP INDEX gis.d106_idx2;
+DROP INDEX gis.s7_ix1;
+CREATE UNIQUE INDEX s7_ix1 ON gis.s7 (gy, gx, emaxx, emaxy, eminx, eminy, sp_fid);
+DROP INDEX gis.f9_uk1;
+CREATE INDEX f9_uk1 ON gis.f9 (fid);
+DROP INDEX gis.f11_area_ix2;
+CREATE INDEX f11_area_ix2 ON gis.f11 (area DESC);
+DROP INDEX gis.f13_len_ix3;
+CREATE INDEX f13_len_ix3 ON gis.f13 (len, area);
+DROP TABLE gis.s14;
+DROP TABLE gis.s15;
+ALTER TABLE gis.l20 RENAME COLUMN shape TO shape_old;
+ALTER TABLE gis.l21 RENAME COLUMN objectid TO objectid_old;
+)";
+
+// LAYERS entries of tables that are not there, ids from..to.
+std::string LostLayers(int from, int to) {
+    return "INSERT INTO tsl.layers (layer_id, owner, table_name, spatial_column, eflags, srid, layer_config) "
+           "SELECT i, 'GIS', 'LOST_' || i, 'SHAPE', 0, 1, 'DEFAULTS' FROM generate_series(" +
+           std::to_string(from) + ", " + std::to_string(to) + ") AS i;";
+}
+
+struct Situation {
+    const char* database;
+    std::string extra;     // after kLayers
+    int exitStatus;        // what shows that the situation is the one meant
+    const char* evidence;  // in the JSON
+};
+
+const Situation kSituations[] = {
+    {"jobs_limit", LostLayers(201, 230), 1, "\"truncated\": true"},
+    // The NULL owner is read after probes of orphans were run ahead, and ends the run in LAYERS' walk.
+    {"jobs_escape_walk",
+     LostLayers(201, 205) +
+         "INSERT INTO tsl.layers (layer_id, owner, table_name, spatial_column) VALUES "
+         "(206, NULL, 'NO_OWNER', 'SHAPE');" +
+         LostLayers(207, 211),
+     3, "\"error\": \"Run-time error '94': Invalid use of Null\""},
+    // A layer id lost in the middle of the index analysis' walk, with the layers around it run ahead.
+    {"jobs_escape_layer",
+     "UPDATE tsl.layers SET layer_id = NULL WHERE layer_id = 19; "
+     "UPDATE tsl.layers SET description = description WHERE layer_id > 19;",  // rewritten after it
+     3, "\"error\": \"Run-time error '94': Invalid use of Null\""},
+};
+
+const PgCluster& Cluster(const Situation& situation) {
+    const PgCluster& pg = PgCluster::Shared();
+    pg.CreateDatabase(situation.database,
+                      {"tessel_schema.sql", "oracle_dictionary.sql", "compressed_binary/layer_builder.sql"});
+    pg.Execute(situation.database, kLayers + situation.extra);
+    return pg;
+}
+
+// What a user sees of `text` on a terminal: a carriage return goes back to the line's start and overwrites.
+std::string OnTerminal(const std::string& text) {
+    std::string screen;
+    std::string line;
+    std::size_t column = 0;
+    for (char c : text) {
+        if (c == '\r') {
+            column = 0;
+        } else if (c == '\n') {
+            screen += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+            line.clear();
+            column = 0;
+        } else {
+            line.resize(std::max(line.size(), column + 1));
+            line[column++] = c;
+        }
+    }
+    return screen + line;
+}
+
+// The first line where `actual` leaves `expected`, for a readable failure; empty when they are equal.
+std::string FirstDifference(const std::string& expected, const std::string& actual) {
+    std::istringstream a(expected);
+    std::istringstream b(actual);
+    std::string lineA;
+    std::string lineB;
+    for (int n = 1;; ++n) {
+        const bool moreA = static_cast<bool>(std::getline(a, lineA));
+        const bool moreB = static_cast<bool>(std::getline(b, lineB));
+        if (!moreA && !moreB) {
+            return "";
+        }
+        if (lineA != lineB || moreA != moreB) {
+            return "line " + std::to_string(n) + "\nexpected: " + (moreA ? lineA : "<end>") +
+                   "\nactual:   " + (moreB ? lineB : "<end>");
+        }
+    }
+}
+
+std::string Masked(const std::string& text) {
+    static const std::regex times(
+        "(started at |finished at |Generated: |\"started\": |\"finished\": )[^\r\n,]*|"
+        "(\"durationMs\": )[0-9.]+");
+    return std::regex_replace(text, times, "$1$2<time>");
+}
+
+// Everything a headless run leaves behind, times masked.
+std::string Transcript(const std::string& connect, const std::vector<std::string>& more,
+                       bool errIsTerminal = false) {
+    const TempFolder folder;
+    std::vector<std::string> args{"--connect",        connect,
+                                  "--dbms",           "oracle",
+                                  "--tessel-version", "9.0.0",
+                                  "--report",         folder.File("report.txt"),
+                                  "--json",           folder.File("r.json")};
+    args.insert(args.end(), more.begin(), more.end());
+    const auto traced = std::filesystem::exists(kTrace) ? std::filesystem::file_size(kTrace) : 0;
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = RunHeadless(args, out, err, errIsTerminal);
+    const std::string errors = errIsTerminal ? OnTerminal(err.str()) : err.str();
+    return Masked("exit " + std::to_string(status) + "\n--- stdout\n" + out.str() + "--- stderr\n" + errors +
+                  "--- report\n" + ReadBytes(folder.File("report.txt")) + "--- json\n" +
+                  ReadBytes(folder.File("r.json")) + "--- statements\n" + ReadBytes(kTrace).substr(traced));
+}
+
+TEST(Jobs, OneConnectionOrSeveralGiveTheSameOutputs) {
+    for (const Situation& situation : kSituations) {
+        SCOPED_TRACE(situation.database);
+        const std::string connect = Cluster(situation).ConnectionString(situation.database);
+        const std::string one = Transcript(connect, {"--jobs", "1"});
+        EXPECT_EQ(one.rfind("exit " + std::to_string(situation.exitStatus) + "\n", 0), 0u) << one;
+        EXPECT_NE(one.find(situation.evidence), std::string::npos) << one;
+        EXPECT_EQ(FirstDifference(one, Transcript(connect, {"--jobs", "2"})), "");
+        // The default, with the count of walked rows drawn on a terminal and cleared again.
+        EXPECT_EQ(FirstDifference(one, Transcript(connect, {}, true)), "");
+    }
+}
+
+TEST(Jobs, TheCountOfWalkedRowsIsDrawnOnlyOnATerminalAndNeverInTheLogOrFiles) {
+    const Situation& situation = kSituations[0];
+    const std::string connect = Cluster(situation).ConnectionString(situation.database);
+    std::ostringstream out;
+    std::ostringstream err;
+    EXPECT_EQ(
+        RunHeadless({"--connect", connect, "--dbms", "oracle", "--tessel-version", "9.0.0"}, out, err, true),
+        1);
+    EXPECT_NE(
+        err.str().find("Running test 9 of 16: LAYERS entries exist as tables or views\n\r0 of 68 rows, 0:00"),
+        std::string::npos)
+        << err.str();
+    EXPECT_EQ(out.str().find(" rows, "), std::string::npos);
+    std::ostringstream plain;
+    EXPECT_EQ(
+        RunHeadless({"--connect", connect, "--dbms", "oracle", "--tessel-version", "9.0.0"}, out, plain), 1);
+    EXPECT_EQ(plain.str().find('\r'), std::string::npos);
+}
+
+// A role that may hold two sessions: the run's own and one extra; the others the run asks for fail to open.
+TEST(Jobs, ExtraConnectionsThatCannotOpenChangeNothing) {
+    const Situation& situation = kSituations[0];
+    const PgCluster& pg = Cluster(situation);
+    pg.Execute(
+        situation.database,
+        "DROP ROLE IF EXISTS jobs_two_sessions; CREATE ROLE jobs_two_sessions LOGIN CONNECTION LIMIT 2; "
+        "GRANT USAGE ON SCHEMA tsl, gis, public TO jobs_two_sessions; "
+        "GRANT SELECT ON ALL TABLES IN SCHEMA tsl, gis, public TO jobs_two_sessions;");
+    std::string connect = pg.ConnectionString(situation.database);
+    connect = std::regex_replace(connect, std::regex("UID=tabvet"), "UID=jobs_two_sessions");
+    const std::string one = Transcript(connect, {"--jobs", "1"});
+    EXPECT_EQ(one.rfind("exit 1\n", 0), 0u) << one;
+    EXPECT_EQ(FirstDifference(one, Transcript(connect, {"--jobs", "6"})), "");
+}
+
+// The run's own connection, which ends every other session of its database (the extra connections) just
+// before the index analysis walks its layers: their probes then fail with a lost connection.
+class SessionEnder final : public Connection {
+  public:
+    explicit SessionEnder(bool othersExpected) : othersExpected_(othersExpected) {}
+    void Close() override { inner_.Close(); }
+    int State() const override { return inner_.State(); }
+    std::unique_ptr<Connection> NewProbeConnection() const override { return inner_.NewProbeConnection(); }
+
+  protected:
+    bool DoOpen(const std::string& connectionString) override {
+        const bool opened = inner_.Open(connectionString);
+        Errors() = inner_.Errors();
+        return opened;
+    }
+    bool DoQuery(const std::string& sql, ResultTable& out) override {
+        if (sql.find("bitand(") != std::string::npos) {
+            ResultTable ended;
+            EXPECT_TRUE(
+                inner_.Query("SELECT count(pg_terminate_backend(pid, 10000)) FROM pg_stat_activity "
+                             "WHERE datname = current_database() AND pid <> pg_backend_pid()",
+                             ended));
+            EXPECT_EQ(ended.cells.at(0) != "0", othersExpected_);
+        }
+        const bool ok = inner_.Query(sql, out);
+        Errors() = inner_.Errors();
+        return ok;
+    }
+
+  private:
+    OdbcConnection inner_;
+    bool othersExpected_;
+};
+
+TEST(Jobs, ExtraConnectionsLostDuringARunChangeNothing) {
+    const Situation& situation = kSituations[0];
+    const std::string connect = Cluster(situation).ConnectionString(situation.database);
+    std::vector<std::string> results;
+    for (unsigned jobs : {1u, 4u}) {
+        testsupport::RecordingInteraction ui;
+        MainState state(ui, [jobs] { return std::make_unique<SessionEnder>(jobs > 1); });
+        ASSERT_TRUE(StartUp(state));
+        state.now = [] { return std::string("<now>"); };
+        state.jobs = jobs;
+        ConnectionStringChanged(state, connect);
+        ConnectToDbms(state);
+        ASSERT_NE(state.g_pAdoConn, nullptr);
+        OptionClick(state, DbmsOption::Oracle);
+        state.txtMajorVersion = "9";
+        state.txtMinorVersion = state.txtBugfix = "0";
+        ProcessRunTests(state);
+        std::string result = state.rtbStatus;
+        for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
+            result += "\n" + state.g_pTestCollection->Item(i)->ResultDetails();
+        }
+        results.push_back(result);
+    }
+    EXPECT_NE(results[0].find("Error: Missing index D106_IDX2"), std::string::npos) << results[0];
+    EXPECT_EQ(FirstDifference(results[0], results[1]), "");
+}
+
+}  // namespace
+}  // namespace tabvet
