@@ -217,8 +217,9 @@ class IndexAnalysis final : public AdoTestBase {
     // Queues the probes of the layers ahead, as many as keep the extra connections busy, but none past the
     // layer whose 16-bit count overflows: the walk raises there.
     static void QueueAhead(const Recordset& rs, ProbesAhead& ahead) {
-        const std::size_t countable = static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max());
-        ahead.Queue(rs.RowIndex(), std::min(rs.RecordCount(), countable), countable,
+        const auto countable = static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max());
+        ahead.Queue(rs.RowIndex(), std::min(rs.RecordCount(), countable),
+                    std::numeric_limits<std::size_t>::max(),
                     [&rs](std::size_t row) -> std::optional<ProbeScript> {
                         const WalkedLayer walked = ReadLayer([&rs, row](int position) -> const FieldValue& {
                             return rs.FieldAt(row, position);

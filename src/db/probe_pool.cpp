@@ -23,6 +23,16 @@ class ProbeTask {
 
 namespace {
 
+// SQLSTATE class 08: the driver says the link failed, whether or not it can tell that the connection is dead.
+bool IsConnectionFailure(const ErrorList& errors) {
+    for (std::int32_t i = 0; i < errors.Count(); ++i) {
+        if (errors.Item(i).sqlState.rfind("08", 0) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // Sends a script's statements on one pool connection and hands each outcome over as soon as it is there.
 class PoolSender final : public ProbeSender {
   public:
@@ -43,7 +53,7 @@ class PoolSender final : public ProbeSender {
         const bool worked = conn_.Errors().Count() == 0;
         // A stopped run is no broken link: its refusals and cancelled statements are what the main
         // connection would have given.
-        if (!worked && !conn_.Cancelled() && conn_.Lost()) {
+        if (!worked && !conn_.Cancelled() && (conn_.Lost() || IsConnectionFailure(outcome.errors))) {
             lost_ = true;
             outcome.connectionLost = true;
         }

@@ -4,10 +4,12 @@
 // connections cannot be opened or are lost on the way. Compared at test time, so there are no expected files.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include "app/headless/headless_run.h"
 #include "db/odbc_connection.h"
@@ -138,8 +140,8 @@ std::string FirstDifference(const std::string& expected, const std::string& actu
 std::string Masked(const std::string& text) {
     static const std::regex times(
         "(started at |finished at |Generated: |\"started\": |\"finished\": )[^\r\n,]*|"
-        "(\"durationMs\": )[0-9.]+");
-    return std::regex_replace(text, times, "$1$2<time>");
+        "(\"durationMs\": )[0-9.]+|(stopped at )[^\r\n]*?(?=: )");
+    return std::regex_replace(text, times, "$1$2$3<time>");
 }
 
 // Everything a headless run leaves behind, times masked.
@@ -208,6 +210,53 @@ TEST(Jobs, ExtraConnectionsThatCannotOpenChangeNothing) {
     const std::string one = Transcript(connect, {"--jobs", "1"});
     EXPECT_EQ(one.rfind("exit 1\n", 0), 0u) << one;
     EXPECT_EQ(FirstDifference(one, Transcript(connect, {"--jobs", "6"})), "");
+}
+
+// Another session locks the feature tables of a dozen layers, so that whichever connection probes the first
+// of them waits until the time limit cancels it, and the extra connections wait on others: the stop must
+// cancel theirs too, or the run would wait for the lock. What the run had not used of the probes run ahead is
+// written to the statement trace after what it used.
+TEST(Jobs, AStopCancelsTheStatementsOfTheExtraConnectionsToo) {
+    const Situation& situation = kSituations[0];
+    const PgCluster& pg = Cluster(situation);
+    const std::string connect = pg.ConnectionString(situation.database);
+    std::string tables = "gis.f20";
+    for (int layer = 21; layer <= 31; ++layer) {
+        tables += ", gis.f" + std::to_string(layer);
+    }
+    std::vector<std::string> outputs;
+    std::vector<std::string> statements;
+    for (const char* jobs : {"1", "4"}) {
+        std::thread holder([&] {
+            try {
+                pg.Execute(situation.database,
+                           "LOCK TABLE " + tables + " IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(60)");
+            } catch (const std::exception&) {
+                // Ended below.
+            }
+        });
+        while (
+            pg.QueryValue(situation.database,
+                          "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND granted AND "
+                          "relation::regclass::text LIKE 'gis.f%'") != "12") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        const auto started = std::chrono::steady_clock::now();
+        const std::string transcript =
+            Transcript(connect, {"--jobs", jobs, "--time-limit", "2", "--statement-timeout", "0"});
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(20)) << "--jobs " << jobs;
+        pg.QueryValue(
+            situation.database,
+            "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE 'LOCK TABLE%'");
+        holder.join();
+        const std::size_t split = transcript.find("--- statements\n");
+        outputs.push_back(transcript.substr(0, split));
+        statements.push_back(transcript.substr(split));
+    }
+    EXPECT_EQ(outputs[0].rfind("exit 4\n", 0), 0u) << outputs[0];
+    EXPECT_NE(outputs[0].find("canceling statement due to user request"), std::string::npos) << outputs[0];
+    EXPECT_EQ(FirstDifference(outputs[0], outputs[1]), "");
+    EXPECT_EQ(statements[1].rfind(statements[0], 0), 0u) << FirstDifference(statements[0], statements[1]);
 }
 
 // The run's own connection, which ends every other session of its database (the extra connections) just
