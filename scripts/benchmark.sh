@@ -271,11 +271,11 @@ for n in $latency_sizes; do
         target_port=$port
         if [ "$rtt" != 0 ]; then
             "${prioritised[@]}" "$proxy" --to "$port" --delay-us "$(awk -v r="$rtt" 'BEGIN { print int(r * 500) }')" \
-                >"$work/proxy.txt" &
+                >"$work/proxy.txt" 2>"$work/proxy_errors.txt" &
             proxy_pid=$!
-            for _ in $(seq 1 50); do grep -qs port= "$work/proxy.txt" && break; sleep 0.1; done
+            for _ in $(seq 1 300); do grep -qs port= "$work/proxy.txt" && break; sleep 0.1; done
             target_port=$(sed -n 's/^port=//p' "$work/proxy.txt")
-            [ -n "$target_port" ] || { log "the latency proxy did not start"; exit 2; }
+            [ -n "$target_port" ] || { log "the latency proxy did not start"; cat "$work/proxy_errors.txt" >&2; exit 2; }
         fi
         conn="Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=$target_port;Database=bench_$n;UID=tabvet;PWD=;"
         declare -A best=() peak=() statuses=()
