@@ -11,6 +11,7 @@
 #include <sstream>
 #include <thread>
 
+#include "app/headless/headless_options.h"
 #include "app/headless/headless_run.h"
 #include "db/odbc_connection.h"
 #include "session/connection_handling.h"
@@ -162,6 +163,17 @@ std::string Transcript(const std::string& connect, const std::vector<std::string
     return Masked("exit " + std::to_string(status) + "\n--- stdout\n" + out.str() + "--- stderr\n" + errors +
                   "--- report\n" + ReadBytes(folder.File("report.txt")) + "--- json\n" +
                   ReadBytes(folder.File("r.json")) + "--- statements\n" + ReadBytes(kTrace).substr(traced));
+}
+
+TEST(Jobs, TheNumberOfConnectionsIsAWholeNumberFromOneTo64) {
+    for (const char* bad : {"0", "65", "-1", "2.5", "many", ""}) {
+        const ParsedArguments parsed =
+            ParseHeadlessArguments({"--connect", "DSN=x", "--jobs=" + std::string(bad)});
+        EXPECT_EQ(parsed.error,
+                  "--jobs must be a whole number from 1 to 64 (got '" + std::string(bad) + "')");
+    }
+    EXPECT_EQ(ParseHeadlessArguments({"--connect", "DSN=x", "--jobs", "64"}).options->jobs, 64u);
+    EXPECT_FALSE(ParseHeadlessArguments({"--connect", "DSN=x"}).options->jobs);
 }
 
 TEST(Jobs, OneConnectionOrSeveralGiveTheSameOutputs) {
