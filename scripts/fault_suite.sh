@@ -87,8 +87,8 @@ stops=$(python3 -c 'import json,sys; t=json.load(open(sys.argv[1]))["testsuites"
 figures+=("server stops injected before single statements: $stops")
 
 section "Hostile names of 10,000 characters in every name column, three layouts"
-# The short hostile names run with every ctest; these make transcripts too large to keep as expected files.
-# Each run must finish and leave the database exactly as it was (compared as a whole dump, without the
+# The short hostile names run with every ctest (tests/fixtures/scenarios/hostile_*.txt); these long ones run
+# here. Each run must finish and leave the database exactly as it was (compared as a whole dump, without the
 # random key that pg_dump puts around it).
 dump_sum() { pg_dump -h 127.0.0.1 -p "$port" -U tabvet "$1" | grep -v '^\\\(un\)\?restrict ' | md5sum; }
 long_runs=0

@@ -4,10 +4,11 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# g++-mingw-w64-x86-64-posix and wine64 build the Windows program (scripts/windows.sh) and run its tests.
+# g++-mingw-w64-x86-64-posix and wine64 build the Windows program (scripts/windows.sh) and run its tests;
+# lintian and desktop-file-utils check the Debian package (scripts/package.sh).
 packages=(build-essential cmake ninja-build pkg-config qt6-base-dev unixodbc unixodbc-dev odbc-postgresql
     postgresql mariadb-server odbc-mariadb googletest libgtest-dev libgmock-dev clang-format clang-tidy xvfb xdotool
-    imagemagick clang libclang-rt-dev time g++-mingw-w64-x86-64-posix wine64)
+    imagemagick clang libclang-rt-dev time g++-mingw-w64-x86-64-posix wine64 lintian desktop-file-utils)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Cross-builds the headless tabvet.exe for 64-bit Windows into build-windows/ (build-windows/src/app/tabvet.exe,
-# copied to build-windows/tabvet.exe), with the Windows test programs that the Linux build's ctest runs
+# copied to build-windows/tabvet.exe), the zip for Windows users (build-windows/tabvet-<version>-windows-x64.zip:
+# the program, README.md and LICENSE.txt), and the Windows test programs that the Linux build's ctest runs
 # under Wine. Needs Debian's mingw-w64 compiler (scripts/setup.sh installs it). An unchanged tree rebuilds
 # nothing. Usage: windows.sh [--no-tests]
 set -euo pipefail
@@ -29,3 +30,4 @@ cmake -S . -B build-windows -G Ninja --no-warn-unused-cli -DCMAKE_TOOLCHAIN_FILE
 cmake --build build-windows -j"$(nproc)"
 cp -p build-windows/src/app/tabvet.exe build-windows/tabvet.exe
 echo "Windows program: build-windows/tabvet.exe"
+echo "Windows zip: $(ls -t build-windows/tabvet-*-windows-x64.zip | head -n 1)"

@@ -5,8 +5,9 @@
 
 namespace tabvet {
 
-/// Loads the window module that lies next to the executable and runs the window: its exit status. When the
-/// module cannot be loaded, says why on `err` and returns exit_code::kCannotStart.
+/// Loads the window module (installed in ../lib/tabvet from the executable's folder, or beside it in the
+/// build tree) and runs the window: its exit status. When the module cannot be loaded, says why on `err` and
+/// returns exit_code::kCannotStart.
 int RunWindowFromModule(int argc, char** argv, std::ostream& err);
 
 }  // namespace tabvet

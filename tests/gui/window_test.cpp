@@ -1,7 +1,10 @@
-// The main window against a real server, played from tests/fixtures/window/*.txt: every control's state at
-// each step compared with tests/fixtures/unit/<script>.txt, the window when things go wrong (server stopped
-// mid-run, an escaped conversion error, a pasted version that does not fit) too. Stops the shared server:
-// runs alone.
+// The main window against a real server, played from the case files tests/fixtures/window/*.txt: each case
+// acts on the window and ends with a step that shows every named control whose text, state or tooltip changed
+// since the step before (all of them at the first), then the editors started and boxes shown; the window
+// when things go wrong (server stopped mid-run, an escaped conversion error, a pasted version that does not
+// fit) too. Then daily use: input during a run is dropped, settings are remembered in a private file and
+// never hold a password, the password is masked, and nothing overlaps at the minimum size. Stops the shared
+// server: runs alone.
 
 #include <QtTest>
 #include <QtWidgets>
@@ -11,11 +14,13 @@
 #include "app/window/frm_nav.h"
 #include "db/odbc_connection.h"
 #include "session/odbc_logon.h"
+#include "support/case_file.h"
 #include "support/fault_injecting_connection.h"
+#include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
-#include "support/transcript.h"
+#include "support/temp_folder.h"
 
 using namespace tabvet;
 using namespace tabvet::testsupport;
@@ -24,6 +29,12 @@ namespace {
 
 constexpr const char* kHealthy = "gui_window";
 constexpr const char* kNullOwner = "gui_window_null_owner";
+
+// The string of the healthy database with `password` in place of its empty PWD pair (the cluster trusts all).
+std::string WithPassword(const std::string& password) {
+    std::string text = PgCluster::Shared().ConnectionString(kHealthy);
+    return text.replace(text.find("PWD=;"), 5, password);
+}
 
 // Fills the logon dialog as a user would and presses OK, or Cancel.
 struct ScriptedLogon final : LogonDialogPresenter {
@@ -37,15 +48,17 @@ struct ScriptedLogon final : LogonDialogPresenter {
     bool cancel = false;
 };
 
-// One window with its model and scripted dialogs; every connection it makes can break on cue.
+// One window with its model and scripted dialogs, remembering its settings in `settingsFile` when given (a
+// second Fixture on the same file is the next start); every connection it makes can break on cue.
 struct Fixture {
-    Fixture() : state(ui, NewOdbcConnection) {
-        WindowServices services;
-        services.fileDialog = &files;
-        services.editor = &editor;
-        services.logonDialog = &logon;
-        services.endProgram = [this] { ended = true; };
-        window = std::make_unique<frmNav>(state, std::move(services));
+    explicit Fixture(const std::string& settingsFile = "")
+        : settings(QString::fromStdString(settingsFile), QSettings::IniFormat), state(ui, NewOdbcConnection) {
+        window = std::make_unique<frmNav>(
+            state, WindowServices{.fileDialog = &files,
+                                  .editor = &editor,
+                                  .logonDialog = &logon,
+                                  .settings = settingsFile.empty() ? nullptr : &settings,
+                                  .endProgram = [this] { ended = true; }});
         QVERIFY(window->Load());
         state.now = [] { return std::string("<now>"); };
         state.newConnection = [this] {
@@ -54,6 +67,14 @@ struct Fixture {
             return made;
         };
         window->show();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    }
+    // Types the string into the box, as a user would, and presses Enter.
+    void Connect(const std::string& connectionString) {
+        Find<QLineEdit>("txtConnString")->clear();
+        QTest::keyClicks(Find<QLineEdit>("txtConnString"), QString::fromStdString(connectionString));
+        QTest::keyClick(Find<QLineEdit>("txtConnString"), Qt::Key_Return);
     }
     template <typename T>
     T* Find(const char* name) {
@@ -65,33 +86,41 @@ struct Fixture {
         text.replace(QRegularExpression("Port=[0-9]+"), "Port=<port>");
         return text.replace(QString::fromStdString(folder.Path().string()), "<folder>").toStdString();
     }
-    // Every named control as a person sees it, then the editors started and boxes shown since the last step.
-    void Step(Transcript& t, const std::string& label) {
-        t.Case(label);
+    // Every named control as a person sees it that changed since the last step, then the editors started and
+    // boxes shown since then.
+    void Step(std::ostream& out) {
         QList<QWidget*> widgets = window->findChildren<QWidget*>();
         std::sort(widgets.begin(), widgets.end(),
                   [](auto* a, auto* b) { return a->objectName() < b->objectName(); });
+        std::map<std::string, std::string> now;
         for (const QWidget* w : widgets) {
             const QString name = w->objectName();
             const QVariant text = w->property("text"), plain = w->property("plainText");
             if ((text.isValid() || plain.isValid()) && !name.isEmpty() && !name.startsWith("qt_") &&
                 !name.startsWith("Scroll")) {  // not Qt's own parts
-                t.Line(name.toStdString() + (w->isEnabled() ? "" : " (disabled)"),
-                       Masked(text.toString() + plain.toString() +
-                              (w->property("checked").toBool() ? " [x]" : "") +
-                              (w->toolTip().isEmpty() ? "" : " (" + w->toolTip() + ")")));
+                now[name.toStdString()] =
+                    (w->isEnabled() ? ": " : " (disabled): ") +
+                    Readable(Masked(text.toString() + plain.toString() +
+                                    (w->property("checked").toBool() ? " [x]" : "") +
+                                    (w->toolTip().isEmpty() ? "" : " (" + w->toolTip() + ")")));
             }
         }
-        t.Line("hourglass", std::to_string(QApplication::overrideCursor() != nullptr));
+        now["hourglass"] = ": " + std::to_string(QApplication::overrideCursor() != nullptr);
+        for (const auto& [name, shown] : now) {
+            out << (shown != seen[name] ? name + shown + "\n" : "");
+        }
+        seen = now;
         for (const auto& launched : editor.launched) {
-            t.Line("editor", Masked(QString::fromStdString(launched)));
+            out << "editor: " << Masked(QString::fromStdString(launched)) << "\n";
         }
         for (const std::string& box : ui.Lines()) {
-            t.Line("box", Masked(QString::fromStdString(box)));
+            out << "box: " << Readable(Masked(QString::fromStdString(box))) << "\n";
         }
         ui.shown.clear();
         editor.launched.clear();
     }
+    std::map<std::string, std::string> seen;
+    QSettings settings;
     RecordingInteraction ui;
     MainState state;
     ScriptedFileDialog files;
@@ -103,87 +132,116 @@ struct Fixture {
     std::unique_ptr<frmNav> window;
 };
 
-// Plays tests/fixtures/window/<name>.txt, one action a line, and compares the transcript of its steps with
-// tests/fixtures/unit/<name>.txt.
-void Play(const std::string& name) {
+// Plays tests/fixtures/window/<name>.txt on one window: the words below, one action a line.
+std::string Play(const std::string& name) {
     Fixture f;
-    Transcript t(name);
-    std::istringstream script(ReadBytes(FixturePath("window/" + name + ".txt")));
-    for (std::string line; std::getline(script, line);) {
-        const std::string verb = line.substr(0, line.find(' '));
-        const std::string rest = line.size() > verb.size() ? line.substr(verb.size() + 1) : "";
-        const std::string widget = rest.substr(0, rest.find(' '));
-        std::string text = rest.size() > widget.size() ? rest.substr(widget.size() + 1) : "";
-        text = text.starts_with('"') ? text.substr(1, text.size() - 2) : text;
-        if (verb == "header") {
-            t.Line("title", f.window->windowTitle().toStdString());
-            for (const QAction* menu : f.window->menuBar()->actions()) {
-                t.Line("menu", menu->text().toStdString());
-            }
-            for (int i = 0; i < f.Find<QTabWidget>("SSTab1")->count(); ++i) {
-                t.Line("tab", f.Find<QTabWidget>("SSTab1")->tabText(i).toStdString());
-            }
-        } else if (verb == "step") {
-            f.Step(t, rest);
-        } else if (verb == "click") {
-            f.Click(rest.c_str());
-        } else if (verb == "radio") {
-            QTest::mouseClick(f.Find<QRadioButton>(rest.c_str()), Qt::LeftButton);
-        } else if (verb == "keys") {
-            QTest::keyClicks(f.Find<QLineEdit>(widget.c_str()), QString::fromStdString(text));
-        } else if (verb == "backspace") {
-            QTest::keyClick(f.Find<QLineEdit>(rest.c_str()), Qt::Key_Backspace);
-        } else if (verb == "paste") {
-            f.Find<QLineEdit>(widget.c_str())->selectAll();
-            QApplication::clipboard()->setText(QString::fromStdString(text));
-            f.Find<QLineEdit>(widget.c_str())->paste();
-        } else if (verb == "connect") {  // the database's string typed into the box, then Connect
-            f.Find<QLineEdit>("txtConnString")->clear();
-            QTest::keyClicks(f.Find<QLineEdit>("txtConnString"),
-                             QString::fromStdString(PgCluster::Shared().ConnectionString(rest)));
-            f.Click("cmdConnect");
-        } else if (verb == "logon-cancel") {
-            f.logon.cancel = true;
-        } else if (verb == "answers") {  // the answers to the next message boxes
-            std::istringstream words(rest);
-            const std::map<std::string, MsgAnswer> answers{{"Yes", MsgAnswer::Yes},
-                                                           {"No", MsgAnswer::No},
-                                                           {"Ok", MsgAnswer::Ok},
-                                                           {"Cancel", MsgAnswer::Cancel}};
-            f.ui.answers.clear();
-            for (std::string word; words >> word;) {
-                f.ui.answers.push_back(answers.at(word));
-            }
-        } else if (verb == "file") {  // the file dialog's next answer
-            f.files.Answer(f.folder.File(rest));
-        } else if (verb == "show") {
-            t.Line("report", ReadBytes(f.folder.File(rest)));
-        } else if (verb == "close") {
-            QCOMPARE(f.window->close(), rest == "accepted");
-        } else if (verb == "exit") {
-            f.window->findChild<QAction*>("mnuFileExit")->trigger();
-        } else if (verb == "expect") {  // kept: the results and the run; reset: neither; ended: the program
-            const bool run =
-                f.state.g_pTestCollection != nullptr && f.state.g_pTestCollection->Item(1)->WasRun();
-            QVERIFY2(rest == "kept"    ? run && f.state.g_bTestsWereRun && !f.ended
-                     : rest == "reset" ? !run && !f.state.g_bTestsWereRun
-                                       : f.ended && f.state.g_pTestCollection == nullptr,
-                     line.c_str());
-        } else if (verb == "stop-before-layers-probe") {
-            f.conn->InjectBefore(
-                [&f, n = std::stoi(rest), probes = 0](const std::string& sql, std::size_t) mutable {
-                    return f.state.stsRunFeedback.ends_with("LAYERS entries exist as tables or views") &&
-                           sql.find("WHERE 1 = 2") != std::string::npos && ++probes == n;
-                },
-                [] { PgCluster::Shared().StopServer(); });
-        } else if (verb == "start-server") {
-            PgCluster::Shared().StartServer();
-        } else {
-            QVERIFY2(line.empty() || line[0] == '#', ("unknown window script line: " + line).c_str());
+    CasePlayer player;
+    const auto on = [&](const char* word, std::function<void(const std::string&)> act) {
+        player.On(word, [act](const std::string& a, std::ostream&) { act(a); });
+    };
+    // word WIDGET TEXT: TEXT without its double quotes
+    const auto split = [](const std::string& a) {
+        const std::string widget = a.substr(0, a.find(' '));
+        std::string text = a.size() > widget.size() ? a.substr(widget.size() + 1) : "";
+        return std::pair{widget, text.starts_with('"') ? text.substr(1, text.size() - 2) : text};
+    };
+    player.On("header", [&](const std::string&, std::ostream& out) {
+        out << "title: " << f.window->windowTitle().toStdString() << "\n";
+        for (const QAction* menu : f.window->menuBar()->actions()) {
+            out << "menu: " << menu->text().toStdString() << "\n";
         }
-    }
-    const std::string mismatch = t.Mismatch();
-    QVERIFY2(mismatch.empty(), mismatch.c_str());
+        for (int i = 0; i < f.Find<QTabWidget>("SSTab1")->count(); ++i) {
+            out << "tab: " << f.Find<QTabWidget>("SSTab1")->tabText(i).toStdString() << "\n";
+        }
+    });
+    player.On("step", [&](const std::string&, std::ostream& out) { f.Step(out); });
+    on("click", [&](const std::string& a) { f.Click(a.c_str()); });
+    on("radio",
+       [&](const std::string& a) { QTest::mouseClick(f.Find<QRadioButton>(a.c_str()), Qt::LeftButton); });
+    on("keys", [&](const std::string& a) {
+        QTest::keyClicks(f.Find<QLineEdit>(split(a).first.c_str()), QString::fromStdString(split(a).second));
+    });
+    on("backspace",
+       [&](const std::string& a) { QTest::keyClick(f.Find<QLineEdit>(a.c_str()), Qt::Key_Backspace); });
+    on("paste", [&](const std::string& a) {
+        f.Find<QLineEdit>(split(a).first.c_str())->selectAll();
+        QApplication::clipboard()->setText(QString::fromStdString(split(a).second));
+        f.Find<QLineEdit>(split(a).first.c_str())->paste();
+    });
+    // connect DATABASE: its string typed into the box, then Connect
+    on("connect", [&](const std::string& a) {
+        f.Find<QLineEdit>("txtConnString")->clear();
+        QTest::keyClicks(f.Find<QLineEdit>("txtConnString"),
+                         QString::fromStdString(PgCluster::Shared().ConnectionString(a)));
+        f.Click("cmdConnect");
+    });
+    // tab N, focus WIDGET, key NAME (Up, Down, Right, or a character; ctrl+ before it holds Control) to the
+    // widget with the focus, clipboard TEXT, menu-paste WIDGET (what the context menu's Paste calls)
+    on("tab", [&](const std::string& a) { f.Find<QTabWidget>("SSTab1")->setCurrentIndex(std::stoi(a)); });
+    on("focus", [&](const std::string& a) { f.Find<QWidget>(a.c_str())->setFocus(); });
+    on("key", [&](const std::string& a) {
+        const std::string key = a.starts_with("ctrl+") ? a.substr(5) : a;
+        const std::map<std::string, Qt::Key> named{
+            {"Up", Qt::Key_Up}, {"Down", Qt::Key_Down}, {"Right", Qt::Key_Right}};
+        const Qt::KeyboardModifiers modifiers = a.starts_with("ctrl+") ? Qt::ControlModifier : Qt::NoModifier;
+        named.contains(key) ? QTest::keyClick(QApplication::focusWidget(), named.at(key), modifiers)
+                            : QTest::keyClick(QApplication::focusWidget(), key[0], modifiers);
+    });
+    on("clipboard",
+       [&](const std::string& a) { QApplication::clipboard()->setText(QString::fromStdString(a)); });
+    on("menu-paste",
+       [&](const std::string& a) { QMetaObject::invokeMethod(f.Find<QWidget>(a.c_str()), "paste"); });
+    player.On("focused", [&](const std::string&, std::ostream& out) {
+        out << "focus: " << QApplication::focusWidget()->objectName().toStdString() << "\n";
+    });
+    on("logon-cancel", [&](const std::string&) { f.logon.cancel = true; });
+    // answers WORD...: the answers to the next message boxes
+    on("answers", [&](const std::string& a) {
+        std::istringstream words(a);
+        const std::map<std::string, MsgAnswer> answers{{"Yes", MsgAnswer::Yes},
+                                                       {"No", MsgAnswer::No},
+                                                       {"Ok", MsgAnswer::Ok},
+                                                       {"Cancel", MsgAnswer::Cancel}};
+        f.ui.answers.clear();
+        for (std::string word; words >> word;) {
+            f.ui.answers.push_back(answers.at(word));
+        }
+    });
+    on("file",
+       [&](const std::string& a) { f.files.Answer(f.folder.File(a)); });  // the file dialog's next answer
+    // show FILE: the verdict and summary lines of a report the window wrote
+    player.On("show", [&](const std::string& a, std::ostream& out) {
+        std::istringstream report(ReadBytes(f.folder.File(a)));
+        for (std::string line; std::getline(report, line);) {
+            const bool shown = line.starts_with("Test Passed: ") || line.starts_with("TEST FAILED >>>> ") ||
+                               line.starts_with("-- Total") || line.starts_with("      ");
+            out << (shown ? "report: " + Readable(line) + "\n" : "");
+        }
+    });
+    // close accepted|refused and expect ...: a line only when it did not come true
+    player.On("close", [&](const std::string& a, std::ostream& out) {
+        out << (f.window->close() == (a == "accepted") ? "" : "(the close was not " + a + ")\n");
+    });
+    on("exit", [&](const std::string&) { f.window->findChild<QAction*>("mnuFileExit")->trigger(); });
+    // expect kept (the results and the run), reset (neither) or ended (the program)
+    player.On("expect", [&](const std::string& a, std::ostream& out) {
+        const bool run = f.state.g_pTestCollection != nullptr && f.state.g_pTestCollection->Item(1)->WasRun();
+        const bool holds = a == "kept"    ? run && f.state.g_bTestsWereRun && !f.ended
+                           : a == "reset" ? !run && !f.state.g_bTestsWereRun
+                                          : f.ended && f.state.g_pTestCollection == nullptr;
+        out << (holds ? "" : "(not " + a + ")\n");
+    });
+    // stop-before-layers-probe N: the server stops before the Nth probe of the orphaned LAYERS entries
+    on("stop-before-layers-probe", [&](const std::string& a) {
+        f.conn->InjectBefore(
+            [&f, n = std::stoi(a), probes = 0](const std::string& sql, std::size_t) mutable {
+                return f.state.stsRunFeedback.ends_with("LAYERS entries exist as tables or views") &&
+                       sql.find("WHERE 1 = 2") != std::string::npos && ++probes == n;
+            },
+            [] { PgCluster::Shared().StopServer(); });
+    });
+    on("start-server", [&](const std::string&) { PgCluster::Shared().StartServer(); });
+    return player.Play("window/" + name + ".txt");
 }
 
 }  // namespace
@@ -198,9 +256,121 @@ class WindowTest : public QObject {
         PgCluster::Shared().CreateDatabase(kHealthy, fixtures);
         PgCluster::Shared().CreateDatabase(kNullOwner, fixtures);
         PgCluster::Shared().Execute(kNullOwner, "UPDATE tsl.layers SET owner = NULL WHERE layer_id = 14;");
+        QStandardPaths::setTestModeEnabled(true);  // nothing may reach the user's own settings
     }
-    void everyStepFromStartUpToFileExit() { Play("window"); }
-    void serverStoppedAnEscapedErrorAndAPastedVersionThatDoesNotFit() { Play("window_faults"); }
+    void everyStepFromStartUpToFileExit() { QCOMPARE(Play("window"), std::string()); }
+    void versionBoxesAndArrowKeys() { QCOMPARE(Play("keyboard"), std::string()); }
+    void serverStoppedAnEscapedErrorAndAPastedVersionThatDoesNotFit() {
+        QCOMPARE(Play("window_faults"), std::string());
+    }
+
+    void inputDuringARunIsDroppedNotReplayed_data() {
+        QTest::addColumn<QString>("button");
+        QTest::newRow("a second Run Tests") << "cmdRun";
+        QTest::newRow("Clear This Status Window") << "cmdClearRunStatus";
+        QTest::newRow("Disconnect") << "cmdConnect";
+    }
+    void inputDuringARunIsDroppedNotReplayed() {
+        QFETCH(QString, button);
+        Fixture f;
+        f.Connect(WithPassword("PWD=;"));
+        QTest::mouseClick(f.Find<QPushButton>("cmdQueryType"), Qt::LeftButton);
+        auto* target = f.Find<QPushButton>(button.toUtf8().constData());
+        int clocks = 0;
+        f.state.now = [&] {
+            if (clocks++ == 0) {  // the run has started: the user clicks, and the click waits in the queue
+                const QPointF at = target->rect().center();
+                for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+                    QCoreApplication::postEvent(
+                        target, new QMouseEvent(type, at, target->mapToGlobal(at), Qt::LeftButton,
+                                                Qt::LeftButton, Qt::NoModifier));
+                }
+            }
+            return std::string("<now>");
+        };
+        QTest::mouseClick(f.Find<QPushButton>("cmdRun"), Qt::LeftButton);
+        const std::string log = f.state.rtbStatus;
+        QCOMPARE(clocks, 2);  // started and finished once
+        QCoreApplication::processEvents();
+        QTest::qWait(50);
+        QCOMPARE(f.state.rtbStatus, log);
+        QVERIFY(f.state.g_pAdoConn != nullptr);
+        QVERIFY(f.ui.shown.empty());
+        QVERIFY(log.ends_with("Test run finished at <now>"));
+    }
+
+    void settingsAreRememberedWithoutAPassword_data() {
+        QTest::addColumn<QString>("password");
+        QTest::newRow("PWD") << "PWD=secret;";
+        QTest::newRow("Password in braces") << "Password={se;cret};";
+    }
+    void settingsAreRememberedWithoutAPassword() {
+        QFETCH(QString, password);
+        const TempFolder folder;
+        const std::string typed = WithPassword(password.toStdString());
+        {
+            Fixture f(folder.File("tabvet.ini"));
+            f.Connect(typed);
+            QVERIFY(f.state.g_pAdoConn != nullptr);
+            f.files.Answer(folder.File("old.txt"));
+            QTest::mouseClick(f.Find<QPushButton>("cmdViewReport"), Qt::LeftButton);
+            f.window->setGeometry(40, 50, 700, 560);
+            f.window->findChild<QAction*>("mnuFileExit")->trigger();  // confirmed: stores the geometry
+        }
+        const std::string stored = ReadBytes(folder.File("tabvet.ini"));
+        QVERIFY2(stored.find("cret") == std::string::npos, stored.c_str());
+        QVERIFY2(stored.find(folder.Path().string()) != std::string::npos, stored.c_str());
+        Fixture next(folder.File("tabvet.ini"));
+        QCOMPARE(next.state.txtConnString, WithPassword(""));
+        QVERIFY(next.Find<QPushButton>("cmdConnect")->isEnabled());
+        QCOMPARE(next.state.reportFileName, folder.File("Tessel_Diag.txt"));
+        QCOMPARE(next.window->size(), QSize(700, 560));
+    }
+
+    void thePasswordIsMaskedAndTheStatusBarNamesTheTarget() {
+        Fixture f;
+        QCOMPARE(QApplication::focusWidget(), f.Find<QLineEdit>("txtConnString"));
+        QVERIFY(!f.window->windowIcon().isNull());
+        QTest::mouseClick(f.Find<QPushButton>("cmdCanned"), Qt::LeftButton);
+        QVERIFY(f.Find<QLineEdit>("txtConnString")->text().endsWith("User Id=tsl;Password=***"));
+        QVERIFY(f.state.txtConnString.ends_with("Password=kqv"));
+        f.Connect(WithPassword("PWD=secret;"));
+        QVERIFY(f.Find<QLineEdit>("txtConnString")->text().endsWith("PWD=******;"));
+        QCOMPARE(f.Find<QLineEdit>("txtConnString")->cursorPosition(), 0);  // its beginning shows
+        QCOMPARE(f.Find<QLabel>("stsTarget")->text(), QString("Server: 127.0.0.1   Database: gui_window"));
+        QTest::mouseClick(f.Find<QPushButton>("cmdConnect"), Qt::LeftButton);
+        QCOMPARE(f.Find<QLabel>("stsTarget")->text(), QString());
+    }
+
+    // At the minimum size every control of every tab lies inside its parent, overlaps none of its siblings
+    // and has at least the room it asks for.
+    void nothingOverlapsAtTheMinimumSize() {
+        Fixture f;
+        f.window->resize(f.window->minimumSize());
+        auto* tabs = f.Find<QTabWidget>("SSTab1");
+        for (int tab = 0; tab < tabs->count(); ++tab) {
+            tabs->setCurrentIndex(tab);
+            QApplication::processEvents();
+            QList<QWidget*> widgets = tabs->widget(tab)->findChildren<QWidget*>();
+            widgets.removeIf([](const QWidget* w) {
+                return !w->isVisible() || w->parent()->inherits("QAbstractScrollArea");
+            });
+            for (const QWidget* w : widgets) {
+                const QString where =
+                    tabs->tabText(tab) + ": " + w->objectName() + " " + w->metaObject()->className();
+                QVERIFY2(w->parentWidget()->rect().contains(w->geometry()), qPrintable(where));
+                const int needed =
+                    w->hasHeightForWidth() ? w->heightForWidth(w->width()) : w->minimumSizeHint().height();
+                QVERIFY2(w->height() >= needed && w->width() >= w->minimumSizeHint().width(),
+                         qPrintable(where));
+                for (const QWidget* other : widgets) {
+                    QVERIFY2(other == w || other->parent() != w->parent() ||
+                                 !other->geometry().intersects(w->geometry()),
+                             qPrintable(where + " overlaps " + other->objectName()));
+                }
+            }
+        }
+    }
 };
 
 QTEST_MAIN(WindowTest)

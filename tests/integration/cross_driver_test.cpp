@@ -15,6 +15,7 @@
 #include "db/odbc_connection.h"
 #include "db/recordset.h"
 #include "report/json_text.h"
+#include "support/case_file.h"
 #include "support/mariadb_server.h"
 #include "support/pg_cluster.h"
 #include "support/sent_statements.h"
@@ -193,11 +194,15 @@ class CrossDriver {
             pg_.CreateDatabase(kPgTemplate, words);
             Rebuild();
             Copy();
-        } else if (verb == "each" || verb == "then") {
+        } else if (verb == "each" || verb == "then" || verb == "hostile") {
             if (verb == "each") {
                 Rebuild();
             }
-            pg_.Execute(kPgDatabase, rest);
+            const std::string sql = verb == "hostile"
+                                        ? "SELECT fixture_hostile_rows(" +
+                                              testsupport::PgText(testsupport::FromReadable(rest)) + ")"
+                                        : rest;
+            pg_.Execute(kPgDatabase, sql);
             Copy();
             RunBoth(lastRun_);
         } else if (verb == "fingerprint") {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <set>
 #include <sstream>
@@ -241,20 +240,9 @@ TEST(Findings, NamesWithQuotesSeparatorsNonAsciiAndControlCharactersReachKeysAnd
         "INSERT INTO tsl.table_registry (registration_id, table_name, owner, rowid_column) VALUES "
         "(1, 'GONE', 'GIS', NULL), (2, 'GONE', 'GIS', ''), (3, 'GONE', 'GIS', '   '); "
         "INSERT INTO tsl.layers (layer_id, owner, table_name, spatial_column) VALUES ";
-    // As E'' literals with every byte outside printable ASCII escaped, so that the bytes arrive as written.
-    const auto literal = [](const std::string& text) {
-        std::string out = "E'";
-        for (const unsigned char c : text) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
-            out += c == '\'' || c == '\\' || c < 0x20 || c >= 0x7F ? escaped
-                                                                   : std::string(1, static_cast<char>(c));
-        }
-        return out + "'";
-    };
     for (std::size_t i = 0; i < layers.size(); ++i) {
-        sql += (i == 0 ? "(" : ", (") + std::to_string(i + 1) + ", " + literal(layers[i].first) + ", " +
-               literal(layers[i].second) + ", 'SHAPE')";
+        sql += (i == 0 ? "(" : ", (") + std::to_string(i + 1) + ", " + testsupport::PgText(layers[i].first) +
+               ", " + testsupport::PgText(layers[i].second) + ", 'SHAPE')";
     }
     PgCluster::Shared().Execute("findings_names", sql);
 
@@ -308,9 +296,18 @@ TEST(Findings, AnOrphanedEntryCheckCutShortByItsReportLimitIsMarkedTruncated) {
 }
 
 TEST(Findings, TheIndexAnalysisNamesEachSideTableAndIndexOfTheLayer) {
-    const Database database("findings_indexes",
-                            {"tessel_schema.sql", "oracle_dictionary.sql",
-                             "compressed_binary/layer_builder.sql", "compressed_binary/broken_layers.sql"});
+    // ROADS lost its feature table, PARCELS (versioned) its adds table and D41_IDX2, STREAMS has GX and GY
+    // swapped in S14_IX1; RIVERS is healthy.
+    const Database database("findings_indexes", {"tessel_schema.sql", "oracle_dictionary.sql",
+                                                 "compressed_binary/layer_builder.sql"});
+    PgCluster::Shared().Execute(
+        "findings_indexes",
+        "SELECT fixture_cb_layer('GIS', 'PARCELS', 'SHAPE', 'OBJECTID', 13, 41, p_versioned => true); "
+        "SELECT fixture_cb_layer('GIS', 'RIVERS', 'SHAPE', 'OBJECTID', 15, 43); "
+        "SELECT fixture_cb_layer('GIS', 'ROADS', 'SHAPE', 'OBJECTID', 12, 40); "
+        "SELECT fixture_cb_layer('GIS', 'STREAMS', 'SHAPE', 'OBJECTID', 14, 42); "
+        "DROP TABLE gis.f12; DROP TABLE gis.a41; DROP INDEX gis.d41_idx2; DROP INDEX gis.s14_ix1; "
+        "CREATE UNIQUE INDEX s14_ix1 ON gis.s14 (gy, gx, emaxx, emaxy, eminx, eminy, sp_fid)");
     const HeadlessRun run("findings_indexes");
     std::vector<std::string> seen;
     for (const Found& f : run.findings) {

@@ -25,10 +25,9 @@
 namespace tabvet {
 namespace {
 
-using testsupport::FaultInjectingConnection;
-using testsupport::PgCluster;
+using namespace testsupport;
+using Verdicts = std::vector<std::pair<std::string, std::string>>;  // name, result ("FAILED " first if so)
 
-constexpr const char* kLost = ">>>> Err#35: ";  // every statement after the loss
 constexpr const char* kSleepy = "fault_run_sleepy";
 constexpr const char* kOrphLyr = "LAYERS entries exist as tables or views";
 constexpr const char* kIndexAnalysis = "Tessel for Oracle Compressed Binary format complete";
@@ -38,14 +37,13 @@ constexpr const char* kIndexAnalysis = "Tessel for Oracle Compressed Binary form
 // running even on a loaded machine, where seeing it and stopping the server take a while.
 const PgCluster& Cluster() {
     static const bool built = [] {
-        const PgCluster& pg = PgCluster::Shared();
         for (const char* database : {"fault_run", "fault_sweep", kSleepy}) {
-            pg.CreateDatabase(database,
-                              {"tessel_schema.sql", "oracle_dictionary.sql", "demo/demo_schema.sql"});
+            PgCluster::Shared().CreateDatabase(
+                database, {"tessel_schema.sql", "oracle_dictionary.sql", "demo/demo_schema.sql"});
         }
-        pg.Execute(kSleepy,
-                   "ALTER TABLE tsl.layers RENAME TO layers_data; CREATE VIEW tsl.layers AS SELECT d.* "
-                   "FROM tsl.layers_data d, LATERAL (SELECT pg_sleep(2)) s;");
+        PgCluster::Shared().Execute(kSleepy,
+                                    "ALTER TABLE tsl.layers RENAME TO layers_data; CREATE VIEW tsl.layers AS "
+                                    "SELECT d.* FROM tsl.layers_data d, LATERAL (SELECT pg_sleep(2)) s;");
         return true;
     }();
     static_cast<void>(built);
@@ -67,9 +65,9 @@ void EndSession(const std::string& pid) {
     Cluster().QueryValue("postgres", "SELECT pg_terminate_backend(" + pid + ", 10000)");
 }
 
-// A verdict of a test that failed with the lost connection.
+// A result of a test that failed with the lost connection (every statement after the loss).
 bool Lost(const std::string& details) {
-    return details.rfind("FAILED ", 0) == 0 && details.find(kLost) != std::string::npos;
+    return details.starts_with("FAILED ") && details.find(">>>> Err#35: ") != std::string::npos;
 }
 
 // The window's model connected as Oracle 9.0 through a connection that breaks on cue.
@@ -93,9 +91,9 @@ struct Session {
         state.txtMajorVersion = "9";
         state.txtMinorVersion = state.txtBugfix = "0";
     }
-    // Name and result text of every test, failed ones marked.
-    std::vector<std::pair<std::string, std::string>> Verdicts() const {
-        std::vector<std::pair<std::string, std::string>> verdicts;
+    Verdicts Run() {
+        ProcessRunTests(state);
+        Verdicts verdicts;
         for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
             const IAdoTest& test = *state.g_pTestCollection->Item(i);
             verdicts.emplace_back(test.Name(), (test.Pass() ? "" : "FAILED ") + test.ResultDetails());
@@ -103,11 +101,11 @@ struct Session {
         return verdicts;
     }
     std::string Report() const {
-        testsupport::TempFolder folder;
+        TempFolder folder;
         ReportFile file = ReportFile::Open(folder.File("report.txt"));
         EXPECT_TRUE(CreateReportInFile(file, ReportContentsOf(state), state.Ui()));
         file.Close();
-        return testsupport::ReadBytes(folder.File("report.txt"));
+        return ReadBytes(folder.File("report.txt"));
     }
     // Disconnecting after a run asks first (the answer is OK) and must not wait on the dead server.
     void Disconnect() {
@@ -117,20 +115,20 @@ struct Session {
         EXPECT_EQ(state.cmdConnectCaption, "Connect");
     }
 
-    testsupport::RecordingInteraction ui;
+    RecordingInteraction ui;
     MainState state;
     FaultInjectingConnection* conn = nullptr;
 };
 
 struct Healthy {
-    std::vector<std::pair<std::string, std::string>> verdicts;
+    Verdicts verdicts;
     std::size_t statements;
 };
 Healthy HealthyRun(const std::string& database) {
     Session session(database);
     session.Connect();
-    ProcessRunTests(session.state);
-    Healthy healthy{session.Verdicts(), session.conn->Sent().size()};
+    const Verdicts verdicts = session.Run();
+    const Healthy healthy{verdicts, session.conn->Sent().size()};
     session.Disconnect();  // frees the connection
     return healthy;
 }
@@ -145,19 +143,16 @@ std::string RunWithFault(Session& session, const Healthy& healthy, FaultInjectin
         struck = session.state.stsRunFeedback.substr(session.state.stsRunFeedback.find(": ") + 2);
         fault(pid);
     });
-    EXPECT_NO_THROW(ProcessRunTests(session.state));
+    Verdicts verdicts;
+    EXPECT_NO_THROW(verdicts = session.Run());
     EXPECT_TRUE(session.conn->Injected());
     EXPECT_EQ(session.state.stsRunFeedback, "Testing complete.");
     EXPECT_TRUE(session.state.rtbStatus.ends_with("\r\nTest run finished at <now>"));
-    const auto verdicts = session.Verdicts();
     bool faulted = false;
     for (std::size_t i = 0; i < verdicts.size(); ++i) {
         faulted = faulted || verdicts[i].first == struck;
-        if (faulted) {
-            EXPECT_TRUE(Lost(verdicts[i].second)) << verdicts[i].first << ": " << verdicts[i].second;
-        } else {
-            EXPECT_EQ(verdicts[i], healthy.verdicts[i]);
-        }
+        EXPECT_TRUE(faulted ? Lost(verdicts[i].second) : verdicts[i] == healthy.verdicts[i])
+            << verdicts[i].first << ": " << verdicts[i].second;
     }
     EXPECT_TRUE(faulted) << struck;
     return struck;
@@ -188,24 +183,24 @@ TEST_P(ServerFaultRun, LaterTestsReportTheDriversErrorTheReportHoldsAllAndTheMod
     Session session("fault_run");
     session.Connect();
     int seen = 0;
-    const std::string struck = RunWithFault(
-        session, healthy,
-        [&](const std::string& sql, std::size_t) {
-            return session.state.stsRunFeedback.ends_with(point.duringTest) &&
-                   sql.find(point.statement) != std::string::npos && ++seen == point.occurrence;
-        },
-        [&](const std::string& pid) { point.stopServer ? StopServer() : EndSession(pid); });
-    EXPECT_EQ(struck, point.duringTest);
+    const auto trigger = [&](const std::string& sql, std::size_t) {
+        return session.state.stsRunFeedback.ends_with(point.duringTest) &&
+               sql.find(point.statement) != std::string::npos && ++seen == point.occurrence;
+    };
+    EXPECT_EQ(
+        RunWithFault(session, healthy, trigger,
+                     [&](const std::string& pid) { point.stopServer ? StopServer() : EndSession(pid); }),
+        point.duringTest);
     // The server's own farewell is reported exactly once, then only the loss.
     const std::string& log = session.state.rtbStatus;
     const std::string farewell = "terminating connection due to administrator command";
     EXPECT_NE(log.find(farewell), std::string::npos);
     EXPECT_EQ(log.find(farewell, log.find(farewell) + 1), std::string::npos);
     const std::string report = session.Report();
-    for (const auto& [name, details] : session.Verdicts()) {
-        const std::string line =
-            (details.rfind("FAILED ", 0) == 0 ? "TEST FAILED >>>> " : "Test Passed: ") + name;
-        EXPECT_NE(report.find(line + "\r\n"), std::string::npos) << line;
+    for (std::int16_t i = 1; i <= session.state.g_pTestCollection->Count(); ++i) {
+        const IAdoTest& test = *session.state.g_pTestCollection->Item(i);
+        const std::string line = (test.Pass() ? "Test Passed: " : "TEST FAILED >>>> ") + test.Name() + "\r\n";
+        EXPECT_NE(report.find(line), std::string::npos) << line;
     }
     EXPECT_NE(report.find("-- Total tests run: 16\r\n"), std::string::npos);
     session.Disconnect();
@@ -213,8 +208,7 @@ TEST_P(ServerFaultRun, LaterTestsReportTheDriversErrorTheReportHoldsAllAndTheMod
         StartServer();
     }
     session.Connect();
-    ProcessRunTests(session.state);
-    EXPECT_EQ(session.Verdicts(), healthy.verdicts);
+    EXPECT_EQ(session.Run(), healthy.verdicts);
     session.Disconnect();
 }
 
@@ -271,8 +265,7 @@ TEST_F(FaultTest, SessionEndedAfterConnectingFailsDetectionAndEveryTest) {
     EXPECT_EQ(session.ui.Lines(),
               std::vector<std::string>{"Unexpected Condition: Unable to determine type of database. Sorry."});
     session.Connect();  // already connected: only the type and version are chosen
-    ASSERT_NO_THROW(ProcessRunTests(session.state));
-    for (const auto& [name, details] : session.Verdicts()) {
+    for (const auto& [name, details] : session.Run()) {
         EXPECT_TRUE(Lost(details)) << name << ": " << details;
     }
     session.Disconnect();
@@ -281,12 +274,11 @@ TEST_F(FaultTest, SessionEndedAfterConnectingFailsDetectionAndEveryTest) {
 TEST_F(FaultTest, ServerStoppedAfterTheRunLosesNoResultAndAFreshConnectionRecovers) {
     Session session((Cluster(), "fault_run"));
     session.Connect();
-    ProcessRunTests(session.state);
+    session.Run();
     const std::string report = session.Report();
     StopServer();
     EXPECT_EQ(session.Report(), report);  // writing the report needs nothing from the server
-    ASSERT_NO_THROW(ProcessRunTests(session.state));
-    for (const auto& [name, details] : session.Verdicts()) {
+    for (const auto& [name, details] : session.Run()) {
         EXPECT_TRUE(Lost(details)) << name << ": " << details;
     }
     StartServer();
@@ -307,7 +299,7 @@ TEST_F(FaultTest, ServerStoppedAfterTheRunLosesNoResultAndAFreshConnectionRecove
 // would take longer), finishes, exits 1 and writes both files with every test.
 TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
     Cluster();
-    testsupport::TempFolder folder;
+    TempFolder folder;
     std::chrono::steady_clock::time_point stopped;
     std::thread stopper([&stopped] {
         for (int attempt = 0; attempt < 200 && !ServerStopped; ++attempt) {
@@ -320,8 +312,7 @@ TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
     });
-    std::ostringstream out;
-    std::ostringstream err;
+    std::ostringstream out, err;
     const int status =
         RunHeadless({"--connect", Cluster().ConnectionString(kSleepy), "--dbms", "oracle", "--tessel-version",
                      "9.0.0", "--report", folder.File("report.txt"), "--json", folder.File("results.json")},
@@ -332,12 +323,12 @@ TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
     EXPECT_LT(ended - stopped, std::chrono::milliseconds(3000));
     EXPECT_EQ(status, exit_code::kTestFailed) << err.str();
     EXPECT_NE(out.str().find("\nTest run finished at "), std::string::npos);
-    const std::string report = testsupport::ReadBytes(folder.File("report.txt"));
+    const std::string report = ReadBytes(folder.File("report.txt"));
     for (const char* line : {"Test Passed: Is database running\r\n",
                              "TEST FAILED >>>> LAYERS table existence\r\n", "-- Total tests run: 16\r\n"}) {
         EXPECT_NE(report.find(line), std::string::npos) << line;
     }
-    const std::string json = testsupport::ReadBytes(folder.File("results.json"));
+    const std::string json = ReadBytes(folder.File("results.json"));
     EXPECT_NE(json.find("\"outcome\": \"failed\""), std::string::npos) << json.substr(0, 400);
     EXPECT_NE(json.find("Err#35"), std::string::npos);
 }

@@ -1,6 +1,6 @@
 // The built program run as a scheduler would run it: a lock held by another session blocks LAYERS, and the
 // statement timeout, the time limit or SIGTERM each end the wait without losing what had completed; the
-// password stays in its file; a server that never answers is given up; chosen checks send only theirs.
+// password stays in its file; a server that never answers is given up.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -265,24 +265,6 @@ TEST(Unattended, ASecondSignalEndsTheProgramAtOnce) {
     EXPECT_EQ(waitpid(pid, &status, WNOHANG), 0) << "the first signal ended the program";
     kill(pid, SIGTERM);
     EXPECT_EQ(Wait(pid), 128 + SIGTERM);
-}
-
-TEST(Unattended, ChosenChecksSendOnlyTheirStatements) {
-    const std::pair<std::string, std::string> cases[] = {
-        {"--check=layers table existence, 1",
-         "SELECT major, minor, bugfix, release, description FROM TSL.VERSION\nSELECT table_name FROM "
-         "TSL.LAYERS\n"},
-        {"--skip=Referential Integrity,index analysis,1", "SELECT table_name FROM TSL.LAYERS\n"},
-    };
-    for (const auto& [choice, statements] : cases) {
-        SCOPED_TRACE(choice);
-        const TempFolder folder;
-        const pid_t pid = Start({"--connect", Cluster().ConnectionString(kDatabase), "--dbms", "oracle",
-                                 "--tessel-version", "9.0.0", choice},
-                                folder, {"TABVET_STATEMENT_TRACE=" + folder.File("trace")});
-        EXPECT_EQ(Wait(pid), 0) << ReadBytes(folder.File("err"));
-        EXPECT_EQ(ReadBytes(folder.File("trace")), statements);
-    }
 }
 
 }  // namespace

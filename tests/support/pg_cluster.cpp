@@ -84,4 +84,12 @@ std::string FixturePath(const std::string& relative) {
     return (std::filesystem::path(TABVET_FIXTURE_DIR) / relative).string();
 }
 
+std::string PgText(const std::string& text) {
+    std::string hex;
+    for (const unsigned char c : text) {
+        hex += std::string(1, "0123456789abcdef"[c >> 4]) + "0123456789abcdef"[c & 15];
+    }
+    return "convert_from(decode('" + hex + "', 'hex'), 'UTF8')";
+}
+
 }  // namespace tabvet::testsupport

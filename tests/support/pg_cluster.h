@@ -52,4 +52,7 @@ class PgCluster {
 /// Absolute path of a file under tests/fixtures.
 std::string FixturePath(const std::string& relative);
 
+/// A PostgreSQL expression for `text` that no content can break out of: its bytes in hex, read as UTF-8.
+std::string PgText(const std::string& text);
+
 }  // namespace tabvet::testsupport

@@ -1,16 +1,25 @@
-// The program's edges: the report's bytes against tests/fixtures/reports, the "Create Report" step with a
-// scripted dialog and editor (every way out of it, and what stays on disk), the results document, which a
-// strict reader must accept whole; then input a person gets wrong, as data: headless arguments
-// (headless_arguments.txt under tests/fixtures/unit) and version texts pasted into the boxes
-// (version_texts.txt), each with a clear outcome that leaves files and the model as they were; the about box
-// and the terminal.
-#include <regex>
+// The program's edges, as the cases of tests/fixtures/unit/reports.txt and input.txt: the report's bytes,
+// every way out of the "Create Report" step with a scripted dialog and editor (and what stays on disk), the
+// results document, which a strict reader must accept whole; headless arguments and version texts a person
+// gets wrong, each with a clear outcome that leaves files and the model as they were. Then the default report
+// path, the editor launcher, the about box and the terminal.
+#include <gtest/gtest.h>
 
+#include <chrono>
+#include <regex>
+#include <thread>
+
+#include <sys/stat.h>
+
+#include "app/headless/connect_source.h"
 #include "app/headless/console_interaction.h"
 #include "app/headless/headless_options.h"
 #include "app/headless/headless_run.h"
+#include "app/tabvet_version.h"
 #include "db/odbc_connection.h"
 #include "framework/local_time.h"
+#include "report/finding_key.h"
+#include "report/json_reader.h"
 #include "report/json_text.h"
 #include "report/report_paths.h"
 #include "report/report_writer.h"
@@ -21,181 +30,408 @@
 #include "session/server_type_selection.h"
 #include "session/startup.h"
 #include "support/fake_test.h"
-#include "support/mini_json.h"
 #include "support/scripted_connection.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
-#include "support/transcript.h"
+#include "support/temp_folder.h"
+#include "support/unit_cases.h"
 
 namespace tabvet {
 namespace {
 
 using namespace testsupport;
 
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-        text.replace(at, from.size(), to);
-    }
-    return text;
-}
-
 // Sets or (with nothing) unsets an environment variable for the rest of the process.
 void SetVariable(const char* name, const std::optional<std::string>& value) {
     value ? setenv(name, value->c_str(), 1) : unsetenv(name);
 }
 
-struct Reporting : ::testing::Test {
-    Reporting() {
-        state.now = [] { return std::string("01/02/2025 13:04:05"); };
+// The words of the report and input cases: a catalogue of fake tests, the window's model over it, a private
+// folder (shown as <folder>), a scripted file dialog and editor.
+class EdgeCases {
+  public:
+    EdgeCases() {
+        state_.now = [] { return std::string("01/02/2025 13:04:05"); };
+        state_.reportFileName = folder_.File("Tessel_Diag.txt");
+        player.Mask(
+            [this](const std::string& text) { return Replaced(text, folder_.Path().string(), "<folder>"); });
+        // test NAME|CATEGORY|DESCRIPTION|DETAILS|passed or failed|run or not run: one more fake test.
+        player.On("test", [this](const std::string& a, std::ostream&) {
+            const std::vector<std::string> f = Split(a, "|");
+            tests_.push_back({.name = f.at(0),
+                              .category = f.at(1),
+                              .description = f.at(2),
+                              .resultDetails = f.at(3),
+                              .pass = f.at(4) == "passed",
+                              .wasRun = f.at(5) == "run"});
+            state_.g_pTestCollection = FakeCatalogue(tests_);
+            state_.g_bTestsWereRun = true;
+        });
+        player.On("new-catalogue", [this](const std::string&, std::ostream&) { tests_.clear(); });
+        // report [only-failures] MAJOR.MINOR.BUGFIX DBMS-OPTION-NUMBER [last K]: the report's lines (CR LF).
+        player.On("report", [this](const std::string& a, std::ostream& out) {
+            std::vector<std::string> words = Split(a, " ");
+            state_.chkOnlyReportFailures = words[0] == "only-failures";
+            words.erase(words.begin(), words.begin() + (state_.chkOnlyReportFailures ? 1 : 0));
+            const std::vector<std::string> version = Split(words[0], ".");
+            state_.txtMajorVersion = version.at(0);
+            state_.txtMinorVersion = version.at(1);
+            state_.txtBugfix = version.at(2);
+            state_.selectedDbms = static_cast<DbmsOption>(std::stoi(words[1]));
+            const std::vector<std::string> lines = Split(ReadableLines(Written(), "\r\n"), "\n");
+            const std::size_t from = words.size() > 3 ? lines.size() - 1 - std::stoul(words[3]) : 0;
+            out << (from > 0 ? "(" + std::to_string(from) + " lines before)\n" : "");
+            for (std::size_t i = from; i + 1 < lines.size(); ++i) {
+                out << lines[i] << "\n";
+            }
+            PrintBoxes(ui_, out);
+        });
+        // create FILE [then ANSWERS] and view FILE: the report step with the dialog answering FILE (in the
+        // folder; "cancel" and "empty" as said) and the boxes ANSWERS; what is shown, started and on disk.
+        player.On("create", [this](const std::string& a, std::ostream& out) { Step(a, false, out); });
+        player.On("view", [this](const std::string& a, std::ostream& out) { Step(a, true, out); });
+        player.On("old-report", [this](const std::string& a, std::ostream&) {
+            // Longer than the new report, so a missing truncation would leave its tail behind.
+            WriteBytes(folder_.File(a), std::string(20000, 'x') + "\r\nend of the old report\r\n");
+        });
+        player.On("folder", [this](const std::string& a, std::ostream&) {
+            std::filesystem::create_directory(folder_.File(a));
+        });
+        player.On("editor", [this](const std::string& a, std::ostream&) { editor_.starts = a == "starts"; });
+        // results WHAT: no-run (results from before a connect), none (no catalogue), empty (an empty one),
+        // nothing-ran (the run flag, but no test ran).
+        player.On("results", [this](const std::string& a, std::ostream& out) {
+            state_.g_bTestsWereRun = a != "no-run";
+            std::vector<FakeTest::State> tests;
+            if (a == "no-run") {
+                tests = {{.name = "a", .pass = true, .wasRun = true}};
+            } else if (a == "nothing-ran") {
+                tests = {{.name = "a"}, {.name = "b"}};
+            }
+            state_.g_pTestCollection = a == "none" ? nullptr : FakeCatalogue(tests);
+            out << "tests counted: " << CountTestsRun(state_) << "\n";
+            PrintBoxes(ui_, out);
+        });
+        // outcomes HOW and json [first K | last K | entry N]: the results document of the fake tests (see
+        // Outcomes).
+        player.On("outcomes", [this](const std::string& a, std::ostream&) { Outcomes(a); });
+        player.On("json", [this](const std::string& a, std::ostream& out) {
+            const std::string json = ResultsJson(TargetOf(state_), *state_.g_pTestCollection, record_,
+                                                 comparison_ ? &*comparison_ : nullptr);
+            EXPECT_TRUE(ReadJson(json).value) << ReadJson(json).error << "\n" << json;
+            const std::vector<std::string> lines = Split(ReadableLines(json, "\n"), "\n");
+            // "first K", "last K" or "entry N" (the object of catalogue position N); all lines without.
+            std::size_t from = 0, to = lines.size() - 1;
+            if (a.starts_with("first")) {
+                to = std::stoul(a.substr(6));
+            } else if (a.starts_with("last")) {
+                from = to - std::stoul(a.substr(5));
+            } else if (a.starts_with("entry")) {
+                from = std::find(lines.begin(), lines.end(), "      \"position\": " + a.substr(6) + ",") -
+                       lines.begin() - 1;
+                to = std::find(lines.begin() + static_cast<long>(from), lines.end(), "    },") -
+                     lines.begin() + 1;
+            }
+            for (std::size_t i = from; i < to && i < lines.size(); ++i) {
+                out << lines[i] << "\n";
+            }
+        });
+        player.On("target", [this](const std::string& a, std::ostream&) {
+            state_.selectedDbms = static_cast<DbmsOption>(std::stoi(a));
+            state_.g_sTslSystemTableDatabase = "TSL";
+        });
+        OnValue(player, "json-string", [](const std::string& a) { return JsonString(a); });
+        OnValue(player, "local-time", [](const std::string& a) {
+            SetVariable("TZ", a);
+            tzset();
+            return IsoLocalTime(std::chrono::system_clock::from_time_t(86400 * 365) +
+                                std::chrono::milliseconds(1250));
+        });
+        // args "A" "B"...: a headless run with those arguments; its exit status, the first line of its output
+        // and its errors. "parse" before the arguments only parses them.
+        // report-path TEMP TMPDIR ("-" unset): the report file start-up offers.
+        OnValue(player, "report-path", [](const std::string& a) {
+            SetVariable("TEMP", FirstWord(a).first == "-" ? std::nullopt : std::optional(FirstWord(a).first));
+            SetVariable("TMPDIR",
+                        FirstWord(a).second == "-" ? std::nullopt : std::optional(FirstWord(a).second));
+            RecordingInteraction ui;
+            MainState state(ui, NewOdbcConnection);
+            return StartUp(state) ? state.reportFileName : "(no start)";
+        });
+        OnValue(player, "about", [](const std::string& a) {
+            const std::vector<std::string> v = Split(a, ".");
+            const AboutTexts texts = MakeAboutTexts(std::stoi(v[0]), std::stoi(v[1]), std::stoi(v[2]));
+            return texts.caption + " | " + texts.title + " | " + texts.version;
+        });
+        // sysinfo PATH FOLDER starts|fails: the system information looked up in a scripted registry (PATH
+        // under MSINFO, FOLDER under Shared Tools Location, "-" when missing); what started, or the box.
+        OnValue(player, "sysinfo", [](const std::string& a) {
+            const std::vector<std::string> w = Split(a, " ");
+            std::string started;
+            RecordingInteraction ui;
+            const SysInfoLocator scripted{
+                [&](const std::string& key, const std::string&) -> std::optional<std::string> {
+                    const std::string& value = key.ends_with("MSINFO") ? w.at(0) : w.at(1);
+                    return value == "-" ? std::nullopt : std::optional(value);
+                },
+                [](const std::string&) { return true; },
+                [&](const std::string& program) { return started = program, w.at(2) == "starts"; }};
+            StartSysInfo(scripted, ui);
+            return ui.shown.empty() ? "started " + started : ui.Lines().at(0);
+        });
+        player.On("args", [this](const std::string& a, std::ostream& out) { Arguments(a, out); });
+        player.On("resolve", [this](const std::string& a, std::ostream& out) { Resolve(a, out); });
+        // version-boxes MAJOR|MINOR|BUGFIX: typed into a window connected to a server that answers nothing,
+        // then run; then the same with 9|0|0.
+        player.On("version-boxes", [](const std::string& a, std::ostream& out) { VersionTexts(a, out); });
     }
 
+    CasePlayer player;
+
+  private:
     std::string Written() {
-        const std::string path = folder.File("written.out");
+        const std::string path = folder_.File("written.out");
         ReportFile file = ReportFile::Open(path);
-        EXPECT_TRUE(CreateReportInFile(file, ReportContentsOf(state), state.Ui()));
+        EXPECT_TRUE(CreateReportInFile(file, ReportContentsOf(state_), state_.Ui()));
         file.Close();
         return ReadBytes(path);
     }
 
-    RecordingInteraction ui;
-    MainState state{ui, NewOdbcConnection};
-    TempFolder folder;
-};
+    void Step(const std::string& argument, bool view, std::ostream& out) {
+        const std::vector<std::string> parts = Split(argument, " then ");
+        const std::string& name = parts[0];
+        const std::optional<std::string> answer =
+            name == "cancel" ? std::nullopt
+                             : std::optional<std::string>(name == "empty" ? "" : folder_.File(name));
+        dialog_.Answer(answer);
+        ui_.answers.clear();
+        for (const std::string& word : parts.size() > 1 ? Split(parts[1], " ") : std::vector<std::string>{}) {
+            ui_.answers.push_back(word == "Yes" ? MsgAnswer::Yes : MsgAnswer::No);
+        }
+        const std::string report = Written();
+        view ? ViewReportClick(state_, dialog_, editor_) : CreateNewReport(state_, dialog_, editor_);
+        for (const auto& d : dialog_.shown) {
+            out << "dialog: " << d << "\n";
+        }
+        for (const auto& box : ui_.shown) {
+            out << "box: " << Readable(box.title + ": " + box.text) << " [" << static_cast<int>(box.buttons)
+                << " " << static_cast<int>(box.icon) << "]\n";
+        }
+        for (const auto& e : editor_.launched) {
+            out << "editor: " << e << "\n";
+        }
+        if (answer && !answer->empty()) {
+            const std::string bytes = ReadBytes(*answer);
+            out << "file: "
+                << (bytes == report ? "the report"
+                                    : Readable(bytes.substr(bytes.size() > 30 ? bytes.size() - 30 : 0)))
+                << "\n";
+        }
+        dialog_.shown.clear();
+        ui_.shown.clear();
+        editor_.launched.clear();
+    }
 
-// The catalogues and the cases are in tests/fixtures/unit/report_cases.txt.
-TEST_F(Reporting, WritesTheDesignedLayoutByteForByte) {
-    std::map<std::string, std::vector<FakeTest::State>> catalogues;
-    for (const auto& [heading, rows] : Sections("report_cases")) {
-        for (const std::vector<std::string>& f : rows) {
-            if (heading != "reports") {
-                catalogues[heading].push_back({.name = f.at(0),
-                                               .category = f.at(1),
-                                               .description = f.at(2),
-                                               .resultDetails = f.at(3),
-                                               .pass = f.at(4) == "1",
-                                               .wasRun = f.at(5) == "1"});
-                continue;
-            }
-            SCOPED_TRACE(f.at(0));
-            state.g_pTestCollection = FakeCatalogue(catalogues.at(f.at(1)));
-            state.chkOnlyReportFailures = f.at(2) == "1";
-            state.txtMajorVersion = f.at(3);
-            state.txtMinorVersion = f.at(4);
-            state.txtBugfix = f.at(5);
-            state.selectedDbms = static_cast<DbmsOption>(std::stoi(f.at(6)));
-            EXPECT_EQ(Written(), ReadBytes(FixturePath("reports/" + f[0])));
+    // One catalogue entry for each way an entry can end up, and their outcomes in the run record: "failed"
+    // (a failed run), "error" (the second test ended the run), "earlier" (its failed verdict is from an
+    // earlier run), "none" (an empty catalogue), "findings" (the failed test's findings against a baseline).
+    void Outcomes(const std::string& how) {
+        state_.selectedDbms = DbmsOption::Oracle;
+        state_.txtMajorVersion = "9";
+        state_.txtMinorVersion = "1";
+        state_.txtBugfix = "0";
+        record_.started = "2025-02-01T13:04:05.000+01:00";
+        record_.finished = "2025-02-01T13:04:06.500+01:00";
+        state_.g_pTestCollection = FakeCatalogue({
+            {.name = "passes",
+             .category = "Environment",
+             .resultDetails = "fine",
+             .pass = true,
+             .wasRun = true},
+            {.name = "fails",
+             .resultDetails = "\r\n>>>> \"GIS\".ROADS\r\n>>>> Stra\xC3\x9F"
+                              "e",
+             .wasRun = true},
+            {.name = "switched off", .enabled = false},
+            {.name = "too new", .versionRule = VersionRule::V4},
+            {.name = "not for oracle", .oracle = false},
+            {.name = "after the error"},
+        });
+        record_.tests = {{.verdict = Verdict::Passed, .durationMs = 12.5},
+                         {.verdict = Verdict::Failed, .durationMs = 0.25},
+                         {.notRunReason = NotRunReason::Disabled},
+                         {.notRunReason = NotRunReason::Version},
+                         {.notRunReason = NotRunReason::Dbms},
+                         {.notRunReason = NotRunReason::Aborted}};
+        record_.end = RunEnd::Completed;
+        record_.error.reset();
+        comparison_.reset();
+        if (how == "findings") {
+            // A missing table with the driver's error, new; a missing index the baseline accepts with a
+            // reason; the limit cut the check short. The first test looked at everything and no longer finds
+            // what the baseline holds for it.
+            Finding table{.kind = FindingKind::MissingTableOrView};
+            table.identity.Set(IdentityField::Owner, "GIS").Set(IdentityField::Table, "WELLS");
+            table.driverErrors = {AdoError(1, "ERROR: relation \"gis.wells\" does not exist", "42P01")};
+            Finding index{.kind = FindingKind::MissingIndex};
+            index.identity.Set(IdentityField::Column, std::nullopt).Set(IdentityField::Index, "F12_UK1");
+            record_.tests[0].examined = true;
+            record_.tests[1] = {.verdict = Verdict::Failed,
+                                .durationMs = 0.25,
+                                .findings = {table, index},
+                                .truncated = true,
+                                .examined = true};
+            comparison_ = CompareWithBaseline(
+                Baseline{{{.position = 2, .key = FindingKey(index), .reason = "rebuilt in May"},
+                          {.position = 1,
+                           .key = R"(["missing-index",{"index":"GONE"}])",
+                           .kind = "missing-index"}}},
+                record_);
+        } else if (how == "error") {
+            record_.tests[1] = {.verdict = Verdict::Error, .durationMs = 0.25};
+            record_.end = RunEnd::EscapedError;
+            record_.error = "Run-time error '94': Invalid use of Null";
+        } else if (how == "earlier") {
+            record_.tests[1] = {.notRunReason = NotRunReason::Aborted};
+        } else if (how == "none") {
+            state_.g_pTestCollection = FakeCatalogue({});
         }
     }
-    EXPECT_EQ(catalogues.size(), 3u);
-    // The check box and the boxes are read when writing, and copied as typed.
+
+    // The folder holds "a file", "report.txt", and connection files: "private" (0600), "shared" (0644) and
+    // "empty" (0600). A file must be left as it was; the password pw1 must show nowhere.
+    void Arguments(const std::string& argument, std::ostream& out) {
+        for (const auto& [name, text, mode] : {std::tuple{"a file", "x", 0644},
+                                               {"report.txt", "yesterday's report", 0644},
+                                               {"private", "DSN=gis;PWD=pw1\r\n", 0600},
+                                               {"shared", "DSN=gis;PWD=pw1\n", 0644},
+                                               {"empty", "\n", 0600}}) {
+            WriteBytes(folder_.File(name), text);
+            chmod(folder_.File(name).c_str(), mode);
+        }
+        std::vector<std::string> args;
+        const std::regex quoted("\"([^\"]*)\"");
+        for (auto it = std::sregex_iterator(argument.begin(), argument.end(), quoted);
+             it != std::sregex_iterator(); ++it) {
+            args.push_back(Replaced((*it)[1].str(), "<folder>", folder_.Path().string()));
+        }
+        if (argument.starts_with("parse")) {
+            const ParsedArguments parsed =
+                ParseHeadlessArguments(args, argument.starts_with("parse environment"));
+            const HeadlessOptions o = parsed.options.value_or(HeadlessOptions{});
+            out << (parsed.options
+                        ? "options: " + o.connect + " | " + o.database.value_or("-") + " | " +
+                              o.report.value_or("-") + " | " + o.json.value_or("-") + " | " +
+                              std::to_string(o.onlyFailures) + " | source " +
+                              std::to_string(static_cast<int>(o.connectSource)) + " " + o.connectFile +
+                              " | timeouts " + std::to_string(o.loginTimeout.value_or(15)) + "/" +
+                              std::to_string(o.statementTimeout.value_or(30)) + ", limit " +
+                              std::to_string(o.timeLimit)
+                        : "error: " + parsed.error)
+                << "\n";
+            return;
+        }
+        std::ostringstream stdOut, stdErr;
+        out << "exit " << RunHeadless(args, stdOut, stdErr) << ": "
+            << Readable(Replaced(stdErr.str(), HeadlessUsage(), "<usage>"))
+            << "\n"
+            // The version is the build's own, so that raising it changes no expected file.
+            << ReadableLines(
+                   Replaced(stdOut.str(), std::string("tabvet ") + kVersionText, "tabvet <version>"), "\n");
+        EXPECT_EQ((stdOut.str() + stdErr.str()).find("pw1"), std::string::npos);
+        EXPECT_EQ(ReadBytes(folder_.File("report.txt")), "yesterday's report");
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 5);
+    }
+
+    // resolve SOURCE VALUE: the connection string from the argument, a file of the folder, standard input or
+    // the environment; what it resolves to and what is said on the way.
+    void Resolve(const std::string& argument, std::ostream& out) {
+        const auto [source, value] = FirstWord(argument);
+        HeadlessOptions options;
+        options.connectSource = source == "argument" ? ConnectSource::Argument
+                                : source == "file"   ? ConnectSource::File
+                                : source == "stdin"  ? ConnectSource::StandardInput
+                                                     : ConnectSource::Environment;
+        options.connect = source == "argument" ? value : "";
+        options.connectFile = folder_.File(value);
+        std::istringstream in(value);
+        std::ostringstream err;
+        const bool ok = ResolveConnectionString(options, in, value, err);
+        out << Readable(ok ? options.connect : "(failed)") << " | " << Readable(err.str()) << "\n";
+        EXPECT_EQ(err.str().find("pw1"), std::string::npos);
+    }
+
+    static void VersionTexts(const std::string& argument, std::ostream& out) {
+        RecordingInteraction ui;
+        MainState state(ui, NewOdbcConnection);
+        ASSERT_TRUE(StartUp(state));
+        auto conn = std::make_unique<ScriptedConnection>();
+        conn->Open("");
+        state.g_pAdoConn = std::move(conn);
+        OptionClick(state, DbmsOption::Oracle);
+        state.now = [] { return std::string("<now>"); };
+        state.rtbStatus = "earlier log";
+        state.stsRunFeedback = "earlier progress";
+        // Then the corrected boxes, which must run every test as usual.
+        for (const std::vector<std::string>& boxes :
+             {Split(argument, "|"), std::vector<std::string>{"9", "0", "0"}}) {
+            state.txtMajorVersion = boxes.at(0);
+            state.txtMinorVersion = boxes.at(1);
+            state.txtBugfix = boxes.at(2);
+            const std::string raised = Outcome([&] { ProcessRunTests(state); });
+            int ran = 0;
+            for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
+                ran += state.g_pTestCollection->Item(i)->WasRun() ? 1 : 0;
+            }
+            if (boxes[0] == "9" && boxes[1] == "0" && boxes[2] == "0") {
+                EXPECT_EQ(raised + " " + state.stsRunFeedback + " " + std::to_string(ran),
+                          "done Testing complete. 16");
+                continue;
+            }
+            out << (raised == "done" ? "" : "raised " + raised + " | ") << state.stsRunFeedback
+                << " | tests run: " << ran << " | log kept: " << (state.rtbStatus == "earlier log") << "\n";
+            PrintBoxes(ui, out);
+        }
+    }
+
+    RecordingInteraction ui_;
+    MainState state_{ui_, NewOdbcConnection};
+    TempFolder folder_;
+    ScriptedFileDialog dialog_;
+    ScriptedEditorLauncher editor_;
+    std::vector<FakeTest::State> tests_;
+    RunRecord record_;
+    std::optional<BaselineComparison> comparison_;
+};
+
+TEST(EdgeCases, ReportsAndTheReportStep) {
+    EXPECT_EQ(EdgeCases().player.Play("unit/reports.txt"), "");
+}
+
+TEST(EdgeCases, HeadlessArgumentsAndVersionTextsAPersonGetsWrong) {
+    EXPECT_EQ(EdgeCases().player.Play("unit/input.txt"), "");
+}
+
+// The check box and the boxes are read when writing, and copied as typed; a report without a file is an
+// unexpected error.
+TEST(Reporting, TheVersionIsCopiedAsTypedAndAReportNeedsAFile) {
+    RecordingInteraction ui;
+    MainState state(ui, NewOdbcConnection);
+    state.g_pTestCollection = FakeCatalogue({{.name = "a", .pass = true, .wasRun = true}});
     state.txtMajorVersion = "9x";
-    EXPECT_NE(Written().find("\r\n      Tessel Version 9x.1.0\r\n"), std::string::npos);
+    state.txtMinorVersion = "1";
+    state.txtBugfix = "0";
+    const TempFolder folder;
+    ReportFile file = ReportFile::Open(folder.File("r.txt"));
+    EXPECT_TRUE(CreateReportInFile(file, ReportContentsOf(state), state.Ui()));
+    file.Close();
+    EXPECT_NE(ReadBytes(folder.File("r.txt")).find("\r\n      Tessel Version 9x.1.0\r\n"), std::string::npos);
     EXPECT_TRUE(ui.shown.empty());
     ReportFile none;
     EXPECT_FALSE(CreateReportInFile(none, ReportContentsOf(state), state.Ui()));
     EXPECT_EQ(ui.Lines(),
               std::vector<std::string>{"Unexpected error: No file number passed to CreateReportInFile"});
     EXPECT_EQ(ui.shown[0].icon, MsgIcon::Critical);
-}
-
-// Every way through "Create Report" and "View Report", printed with the boxes, dialogs, editor starts and
-// what the chosen file holds afterwards (folder names shown as <folder>).
-struct ReportFlow : Reporting {
-    ReportFlow() : t("report_flow") {
-        state.g_pTestCollection =
-            FakeCatalogue({{.name = "Is database running", .pass = true, .wasRun = true},
-                           {.name = "LAYERS table existence", .wasRun = true}});
-        state.g_bTestsWereRun = true;
-        state.reportFileName = folder.File("Tessel_Diag.txt");
-        report = Written();
-    }
-    std::string Shown(const std::string& text) { return Replaced(text, folder.Path().string(), "<folder>"); }
-    void Step(const std::string& label, std::optional<std::string> answer,
-              std::vector<MsgAnswer> answers = {}, bool view = false) {
-        t.Case(label);
-        dialog.Answer(answer);
-        ui.answers.assign(answers.begin(), answers.end());
-        view ? ViewReportClick(state, dialog, editor) : CreateNewReport(state, dialog, editor);
-        for (const auto& d : dialog.shown) {
-            t.Line("dialog", Shown(d));
-        }
-        for (const auto& box : ui.shown) {
-            t.Line("box", Shown(box.title + ": " + box.text) + " [" +
-                              std::to_string(static_cast<int>(box.buttons)) + " " +
-                              std::to_string(static_cast<int>(box.icon)) + "]");
-        }
-        for (const auto& e : editor.launched) {
-            t.Line("editor", Shown(e));
-        }
-        if (answer && !answer->empty()) {
-            const std::string bytes = ReadBytes(*answer);
-            t.Line("file",
-                   bytes == report ? "the report" : bytes.substr(bytes.size() > 30 ? bytes.size() - 30 : 0));
-        }
-        dialog.shown.clear();
-        ui.shown.clear();
-        editor.launched.clear();
-    }
-
-    Transcript t;
-    ScriptedFileDialog dialog;
-    ScriptedEditorLauncher editor;
-    std::string report;
-};
-
-TEST_F(ReportFlow, EveryWayOutOfTheReportStepAndWhatStaysOnDisk) {
-    const std::string path = folder.File("old report.txt");
-    // Longer than the new report, so a missing truncation would leave its tail behind.
-    WriteBytes(path, std::string(20000, 'x') + "\r\nend of the old report\r\n");
-    Step("cancel", std::nullopt);
-    Step("empty name", "");
-    Step("existing file, No", path, {MsgAnswer::No});
-    Step("existing file, Yes, then no viewing", path, {MsgAnswer::Yes, MsgAnswer::No});
-    Step("unwritable folder", folder.File("no such folder/report.txt"));
-    std::filesystem::create_directory(folder.File("my reports"));
-    Step("viewing starts the editor", folder.File("my reports/Tessel Diag; today.txt"), {MsgAnswer::Yes});
-    Step("the next report offers the same path", std::nullopt);
-    editor.starts = false;
-    Step("an editor that cannot start", folder.File("report.txt"), {MsgAnswer::Yes});
-    state.g_pTestCollection.reset();
-    state.g_bTestsWereRun = false;
-    Step("viewing needs no run; cancel is silent", std::nullopt, {}, true);
-    editor.starts = true;
-    Step("viewing another report", folder.File("older report.txt"), {}, true);
-    // No results: the reason is said once when counting and again, with the general box, on creating.
-    const std::vector<std::pair<const char*, std::optional<std::vector<FakeTest::State>>>> noResults = {
-        {"no run since connect", std::vector<FakeTest::State>{{.name = "a", .pass = true, .wasRun = true}}},
-        {"no catalogue", std::nullopt},
-        {"empty catalogue", std::vector<FakeTest::State>{}},
-        {"run flag but nothing ran", std::vector<FakeTest::State>{{.name = "a"}, {.name = "b"}}}};
-    for (const auto& [label, catalogue] : noResults) {
-        state.g_bTestsWereRun = std::string(label) != "no run since connect";
-        state.g_pTestCollection = catalogue ? FakeCatalogue(*catalogue) : nullptr;
-        Step(label, folder.File("never.txt"));
-        t.Line("tests counted", std::to_string(CountTestsRun(state)));
-        ui.shown.clear();
-    }
-}
-
-TEST(DefaultReportPath, StartUpOffersTheFirstTemporaryFolderThatIsSet) {
-    const struct {
-        std::optional<std::string> temp, tmpdir;
-        const char* expected;
-    } cases[] = {
-        {"/data/temp", "/other", "/data/temp/Tessel_Diag.txt"},
-        {"", "/other", "/other/Tessel_Diag.txt"},
-        {"", "", "/tmp/Tessel_Diag.txt"},
-        {std::nullopt, std::nullopt,
-         "/tmp/Tessel_Diag.txt"},  // last: the other tests need a temporary folder
-    };
-    for (const auto& c : cases) {
-        SetVariable("TEMP", c.temp);
-        SetVariable("TMPDIR", c.tmpdir);
-        RecordingInteraction ui;
-        MainState state(ui, NewOdbcConnection);
-        ASSERT_TRUE(StartUp(state));
-        EXPECT_EQ(state.reportFileName, c.expected);
-    }
 }
 
 // The real launcher: no shell in between, and a program that is not there is a failed start.
@@ -214,121 +450,16 @@ TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMis
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-// Headings are the arguments, each in double quotes; "parse" first only parses them. <folder> stands for
-// a folder that holds "a file" and "report.txt".
-TEST(HeadlessArguments, EachMistakeIsOneLineThenTheUsageAndExitTwoAndNoFileIsTouched) {
-    const std::vector<std::string> headings = CaseHeadings("headless_arguments");
-    ASSERT_FALSE(headings.empty());
-    Transcript t("headless_arguments");
-    for (const std::string& heading : headings) {
-        TempFolder folder;
-        WriteBytes(folder.File("a file"), "x");
-        WriteBytes(folder.File("report.txt"), "yesterday's report");
-        std::vector<std::string> args;
-        const std::regex quoted("\"([^\"]*)\"");
-        for (auto it = std::sregex_iterator(heading.begin(), heading.end(), quoted);
-             it != std::sregex_iterator(); ++it) {
-            args.push_back(Replaced((*it)[1].str(), "<folder>", folder.Path().string()));
-        }
-        t.Case(heading);
-        if (heading.starts_with("parse")) {
-            const ParsedArguments parsed = ParseHeadlessArguments(args);
-            t.Line("error", parsed.error);
-            if (parsed.options) {
-                const HeadlessOptions& o = *parsed.options;
-                t.Line("options", o.connect + " | " + o.database.value_or("-") + " | " +
-                                      o.report.value_or("-") + " | " + o.json.value_or("-") + " | " +
-                                      std::to_string(o.onlyFailures));
-            }
-            continue;
-        }
-        std::ostringstream out, err;
-        t.Line("exit", std::to_string(RunHeadless(args, out, err)));
-        t.Line("out", out.str().substr(0, out.str().find('\n')));
-        t.Line("err",
-               Replaced(Replaced(err.str(), HeadlessUsage(), "<usage>"), folder.Path().string(), "<folder>"));
-        std::string files;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
-            files += entry.path().filename().string() + "; ";
-        }
-        t.Line("files", files + ReadBytes(folder.File("report.txt")));
-    }
-}
-
-// Headings are the three boxes separated by '|', typed into a window that is connected to a server that
-// answers nothing, so a run goes through every applicable test without a database.
-TEST(VersionTexts, RunTellWhyNotOrRaiseOverflowWithoutChangingAnythingAndTheCorrectedBoxesRun) {
-    Transcript t("version_texts");
-    for (const std::string& heading : CaseHeadings("version_texts")) {
-        RecordingInteraction ui;
-        MainState state(ui, NewOdbcConnection);
-        ASSERT_TRUE(StartUp(state));
-        auto conn = std::make_unique<ScriptedConnection>();
-        conn->Open("");
-        state.g_pAdoConn = std::move(conn);
-        OptionClick(state, DbmsOption::Oracle);
-        state.now = [] { return std::string("<now>"); };
-        state.rtbStatus = "earlier log";
-        state.stsRunFeedback = "earlier progress";
-        t.Case(heading);
-        for (const std::vector<std::string>& boxes :
-             {Fields(heading), std::vector<std::string>{"9", "0", "0"}}) {
-            state.txtMajorVersion = boxes[0];
-            state.txtMinorVersion = boxes[1];
-            state.txtBugfix = boxes[2];
-            t.Try("raised", [&] { ProcessRunTests(state); });
-            int ran = 0;
-            for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
-                ran += state.g_pTestCollection->Item(i)->WasRun() ? 1 : 0;
-            }
-            t.Line(boxes[0] + "." + boxes[1] + "." + boxes[2],
-                   state.stsRunFeedback + " | tests run: " + std::to_string(ran) +
-                       " | log kept: " + std::to_string(state.rtbStatus == "earlier log"));
-            t.Boxes(ui);
-        }
-    }
-}
-
-// The about box (only the last resort of the lookup is reachable off Windows, so its order is checked with a
-// scripted registry), and a terminal where the log (standard output) and progress (standard error) share one
-// screen.
-TEST(AboutBox, TextsAndTheSystemInformationLookupOrder) {
-    const AboutTexts texts = MakeAboutTexts(1, 2, 30);
-    EXPECT_EQ(texts.caption + " | " + texts.title + " | " + texts.version,
-              "About Tessel System Table Diagnostics | Tessel System Table Diagnostics | Version 1.2.30");
-    const std::string path = "SOFTWARE\\Microsoft\\Shared Tools\\MSINFO|PATH";
-    const std::string folder = "SOFTWARE\\Microsoft\\Shared Tools Location|MSINFO";
-    const std::string unavailable = ": System Information Is Unavailable At This Time";
-    const struct {
-        std::map<std::string, std::string> registry;  // "key|value name" -> value
-        bool starts;
-        std::string outcome;  // what started, or the box
-    } cases[] = {
-        {{{path, "C:\\x\\msinfo32.exe"}, {folder, "C:\\y"}}, true, "C:\\x\\msinfo32.exe"},
-        {{{folder, "C:\\y"}}, true, "C:\\y\\MSINFO32.EXE"},
-        {{}, true, unavailable},
-        {{{path, "C:\\x\\msinfo32.exe"}}, false, unavailable},
-    };
-    for (const auto& c : cases) {
-        RecordingInteraction ui;
-        std::string started;
-        SysInfoLocator locator{
-            [&](const std::string& key, const std::string& name) -> std::optional<std::string> {
-                const auto it = c.registry.find(key + "|" + name);
-                return it == c.registry.end() ? std::nullopt : std::optional<std::string>(it->second);
-            },
-            [](const std::string&) { return true; },
-            [&](const std::string& program) { return started = program, c.starts; }};
-        StartSysInfo(locator, ui);
-        EXPECT_EQ(ui.shown.empty() ? started : ui.Lines().at(0), c.outcome);
-    }
-    RecordingInteraction ui;
 #ifndef _WIN32
+// Off Windows only the last resort of the system information lookup is reachable.
+TEST(AboutBox, SystemInformationIsUnavailableOffWindows) {
+    RecordingInteraction ui;
     StartSysInfo(PlatformSysInfoLocator(), ui);
-    EXPECT_EQ(ui.Lines(), std::vector<std::string>{unavailable});
-#endif
+    EXPECT_EQ(ui.Lines(), std::vector<std::string>{": System Information Is Unavailable At This Time"});
 }
+#endif
 
+// A terminal where the log (standard output) and progress (standard error) share one screen.
 TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
     for (const bool shared : {true, false}) {
         RecordingInteraction ui;
@@ -351,77 +482,8 @@ TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
 }
 
 // Last: it changes the time zone of the process.
-TEST(ResultsJson, DocumentsStringsAndTimesAsDesigned) {
-    Transcript t("results_json");
-    RecordingInteraction ui;
-    MainState state(ui, NewOdbcConnection);
-    state.selectedDbms = DbmsOption::Oracle;
-    state.txtMajorVersion = "9";
-    state.txtMinorVersion = "1";
-    state.txtBugfix = "0";
-    RunRecord record;
-    record.started = "2025-02-01T13:04:05.000+01:00";
-    record.finished = "2025-02-01T13:04:06.500+01:00";
-    // One entry for each way a catalogue entry can end up.
-    state.g_pTestCollection = FakeCatalogue({
-        {.name = "passes", .category = "Environment", .resultDetails = "fine", .pass = true, .wasRun = true},
-        {.name = "fails",
-         .resultDetails = "\r\n>>>> \"GIS\".ROADS\r\n>>>> Stra\xC3\x9F"
-                          "e",
-         .wasRun = true},
-        {.name = "switched off", .enabled = false},
-        {.name = "too new", .versionRule = VersionRule::V4},
-        {.name = "not for oracle", .oracle = false},
-        {.name = "after the error"},
-    });
-    record.tests = {{.verdict = Verdict::Passed, .durationMs = 12.5},
-                    {.verdict = Verdict::Failed, .durationMs = 0.25},
-                    {.notRunReason = NotRunReason::Disabled},
-                    {.notRunReason = NotRunReason::Version},
-                    {.notRunReason = NotRunReason::Dbms},
-                    {.notRunReason = NotRunReason::Aborted}};
-    const auto document = [&](const std::string& label) {
-        t.Case(label);
-        const std::string json = ResultsJson(TargetOf(state), *state.g_pTestCollection, record);
-        EXPECT_NO_THROW((void)JsonParser::Parse(json)) << json;
-        t.Line("json", json);
-    };
-    document("failed run");
-    record.tests[1] = {.verdict = Verdict::Error, .durationMs = 0.25};
-    record.end = RunEnd::EscapedError;
-    record.error = "Run-time error '94': Invalid use of Null";
-    document("ended by an escaped error");
-    record.tests[1] = {.notRunReason = NotRunReason::Aborted};
-    record.end = RunEnd::Completed;
-    record.error.reset();
-    document("the failing verdict is from an earlier run");
-    state.g_pTestCollection = FakeCatalogue({});
-    state.g_sTslSystemTableDatabase = "TSL";
-    for (const DbmsOption dbms :
-         {DbmsOption::SqlServer, DbmsOption::Informix, DbmsOption::DB2, DbmsOption::None}) {
-        state.selectedDbms = dbms;
-        document("target " + std::to_string(static_cast<int>(dbms)));
-    }
-    t.Case("strings");
-    std::string ascii;
-    for (int c = 0; c < 128; ++c) {
-        ascii.push_back(static_cast<char>(c));
-    }
-    for (const std::string& text :
-         {std::string("nul\0end", 7), ascii,
-          std::string("Stra\xC3\x9F"
-                      "e \xE2\x82\xAC \xF0\x9F\x97\xBA"),
-          std::string("latin1 \xFC!"), std::string("cut \xC3"), std::string("overlong \xC0\xAF"),
-          std::string("surrogate \xED\xA0\x80"), std::string("stray \x80 continuation")}) {
-        t.Line(text, JsonString(text));
-    }
-    t.Case("local times with milliseconds and offset");
-    const auto time = std::chrono::system_clock::from_time_t(86400 * 365) + std::chrono::milliseconds(1250);
-    for (const char* zone : {"UTC0", "NST3:30"}) {
-        SetVariable("TZ", zone);
-        tzset();
-        t.Line(zone, IsoLocalTime(time));
-    }
+TEST(EdgeCases, TheResultsDocumentItsStringsAndTimes) {
+    EXPECT_EQ(EdgeCases().player.Play("unit/results_json.txt"), "");
 }
 
 }  // namespace

@@ -1,163 +1,195 @@
-// The data-access layer and the first steps without a server: connection strings and the single-statement
-// rule, system-table names and probes for every server type, the error-list text, cursor flags, the
-// conversions that decide whether a check reads a value or ends the run, the logon dialog's string, the
-// version boxes, and the probing order of detection down to the last naming style.
+// The data-access layer and the first steps without a server, as the cases of tests/fixtures/unit/
+// data_access.txt and conversions.txt (connection strings and the single-statement rule, system-table names
+// and probes for every server type, the error-list text, cursor flags, the conversions that decide whether a
+// check reads a value or ends the run, the version boxes); then the logon dialog's string and the probing
+// order of detection down to the last naming style.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
 #include "db/conn_error_string.h"
 #include "db/connection_string.h"
+#include "db/connection_string_pairs.h"
 #include "db/odbc_connection.h"
 #include "db/qual_db_obj_name.h"
 #include "db/recordset.h"
 #include "db/statement_guard.h"
 #include "db/utf16.h"
 #include "db/value.h"
+#include "report/report_paths.h"
 #include "session/connection_handling.h"
+#include "session/connection_string_box.h"
 #include "session/odbc_logon.h"
+#include "session/remembered_settings.h"
 #include "session/run_step.h"
 #include "session/server_type_detection.h"
 #include "session/server_type_selection.h"
+#include "session/version_box_input.h"
 #include "support/scripted_connection.h"
-#include "support/transcript.h"
+#include "support/temp_folder.h"
+#include "support/unit_cases.h"
 
 namespace tabvet {
 namespace {
 
 using namespace testsupport;
 
-// Headings are connection strings and statements: what the driver is given, and whether it may be sent.
-TEST(ConnectionStrings, KeywordsAreTranslatedValuesCopiedAsWrittenAndOnlySingleStatementsSent) {
-    Transcript t("connection_strings");
-    for (const std::string& text : CaseHeadings("connection_strings")) {
-        t.Case(text);
-        t.Line("translated", TranslateConnectionString(text));
-        t.Line("single statement", std::to_string(IsSingleStatement(text)));
+// The words of tests/fixtures/unit/data_access.txt and conversions.txt. The data-access words act on one
+// scripted connection, one recordset and one error formatter that live through the whole file; the namer
+// words on one namer.
+class DataAccessCases {
+  public:
+    DataAccessCases() {
+        OnValue(player, "translate", [](const std::string& a) { return TranslateConnectionString(a); });
+        OnValue(player, "single", [](const std::string& a) { return IsSingleStatement(a); });
+        // namer [CODE DATABASE]: set up (or not), then every name and probe it builds.
+        player.On("namer", [this](const std::string& a, std::ostream& out) {
+            if (!a.empty()) {
+                out << "setup: " << Outcome([&] { namer_.Setup(std::stoi(a), FirstWord(a).second); }) << "\n";
+            }
+            out << "type " << namer_.DbmsTypeCode() << ", database " << namer_.SystemDatabaseName()
+                << ", uses it: " << namer_.UsesDatabaseName() << "\nsystem tables:";
+            for (const char* table : {"VERSION", "  LAYERS ", "GDB_RELEASE", "xgdb", "XGDB "}) {
+                out << " [" << namer_.TslSystemTable(table) << "]";
+            }
+            out << "\nuser table ' t ' of ' o ' in 12345, ' d ' and '':";
+            for (const char* database : {kNoDatabaseName, " d ", ""}) {
+                out << " [" << namer_.UserTable(" t ", " o ", database) << "]";
+            }
+            out << "\nfind: " << namer_.SqlToFindTable("D.GIS.ROADS") << " | "
+                << namer_.SqlToFindColumn("SHAPE", "D.GIS.ROADS") << " | nothing: "
+                << namer_.SqlToFindTable("") + namer_.SqlToFindColumn("", "O.T") +
+                       namer_.SqlToFindColumn("C", "")
+                << "\n";
+            PrintBoxes(ui_, out);
+        });
+        OnValue(player, "connect", [this](const std::string&) { return conn_.Open(""); });
+        OnValue(player, "open", [this](const std::string& a) { return rs_.OpenSuppressed(a, conn_); });
+        OnValue(player, "open-raising", [this](const std::string& a) { rs_.Open(a, conn_); });
+        // answer SQL => failure | rows CELLS | fresh CELLS: how the connection answers SQL from now on.
+        player.On("answer", [this](const std::string& a, std::ostream&) {
+            const auto [how, cells] = FirstWord(a.substr(a.find(" => ") + 4));
+            ScriptedAnswer answer =
+                how == "failure" ? Failure({{1,
+                                             "ERROR: relation \"tsl.version\" does not exist;\nError "
+                                             "while executing the query"},
+                                            {-2147217900, "x"}})
+                                 : Rows(Cells(cells).empty() ? 0 : Cells(cells)[0].size(), Cells(cells));
+            answer.freshCursorAfterLast = how == "fresh";
+            conn_.Answer(a.substr(0, a.find(" => ")), answer);
+        });
+        OnValue(player, "errors", [this](const std::string&) { return formatter_.Build(&conn_); });
+        player.On("errors-of-no-connection", [this](const std::string&, std::ostream& out) {
+            out << Outcome([&] { return formatter_.Build(nullptr); }) << "\n";
+            PrintBoxes(ui_, out);
+        });
+        OnValue(player, "formatted", [this](const std::string&) { return formatter_.Value(); });
+        OnValue(player, "error",
+                [this](const std::string& a) { return conn_.Errors().Item(std::stoi(a)).Description; });
+        OnValue(player, "clear-errors", [this](const std::string&) { conn_.Errors().Clear(); });
+        OnValue(player, "state", [this](const std::string&) { return rs_.State(); });
+        OnValue(player, "field",
+                [this](const std::string& a) { return rs_.Fields(std::stoi(a)).value_or("<null>"); });
+        OnValue(player, "close", [this](const std::string&) { rs_.Close(); });
+        OnValue(player, "first", [this](const std::string&) { rs_.MoveFirst(); });
+        OnValue(player, "next", [this](const std::string&) { rs_.MoveNext(); });
+        OnValue(player, "bof-eof", [this](const std::string&) {
+            return Outcome([&] { return rs_.Bof(); }) + " " + Outcome([&] { return rs_.Eof(); });
+        });
+        player.On("sent", [this](const std::string&, std::ostream& out) {
+            for (const std::string& sql : conn_.Sent()) {
+                out << Readable(sql) << "\n";
+            }
+        });
+        // convert VALUE (<null> for NULL): to 16 and 32 bits, to text and to text or nothing.
+        player.On("convert", [](const std::string& a, std::ostream& out) {
+            const FieldValue value = a == "<null>" ? FieldValue{} : FieldValue{a};
+            out << Outcome([&] { return ToInt16(value); }) << " | " << Outcome([&] { return ToInt32(value); })
+                << " | " << Outcome([&] { return ToText(value); }) << " | "
+                << Outcome([&] { return TextOrEmpty(value); }) << "\n";
+        });
+        player.On("leading-number",
+                  [](const std::string& a, std::ostream& out) { out << LeadingNumber(a) << "\n"; });
+        OnValue(player, "to-utf16", [](const std::string& a) {
+            std::string hex;
+            for (const SQLWCHAR unit : ToOdbcWide(a)) {
+                char four[8];
+                std::snprintf(four, sizeof four, "%s%04X", hex.empty() ? "" : " ",
+                              static_cast<unsigned>(unit));
+                hex += four;
+            }
+            return hex;
+        });
+        OnValue(player, "from-utf16", [](const std::string& a) {
+            OdbcWideString units;
+            for (const std::string& unit : Split(a, " ")) {
+                units.push_back(static_cast<SQLWCHAR>(std::stoul(unit, nullptr, 16)));
+            }
+            return FromOdbcWide(units.data(), units.size());
+        });
+        OnValue(player, "version-keys", [](const std::string&) {
+            std::string keys;
+            for (int key = 0; key <= 0xFFFF; ++key) {
+                keys += VersionKeyPasses(key) ? (keys.empty() ? "" : " ") + std::to_string(key) : "";
+            }
+            return keys;
+        });
+        OnValue(player, "version-box", [](const std::string& a) { return VersionBoxNumber(a); });
+        // mask TEXT: the connection-string box shows it with passwords masked, settings store it without
+        // them.
+        OnValue(player, "mask",
+                [](const std::string& a) { return MaskPasswords(a) + " | " + WithoutPasswords(a); });
+        // pair-value KEY,KEY... in TEXT: the value of the first pair with one of the keys.
+        OnValue(player, "pair-value", [](const std::string& a) {
+            return ConnectionStringValue(FirstWord(a).second.substr(3), Split(FirstWord(a).first, ","));
+        });
+        // box-edit REAL => SHOWN @ CURSOR: the masked box edited to SHOWN; the real string it becomes.
+        OnValue(player, "box-edit", [](const std::string& a) {
+            RecordingInteraction ui;
+            MainState state(ui, nullptr);
+            state.txtConnString = a.substr(0, a.find(" => "));
+            const std::string shown = a.substr(a.find(" => ") + 4, a.rfind(" @ ") - a.find(" => ") - 4);
+            ShownConnectionStringEdited(state, shown, std::stoul(a.substr(a.rfind(" @ ") + 3)));
+            EXPECT_TRUE(state.cmdConnectEnabled);
+            return state.txtConnString;
+        });
+        // version-edit major|minor|bugfix BOXES TEXT: TEXT put into one box of MAJOR|MINOR|BUGFIX; taken or
+        // not, and the boxes after.
+        OnValue(player, "version-edit", [](const std::string& a) {
+            const std::vector<std::string> words = Split(a, " ");
+            const std::vector<std::string> boxes = Split(words[1], "|");
+            RecordingInteraction ui;
+            MainState state(ui, nullptr);
+            state.txtMajorVersion = boxes[0];
+            state.txtMinorVersion = boxes[1];
+            state.txtBugfix = boxes[2];
+            const VersionBox box = words[0] == "major"   ? VersionBox::Major
+                                   : words[0] == "minor" ? VersionBox::Minor
+                                                         : VersionBox::Bugfix;
+            const bool taken = VersionBoxEdited(state, box, a.substr(words[0].size() + words[1].size() + 2));
+            return (taken ? "taken: " : "refused: ") + state.txtMajorVersion + "|" + state.txtMinorVersion +
+                   "|" + state.txtBugfix;
+        });
     }
-}
 
-// Headings are "server type code|system database name", set up in turn on one namer, so a heading may
-// show what the previous one left.
-TEST(Namer, SystemTablesUserTablesAndProbesForEveryServerType) {
-    Transcript t("namer");
-    RecordingInteraction ui;
-    clsQualDbObjName namer(ui);
-    for (const std::string& heading : CaseHeadings("namer")) {
-        t.Case(heading);
-        if (const auto bar = heading.find('|'); bar != std::string::npos) {
-            t.Try("setup",
-                  [&] { return (namer.Setup(std::stoi(heading), heading.substr(bar + 1)), "done"); });
-        }
-        t.Line("type, database, uses it", std::to_string(namer.DbmsTypeCode()) + ", " +
-                                              namer.SystemDatabaseName() + ", " +
-                                              std::to_string(namer.UsesDatabaseName()));
-        for (const char* table : {"VERSION", "  LAYERS ", "GDB_RELEASE", "xgdb", "XGDB "}) {
-            t.Line(std::string("system table '") + table + "'", namer.TslSystemTable(table));
-        }
-        for (const char* database : {kNoDatabaseName, " d ", ""}) {
-            t.Line(std::string("user table ' o '.' t ' in '") + database + "'",
-                   namer.UserTable(" t ", " o ", database));
-        }
-        t.Line("find table", namer.SqlToFindTable("D.GIS.ROADS"));
-        t.Line("find column", namer.SqlToFindColumn("SHAPE", "D.GIS.ROADS"));
-        t.Line("find nothing",
-               namer.SqlToFindTable("") + namer.SqlToFindColumn("", "O.T") + namer.SqlToFindColumn("C", ""));
-        t.Boxes(ui);
-    }
-}
+    CasePlayer player;
 
-std::string Text(const FieldValue& value) {
-    return value ? "'" + *value + "'" : "NULL";
-}
+  private:
+    RecordingInteraction ui_;
+    clsQualDbObjName namer_{ui_};
+    ScriptedConnection conn_;
+    clsConnErrorString formatter_{ui_};
+    Recordset rs_;
+};
 
-TEST(DataAccess, ErrorTextsCursorFlagsAndRefusedStatements) {
-    Transcript t("data_access");
-    ScriptedConnection conn;
-    RecordingInteraction ui;
-    clsConnErrorString formatter(ui);
-    Recordset rs;
-    const auto open = [&](const char* sql) { return std::to_string(rs.OpenSuppressed(sql, conn)); };
-    t.Case("closed connection: nothing reaches the driver");
-    t.Try("open", [&] { return open("SELECT 1"); });
-    t.Try("errors", [&] { return formatter.Build(&conn); });
-    conn.Open("");
-    t.Case("a second statement or a comment is refused");
-    t.Try("open", [&] { return open("SELECT 1; DROP TABLE t"); });
-    t.Try("errors", [&] { return formatter.Build(&conn); });
-    t.Try("second entry", [&] { return conn.Errors().Item(1).Description; });
-    t.Case("two errors appended to the earlier text; then an empty list replaces it");
-    conn.Answer(
-        "SELECT bad",
-        Failure({{1, "ERROR: relation \"tsl.version\" does not exist;\nError while executing the query"},
-                 {-2147217900, "x"}}));
-    t.Try("open", [&] { return open("SELECT bad"); });
-    t.Try("state", [&] { return std::to_string(rs.State()); });
-    t.Try("errors", [&] { return formatter.Build(&conn); });
-    t.Try("value", [&] { return formatter.Value(); });
-    t.Try("open raising", [&] { return (rs.Open("SELECT bad", conn), std::string("opened")); });
-    conn.Errors().Clear();
-    t.Try("errors", [&] { return formatter.Build(&conn); });
-    t.Try("null connection", [&] { return formatter.Build(nullptr); });
-    // Flags at both ends of real results are tested against the real driver.
-    conn.Answer("SELECT two", Rows(2, {{"a", std::nullopt}, {"b", "2"}}));
-    rs.Open("SELECT two", conn);
-    t.Try("errors after a good open", [&] { return formatter.Build(&conn); });
-    t.Try("NULL field", [&] { return Text(rs.Fields(1)); });
-    t.Try("field past the last column", [&] { return Text(rs.Fields(2)); });
-    t.Try("close", [&] { return (rs.Close(), std::string("closed")); });
-    t.Try("close again", [&] { return (rs.Close(), std::string("closed")); });
-    const auto flags = [&] { return std::to_string(rs.Bof()) + std::to_string(rs.Eof()); };
-    t.Try("bof eof when closed", flags);
-    t.Case("a fresh cursor past its last row (scripted: no real driver gives it)");
-    auto odd = Rows(1, {{"x"}, {"y"}});
-    odd.freshCursorAfterLast = true;
-    conn.Answer("SELECT odd", odd);
-    rs.Open("SELECT odd", conn);
-    t.Try("bof eof", flags);
-    t.Try("first", [&] { return (rs.MoveFirst(), Text(rs.Fields(0))); });
-    for (const std::string& sql : conn.Sent()) {
-        t.Line("sent", sql);
-    }
-    t.Boxes(ui);
-}
-
-std::string Units(const OdbcWideString& wide) {
-    std::string hex;
-    for (const SQLWCHAR unit : wide) {
-        char four[8];
-        std::snprintf(four, sizeof four, " %04X", static_cast<unsigned>(unit));
-        hex += four;
-    }
-    return hex;
+TEST(DataAccessCases, ConnectionStringsStatementsNamesErrorTextsAndCursors) {
+    EXPECT_EQ(DataAccessCases().player.Play("unit/data_access.txt"), "");
 }
 
 // Every statement and value passes through the UTF-16 conversion: names must arrive intact, and broken
 // input must become U+FFFD rather than stop a run.
-TEST(Conversions, IntegersTextTheLeadingNumberOfTypedTextAndUtf16) {
-    Transcript t("conversions");
-    for (const FieldValue& input :
-         std::vector<FieldValue>{"9", " 42 ", "2.5", "-2.5", "32767", "32768", "16777216", "2147483648",
-                                 "1e3", std::nullopt, "", "abc", "inf"}) {
-        t.Case(Text(input));
-        t.Try("16 bit", [&] { return std::to_string(ToInt16(input)); });  // halves go to the even neighbour
-        t.Try("32 bit", [&] { return std::to_string(ToInt32(input)); });
-        t.Try("text", [&] { return ToText(input); });
-        t.Try("text or empty", [&] { return TextOrEmpty(input); });
-    }
-    t.Case("leading number of typed text");
-    for (const char* text : {"", "9.1", "  8 ", "1 2", "12abc", "abc12", "-3", ".5", "1e", "2d1", "&H1F",
-                             "&O17", "-", "9.0.0", "1.2.3", "99999"}) {
-        std::ostringstream number;
-        number << LeadingNumber(text);
-        t.Line(std::string("'") + text + "'", number.str());
-    }
-    t.Case("UTF-8 to UTF-16 code units: surrogate pairs; stray, cut and overlong sequences become FFFD");
-    for (const char* utf8 : {"", "\xC3\xA9t\xE2\x82\xAC", "a\xF0\x9F\x98\x80z", "a\x80z\xF8z", "\xC3z!",
-                             "ab\xE2\x82", "\xED\xA0\x80!", "\xF4\x90\x80\x80!"}) {
-        t.Line(utf8, Units(ToOdbcWide(utf8)));
-    }
-    t.Case("UTF-16 code units to UTF-8: lone surrogates become U+FFFD");
-    for (const OdbcWideString& units : {OdbcWideString{0xE9, 0x20AC, 0xD83D, 0xDE00},
-                                        OdbcWideString{0xD83D, 'x', 0xDE00}, OdbcWideString{'x', 0xD83D}}) {
-        t.Line(Units(units), FromOdbcWide(units.data(), units.size()));
-    }
+TEST(DataAccessCases, ConversionsThatDecideWhetherACheckReadsAValueOrEndsTheRun) {
+    EXPECT_EQ(DataAccessCases().player.Play("unit/conversions.txt"), "");
     std::string text;
     for (int i = 0; i < 5000; ++i) {
         text += i % 7 == 0 ? "\xC3\xA9" : (i % 11 == 0 ? "\xF0\x9F\x98\x80" : "x");
@@ -215,7 +247,7 @@ struct ScriptedPresenter final : LogonDialogPresenter {
     void ShowModal(frmODBCLogon& dialog) override { user(dialog); }
 };
 
-// The blank and the canned string are in the window's transcript; the dialog's string and database reach
+// The blank and the canned string are in the window's case file; the dialog's string and database reach
 // the window on OK only.
 TEST(ConnectionSteps, TheLogonDialogHandsItsStringAndDatabaseToTheWindowOnlyOnOk) {
     RecordingInteraction ui;
@@ -235,18 +267,20 @@ TEST(ConnectionSteps, TheLogonDialogHandsItsStringAndDatabaseToTheWindowOnlyOnOk
     }
 }
 
-TEST(VersionBoxes, KeyFilterAndConversion) {
-    Transcript t("version_boxes");
-    t.Case("keys the boxes take, of every UTF-16 code unit");
-    std::string passing;
-    for (int key = 0; key <= 0xFFFF; ++key) {
-        passing += VersionKeyPasses(key) ? " " + std::to_string(key) : "";
-    }
-    t.Line("keys", passing);
-    t.Case("numbers of texts typed or filled in by detection");
-    for (const char* box : {"", "12", "007", "32767", "32768", "-1", "7.5", "8.5", " 12 ", "1e3", "&H10"}) {
-        t.Try(std::string("'") + box + "'", [&] { return std::to_string(VersionBoxNumber(box)); });
-    }
+TEST(RememberedSettings, NoStringWithoutAConnectionAndTheFolderOnlyWhileItExists) {
+    RecordingInteraction ui;
+    MainState state(ui, nullptr);
+    state.reportFileName = GetDefaultReportFileName();
+    EXPECT_FALSE(SettingsToRemember(state).connectionString);
+    EXPECT_FALSE(SettingsToRemember(state).reportFolder);
+    const TempFolder folder;
+    RestoreSettings(state, {.connectionString = "Driver=X;UID=u;", .reportFolder = folder.Path().string()});
+    EXPECT_EQ(state.txtConnString, "Driver=X;UID=u;");
+    EXPECT_TRUE(state.cmdConnectEnabled);
+    EXPECT_EQ(state.reportFileName, folder.File("Tessel_Diag.txt"));
+    EXPECT_EQ(SettingsToRemember(state).reportFolder, folder.Path().string());
+    RestoreSettings(state, {.connectionString = std::nullopt, .reportFolder = folder.File("gone")});
+    EXPECT_EQ(state.reportFileName, folder.File("Tessel_Diag.txt"));
 }
 
 TEST(ScriptedDetection, NeedsAConnectionAndProbesEveryStyleInOrder) {

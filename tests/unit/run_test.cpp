@@ -1,8 +1,12 @@
-// The run and the checks: the catalogue's order (the run and report order users compare reports by), which
-// tests a run starts for a server type and release, the version rules, the exact status log users read, how
-// an escaped error ends a run; then every check on a scripted connection: the statements it sends for each
-// server type, its listings (reached only by a fresh cursor past its last row), limit lines, failures, and
-// the probe order of the index analysis.
+// The run and the checks, as the cases of tests/fixtures/unit/run.txt and checks.txt: the catalogue's order
+// (the run and report order users compare reports by), which tests a run starts for a server type and
+// release, the version rules, the exact status log users read, how an escaped error ends a run; then every
+// check on a scripted connection: the statements it sends, its listings (reached only by a fresh cursor past
+// its last row), limit lines, failures, and the probes of the index analysis.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
 #include "checks/catalogue.h"
 #include "checks/compressed_binary_index_check.h"
 #include "checks/compressed_binary_probes.h"
@@ -12,224 +16,26 @@
 #include "support/check_environment.h"
 #include "support/fake_test.h"
 #include "support/scripted_connection.h"
-#include "support/transcript.h"
+#include "support/unit_cases.h"
 
 namespace tabvet {
 namespace {
 
 using namespace testsupport;
 
-const struct {
-    std::int32_t code;
-    DbmsOption option;
-    const char* name;
-} kServerTypes[] = {{dbtype::kOracle, DbmsOption::Oracle, "Oracle"},
-                    {dbtype::kDb2, DbmsOption::DB2, "DB2"},
-                    {dbtype::kSqlServer, DbmsOption::SqlServer, "SQL Server"},
-                    {dbtype::kInformix, DbmsOption::Informix, "Informix"}};
+const std::map<std::string, std::pair<std::int32_t, DbmsOption>> kServerTypes = {
+    {"oracle", {dbtype::kOracle, DbmsOption::Oracle}},
+    {"db2", {dbtype::kDb2, DbmsOption::DB2}},
+    {"sqlserver", {dbtype::kSqlServer, DbmsOption::SqlServer}},
+    {"informix", {dbtype::kInformix, DbmsOption::Informix}}};
 
-TEST(Catalogue, HoldsTheTestsInTheirFixedOrderAndTheServerTypeAndReleaseChooseWhatRunsByTheVersionRules) {
-    Transcript t("catalogue");
-    RecordingInteraction ui;
-    MainState state(ui, NewOdbcConnection);
-    state.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state));
-    const clsAdoTestCollection& catalogue = *state.g_pTestCollection;
-    for (int walk = 0; walk < 2; ++walk) {
-        t.Case("walk " + std::to_string(walk + 1));
-        for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
-            const IAdoTest& test = *catalogue.Item(i);
-            t.Line(std::to_string(i), test.Name() + " | " + test.Category() +
-                                          (test.Fatal() ? " | fatal" : "") + " | " + test.ResultDetails() +
-                                          " " + std::to_string(test.Pass()) + std::to_string(test.WasRun()) +
-                                          std::to_string(test.Enabled()));
-        }
+std::vector<std::string> Words(const std::string& text) {
+    std::vector<std::string> words;
+    std::istringstream in(text);
+    for (std::string word; in >> word;) {
+        words.push_back(word);
     }
-    for (const std::int16_t outside : {0, -1, 17}) {
-        EXPECT_EQ(catalogue.Item(outside), nullptr) << outside;
-    }
-    EXPECT_EQ(clsAdoTestCollection({}).Item(1), nullptr);
-    for (const auto& server : kServerTypes) {
-        t.Case(std::string("positions that run on ") + server.name);
-        for (const char* release : {"3.0", "8.1", "9.0", "9.1"}) {
-            state.selectedDbms = server.option;
-            state.txtMajorVersion = std::string(1, release[0]);
-            state.txtMinorVersion = std::string(1, release[2]);
-            state.txtBugfix = "0";
-            std::string running;
-            for (std::int16_t i = 0; i <= 17; ++i) {
-                running += ShouldRunTest(state, i) ? " " + std::to_string(i) : "";
-            }
-            t.Line(release, running);
-        }
-    }
-    EXPECT_TRUE(ui.shown.empty());
-    t.Case("rules V1 to V4 that accept a release; minors compare signed, bugfix is used by no rule");
-    const std::int16_t releases[][3] = {{8, 1, 0},  {8, 2, 0},     {9, 0, 0},      {9, 1, 0},
-                                        {3, 0, 0},  {10, 0, 0},    {7, 9, 9},      {8, -1, 0},
-                                        {9, -1, 0}, {8, 32767, 0}, {8, -32768, 0}, {9, 0, -5}};
-    for (const auto& r : releases) {
-        std::string accepted;
-        for (const VersionRule rule : {VersionRule::V1, VersionRule::V2, VersionRule::V3, VersionRule::V4}) {
-            accepted += AcceptsVersion(rule, r[0], r[1], r[2]) ? "1" : "0";
-        }
-        t.Line(std::to_string(r[0]) + "." + std::to_string(r[1]) + "." + std::to_string(r[2]), accepted);
-    }
-}
-
-// A window state ready to run: connected, server type and version chosen.
-void MakeReady(MainState& s, RecordingInteraction& ui) {
-    s.now = [] { return std::string("23/11/2026 10:00:00"); };
-    s.g_QDON = std::make_unique<clsQualDbObjName>(ui);
-    auto conn = std::make_unique<ScriptedConnection>();
-    conn->Open("");
-    s.g_pAdoConn = std::move(conn);
-    s.selectedDbms = DbmsOption::Oracle;
-    s.txtMajorVersion = "9";
-    s.txtMinorVersion = "0";
-    s.txtBugfix = "0";
-}
-
-using Verdict = std::function<void(FakeTest::State&)>;
-
-Verdict Gives(bool pass, std::string details) {
-    return [pass, details](FakeTest::State& s) {
-        s.pass = pass;
-        s.resultDetails = details;
-    };
-}
-
-// Prints the log, the status bar as it changes, and the message boxes of the runs.
-class RunTranscript : public MainView {
-  public:
-    explicit RunTranscript(const char* name) : t(name) {
-        MakeReady(state, ui);
-        state.AttachView(*this);
-    }
-    void StatusBarChanged() override { t.Line("status", state.stsRunFeedback); }
-
-    // Alpha runs everywhere; Beta not on DB2 and from 3.x on; Gamma only on Oracle 8.2 to 9.0.
-    void Catalogue(std::vector<Verdict> verdicts) {
-        std::vector<FakeTest::State> tests = {{.name = "Alpha", .category = "Environment"},
-                                              {.name = "Beta", .versionRule = VersionRule::V2, .db2 = false},
-                                              {.name = "Gamma",
-                                               .versionRule = VersionRule::V4,
-                                               .informix = false,
-                                               .db2 = false,
-                                               .sqlServer = false}};
-        tests.resize(verdicts.size());
-        for (std::size_t i = 0; i < tests.size(); ++i) {
-            tests[i].onRun = [this, verdict = verdicts[i]](FakeTest::State& s) {
-                t.Line("runs", s.name);
-                verdict(s);
-            };
-        }
-        state.g_pTestCollection = FakeCatalogue(std::move(tests));
-    }
-    void Run() {
-        t.Try("raised", [&] { ProcessRunTests(state); });
-        t.Line("log", state.rtbStatus);
-        t.Line("tests were run", std::to_string(state.g_bTestsWereRun));
-        t.Boxes(ui);
-    }
-
-    Transcript t;
-    RecordingInteraction ui;
-    MainState state{ui, NewOdbcConnection};
-};
-
-TEST(TestRun, NotReadyShowsOnlyTheBoxAndChangesNothing) {
-    const std::pair<const char*, std::function<void(MainState&)>> spoilers[] = {
-        {"no connection", [](MainState& s) { s.g_pAdoConn.reset(); }},
-        {"no catalogue", [](MainState& s) { s.g_pTestCollection.reset(); }},
-        {"empty catalogue", [](MainState& s) { s.g_pTestCollection = FakeCatalogue({}); }},
-        {"no server type", [](MainState& s) { s.selectedDbms = DbmsOption::None; }},
-        {"no major version", [](MainState& s) { s.txtMajorVersion = ""; }},
-        {"letters", [](MainState& s) { s.txtMajorVersion = "abc"; }},
-        {"rounds to 0", [](MainState& s) { s.txtMajorVersion = "0.4"; }},
-    };
-    RunTranscript run("run_not_ready");
-    for (const auto& [label, spoil] : spoilers) {
-        run.t.Case(label);
-        MakeReady(run.state, run.ui);
-        run.state.rtbStatus = "earlier log";
-        run.Catalogue({Gives(true, "")});
-        spoil(run.state);
-        EXPECT_FALSE(IsReadyToRun(run.state));
-        run.Run();
-    }
-}
-
-TEST(TestRun, LogsAppendsSkipsAndEndsOnAnEscapedError) {
-    RunTranscript run("run_log");
-    run.t.Case("one failure with a two-line detail, after an earlier log");
-    run.Catalogue({Gives(true, "fine"), Gives(false, "line one\r\nline two"), Gives(true, "fine")});
-    run.state.rtbStatus = "kept";
-    run.Run();
-    run.t.Case("a second run appends");
-    run.Catalogue({Gives(true, "fine")});
-    run.Run();
-    run.t.Case("clearing the status window keeps the results");
-    ClearRunStatus(run.state);
-    run.t.Line("log", run.state.rtbStatus);
-    run.t.Line("first test was run", std::to_string(run.state.g_pTestCollection->Item(1)->WasRun()));
-    // Which tests a run starts for each server type and release is in the catalogue's transcript; the real
-    // runs of the scenarios count them, and pasted versions that round are in version_texts.txt.
-    run.t.Case("disabled and skipped tests keep their earlier results");
-    run.Catalogue({Gives(false, "first run"), Gives(false, "x"), Gives(false, "index problem")});
-    run.Run();
-    run.state.g_pTestCollection->Item(1)->Enable(false);
-    run.state.txtMinorVersion = "1";  // rule V4 no longer applies
-    run.Run();
-    run.t.Line("third test", run.state.g_pTestCollection->Item(3)->ResultDetails());
-    run.t.Case("an escaped error ends the run without the closing lines");
-    run.state.rtbStatus.clear();
-    run.state.txtMinorVersion = "0";
-    run.Catalogue({Gives(false, "before"),
-                   [](FakeTest::State&) { throw RuntimeError(94, "Invalid use of Null"); }, Gives(true, "")});
-    run.Run();
-}
-
-using Factory = std::function<std::unique_ptr<IAdoTest>(const TestEnvironment&)>;
-using Table = std::vector<std::vector<FieldValue>>;
-
-Factory Make(const char* className) {
-    return [className](const TestEnvironment& environment) { return CreateCheck(className, environment); };
-}
-
-ScriptedAnswer AfterLast(std::size_t columns, Table rows) {
-    ScriptedAnswer answer = Rows(columns, std::move(rows));
-    answer.freshCursorAfterLast = true;
-    return answer;
-}
-
-// Runs one check and prints what a DBA would see of it.
-void Record(Transcript& t, IAdoTest& test, ScriptedConnection* conn, const CheckEnvironment& env) {
-    t.Try("raised", [&] { test.Run(conn); });
-    if (conn != nullptr) {
-        for (const std::string& sql : conn->Sent()) {
-            t.Line("sent", sql);
-        }
-        t.Line("error list", std::to_string(conn->Errors().Count()));
-    }
-    t.Boxes(env.ui);
-    t.Line(test.Pass() ? "pass" : test.WasRun() ? "fail" : "fail, not run", test.ResultDetails());
-}
-
-using Answers = std::function<ScriptedAnswer(const std::string&)>;
-
-Answers All(const ScriptedAnswer& answer) {
-    return [answer](const std::string&) { return answer; };
-}
-
-// Starts a case and runs one check on it. Oracle names carry no database; the others use GISDB.
-void RunCheck(Transcript& t, const std::string& label, const Factory& make, Answers answers,
-              std::int32_t dbms = dbtype::kOracle) {
-    t.Case(label);
-    const CheckEnvironment env(dbms, dbms == dbtype::kOracle ? kNoDatabaseName : "GISDB");
-    ScriptedConnection conn;
-    conn.Open("");
-    conn.AnswerOthers(std::move(answers));
-    Record(t, *make(env), &conn, env);
+    return words;
 }
 
 const LayerValues kRoads{.owner = "GIS",
@@ -238,159 +44,325 @@ const LayerValues kRoads{.owner = "GIS",
                          .rowIdColumn = "OBJECTID",
                          .layerId = 12,
                          .registrationId = 40};
-const std::string kWalk = CompressedBinaryWalkStatement("TSL.LAYERS", "TSL.TABLE_REGISTRY");
 
-std::vector<FieldValue> WalkRow(const LayerValues& layer, std::int32_t eflags, std::int32_t objectFlags) {
+std::vector<FieldValue> WalkRow(const LayerValues& layer, std::int32_t eflags) {
     return {layer.spatialColumn,
             layer.tableName,
             layer.owner,
             std::to_string(layer.layerId),
             std::to_string(eflags),
             std::to_string(layer.registrationId),
-            std::to_string(objectFlags),
+            "0",
             layer.rowIdColumn.empty() ? FieldValue{} : FieldValue{layer.rowIdColumn}};
 }
 
-// Every check by the name its cases carry in checks.txt and check_listings.txt.
-const std::map<std::string, Factory> kChecks = {
-    {"LAYERS in GEOMETRY_COLUMNS", Make("clsTst_LyrInGeomCol")},
-    {"GEOMETRY_COLUMNS in LAYERS (schema and table exchanged)", Make("clsTst_GeomColInLyr")},
-    {"LAYERS.SRID (NULLs in every piece)", Make("clsTst_LyrInSpatRef")},
-    {"RASTER_COLUMNS.SRID", Make("clsTst_RasColInSpatRef")},
-    {"LAYERS in TABLE_REGISTRY", Make("clsTst_LyrInTblReg")},
-    {"RASTER_COLUMNS in TABLE_REGISTRY", Make("clsTst_RasColInTblReg")},
-    {"LAYERS keywords (NULL keyword and id add nothing)", Make("clsTst_LyrInDbtune")},
-    {"RASTER_COLUMNS keywords", Make("clsTst_RasColInDbtune")},
-    {"TABLE_REGISTRY keywords", Make("clsTst_TblRegInDbtune")},
-    {"orphaned LAYERS", Make("clsTst_OrphLyr")},
-    {"orphaned TABLE_REGISTRY", Make("clsTst_OrphTblReg")},
-    {"orphaned RASTER_COLUMNS", Make("clsTst_OrphRasCol")},
-    {"orphaned GEOMETRY_COLUMNS (fresh cursor at end: an empty table)", Make("clsTst_OrphGeomCol")},
-    {"compressed-binary index analysis (fresh cursor at end: no layers)", Make("clsTst_IdxLyrBinOra")},
-};
-
-TEST(Checks, StatementsListingsAndFailuresOfEveryCheckOnEveryServerType) {
-    Transcript t("checks");
-    const std::vector<Section> listings = Sections("check_listings");
-    ASSERT_EQ(listings.size(), kChecks.size());
-    for (const auto& [name, cells] : listings) {
-        const Factory& make = kChecks.at(name);
-        Table rows;
-        for (const std::vector<std::string>& row : cells) {
-            rows.emplace_back();
-            for (const std::string& cell : row) {
-                rows.back().push_back(cell == "~" ? FieldValue{} : FieldValue{cell});
+// The words of the run and check cases; every case file gets a player of its own.
+class RunCases : public MainView {
+  public:
+    RunCases() {
+        MakeReady();
+        state_.AttachView(*this);
+        // The catalogue as it stands before any run: position, name, category, fatal, details and flags.
+        player.On("catalogue", [this](const std::string&, std::ostream& out) {
+            const auto walk = [this] {
+                std::ostringstream text;
+                const clsAdoTestCollection& catalogue = *state_.g_pTestCollection;
+                for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
+                    const IAdoTest& t = *catalogue.Item(i);
+                    text << i << ": " << t.Name() << " | " << t.Category() << (t.Fatal() ? " | fatal" : "")
+                         << " | " << t.ResultDetails() << (t.Pass() ? ", passed" : "")
+                         << (t.WasRun() ? ", run" : "") << (t.Enabled() ? "" : ", disabled") << "\n";
+                }
+                return text.str();
+            };
+            state_.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state_));
+            const std::string first = walk();
+            EXPECT_EQ(walk(), first) << "a second walk";
+            for (const std::int16_t outside : {0, -1, 17}) {
+                EXPECT_EQ(state_.g_pTestCollection->Item(outside), nullptr) << outside;
             }
+            out << first;
+        });
+        // positions DBMS RELEASE...: the positions a run starts there, one line a release.
+        player.On("positions", [this](const std::string& a, std::ostream& out) {
+            const std::vector<std::string> words = Words(a);
+            state_.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state_));
+            state_.selectedDbms = kServerTypes.at(words[0]).second;
+            for (std::size_t w = 1; w < words.size(); ++w) {
+                state_.txtMajorVersion = words[w].substr(0, words[w].find('.'));
+                state_.txtMinorVersion = words[w].substr(words[w].find('.') + 1);
+                state_.txtBugfix = "0";
+                out << words[w] << ":";
+                for (std::int16_t i = 0; i <= 17; ++i) {
+                    out << (ShouldRunTest(state_, i) ? " " + std::to_string(i) : "");
+                }
+                out << "\n";
+            }
+            PrintBoxes(ui_, out);
+        });
+        // rules MAJOR.MINOR.BUGFIX: whether V1 to V4 accept it, as 1 and 0.
+        player.On("rules", [](const std::string& a, std::ostream& out) {
+            std::int16_t parts[3];
+            std::istringstream in(a);
+            for (std::int16_t& part : parts) {
+                in >> part;
+                in.ignore(1);
+            }
+            for (const VersionRule rule :
+                 {VersionRule::V1, VersionRule::V2, VersionRule::V3, VersionRule::V4}) {
+                out << AcceptsVersion(rule, parts[0], parts[1], parts[2]);
+            }
+            out << "\n";
+        });
+        // tests VERDICT | VERDICT...: Alpha runs everywhere; Beta not on DB2 and from 3.x on; Gamma only on
+        // Oracle 8.2 to 9.0. A verdict is "pass TEXT", "fail TEXT" or "raise" (an escaping NULL error).
+        player.On("tests", [this](const std::string& a, std::ostream&) { Catalogue(a); });
+        player.On("log", [this](const std::string& a, std::ostream&) { state_.rtbStatus = a; });
+        player.On("run", [this](const std::string&, std::ostream& out) { Run(out); });
+        player.On("clear", [this](const std::string&, std::ostream& out) {
+            ClearRunStatus(state_);
+            out << "log: " << Readable(state_.rtbStatus) << "\nfirst test was run: " << std::boolalpha
+                << state_.g_pTestCollection->Item(1)->WasRun() << "\n";
+        });
+        player.On("disable", [this](const std::string& a, std::ostream&) {
+            state_.g_pTestCollection->Item(static_cast<std::int16_t>(std::stoi(a)))->Enable(false);
+        });
+        player.On("minor", [this](const std::string& a, std::ostream&) { state_.txtMinorVersion = a; });
+        player.On("details", [this](const std::string& a, std::ostream& out) {
+            out << Readable(state_.g_pTestCollection->Item(static_cast<std::int16_t>(std::stoi(a)))
+                                ->ResultDetails())
+                << "\n";
+        });
+        // not-ready WHAT: a ready state with one thing spoiled; the run shows only its box and changes
+        // nothing.
+        player.On("not-ready", [this](const std::string& a, std::ostream& out) {
+            Catalogue("pass");
+            const std::map<std::string, std::function<void(MainState&)>> spoilers = {
+                {"no-connection", [](MainState& s) { s.g_pAdoConn.reset(); }},
+                {"no-catalogue", [](MainState& s) { s.g_pTestCollection.reset(); }},
+                {"empty-catalogue", [](MainState& s) { s.g_pTestCollection = FakeCatalogue({}); }},
+                {"no-server-type", [](MainState& s) { s.selectedDbms = DbmsOption::None; }},
+                {"no-major-version", [](MainState& s) { s.txtMajorVersion = ""; }},
+                {"letters", [](MainState& s) { s.txtMajorVersion = "abc"; }},
+                {"rounds-to-0", [](MainState& s) { s.txtMajorVersion = "0.4"; }}};
+            spoilers.at(a)(state_);
+            state_.rtbStatus = "earlier log";
+            EXPECT_FALSE(IsReadyToRun(state_));
+            ProcessRunTests(state_);
+            EXPECT_EQ(state_.rtbStatus, "earlier log");
+            EXPECT_FALSE(state_.g_bTestsWereRun);
+            PrintBoxes(ui_, out);
+        });
+        // answer SQL => rows CELLS | failure NUMBER TEXT: the scripted answer of the next checks ("others"
+        // for every other statement).
+        player.On("answer", [this](const std::string& a, std::ostream&) {
+            const std::string how = a.substr(a.find(" => ") + 4);
+            const std::string rest = how.find(' ') == std::string::npos ? "" : how.substr(how.find(' ') + 1);
+            const auto rows = Cells(rest);
+            answers_[a.substr(0, a.find(" => "))] =
+                how.starts_with("failure") ? Failure({{std::stoi(rest), rest.substr(rest.find(' ') + 1)}})
+                                           : Rows(rows.empty() ? 1 : rows[0].size(), rows);
+        });
+        // check CLASS LAYOUT HOW: one check run on a scripted connection, LAYOUT a server type or "unset" (a
+        // namer not set up); HOW is none, rows CELLS, fresh CELLS (a fresh cursor past the last row),
+        // numbered N (rows T1, T2...), failing (two error entries), scripted (the answers above), or
+        // unconnected (no connection before and after a run).
+        player.On("check", [this](const std::string& a, std::ostream& out) {
+            const std::vector<std::string> words = Words(a);
+            const std::string cells = words.size() > 3 ? a.substr(a.find(words[3], a.find(words[2]))) : "";
+            Check(words[0], words[1], words[2], cells, out);
+        });
+        player.On("expected-indexes", [](const std::string&, std::ostream& out) {
+            for (const ExpectedIndex& index : ExpectedIndexes()) {
+                out << IndexName(index, kRoads) << " expects " << index.expectedScore << "\n";
+            }
+        });
+        // analysis LAYER-KIND PROBES: the index analysis over one layer of GIS.ROADS (plain, no-rowid or
+        // load-only), its probes answered "missing" (no rows, score 0), "failing" (two error entries) or
+        // "no-dictionary" (ALL_IND_COLUMNS unreadable); prints the number of statements and the verdict.
+        player.On("analysis", [this](const std::string& a, std::ostream& out) {
+            const std::vector<std::string> words = Words(a);
+            LayerValues layer = kRoads;
+            layer.rowIdColumn = words[0] == "no-rowid" ? "" : layer.rowIdColumn;
+            const std::int32_t eflags = 16777216 | (words[0] == "load-only" ? 1048576 : 0);
+            const std::string walk = CompressedBinaryWalkStatement("TSL.LAYERS", "TSL.TABLE_REGISTRY");
+            const std::string probes = words[1];
+            Analysis(
+                walk, Rows(8, {WalkRow(layer, eflags)}),
+                [probes](const std::string& sql) {
+                    if (probes == "failing") {
+                        return Failure(
+                            {{942, "table or view does not exist"}, {-2147217865, "second entry"}});
+                    }
+                    if (probes == "no-dictionary" && sql.find("ALL_IND_COLUMNS") != std::string::npos) {
+                        return Failure({{942, "no view"}});
+                    }
+                    return sql.ends_with("FROM DUAL") ? Rows(1, {{"0"}}) : Rows(1, {});
+                },
+                out);
+        });
+        // Building 32768 real layers would take minutes; the count is the same whatever answers the probes.
+        player.On("analysis-of-32768-layers", [this](const std::string&, std::ostream& out) {
+            std::vector<std::vector<FieldValue>> rows;
+            LayerValues layer = kRoads;
+            for (layer.layerId = 1; layer.layerId <= 32768; ++layer.layerId) {
+                rows.push_back(WalkRow(layer, 16777216 | 1048576));  // load-only: one probe per layer
+            }
+            Analysis(
+                CompressedBinaryWalkStatement("TSL.LAYERS", "TSL.TABLE_REGISTRY"), Rows(8, std::move(rows)),
+                [](const std::string&) { return Rows(1, {}); }, out);
+        });
+    }
+
+    void StatusBarChanged() override { status_ << "status: " << state_.stsRunFeedback << "\n"; }
+
+    CasePlayer player;
+
+  private:
+    // A window state ready to run: connected, Oracle 9.0.0 chosen.
+    void MakeReady() {
+        state_.now = [] { return std::string("23/11/2026 10:00:00"); };
+        state_.g_QDON = std::make_unique<clsQualDbObjName>(ui_);
+        auto conn = std::make_unique<ScriptedConnection>();
+        conn->Open("");
+        state_.g_pAdoConn = std::move(conn);
+        state_.selectedDbms = DbmsOption::Oracle;
+        state_.txtMajorVersion = "9";
+        state_.txtMinorVersion = "0";
+        state_.txtBugfix = "0";
+    }
+
+    void Catalogue(const std::string& verdicts) {
+        MakeReady();
+        std::vector<FakeTest::State> tests = {{.name = "Alpha", .category = "Environment"},
+                                              {.name = "Beta", .versionRule = VersionRule::V2, .db2 = false},
+                                              {.name = "Gamma",
+                                               .versionRule = VersionRule::V4,
+                                               .informix = false,
+                                               .db2 = false,
+                                               .sqlServer = false}};
+        std::vector<std::string> each;
+        for (std::size_t at = 0; at <= verdicts.size();) {
+            const std::size_t bar = std::min(verdicts.find(" | ", at), verdicts.size());
+            each.push_back(verdicts.substr(at, bar - at));
+            at = bar + 3;
         }
-        for (const auto& [dbms, option, server] : kServerTypes) {
-            RunCheck(t, name + ", " + server + ", no rows", make, All(Rows(5, {})), dbms);
-            RunCheck(t, name + ", " + server + ", listing", make, All(AfterLast(rows[0].size(), rows)), dbms);
+        tests.resize(each.size());
+        for (std::size_t i = 0; i < tests.size(); ++i) {
+            tests[i].onRun = [this, verdict = each[i]](FakeTest::State& s) {
+                status_ << "runs: " << s.name << "\n";
+                if (verdict == "raise") {
+                    throw RuntimeError(94, "Invalid use of Null");
+                }
+                s.pass = verdict.starts_with("pass");
+                s.resultDetails = verdict.substr(std::min(verdict.size(), verdict.find(' ') + 1));
+                s.resultDetails = verdict.find(' ') == std::string::npos ? "" : s.resultDetails;
+            };
         }
-        RunCheck(t, name + ", rows with the first one current", make,
-                 All(Rows(5, {{"1", "2", "3", "4", "5"}, {"1", "2", "3", "4", "5"}})));
-        RunCheck(
-            t, name + ", failing statement", make,
-            All(Failure(
-                {{1, "ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while executing the query"},
-                 {-2147217900, "second"}})),
-            dbtype::kSqlServer);
-        t.Case(name + ", namer not set up");
-        const CheckEnvironment unset;
+        state_.g_pTestCollection = FakeCatalogue(std::move(tests));
+    }
+
+    void Run(std::ostream& out) {
+        status_.str("");
+        const std::string raised = Outcome([this] { ProcessRunTests(state_); });
+        out << status_.str() << (raised == "done" ? "" : "raised: " + raised + "\n")
+            << "log: " << Readable(state_.rtbStatus) << "\ntests were run: " << std::boolalpha
+            << state_.g_bTestsWereRun << "\n";
+        PrintBoxes(ui_, out);
+    }
+
+    // Runs one check as a DBA would see it: what it raised, sent and left in the error list, the boxes, the
+    // verdict.
+    static void Record(IAdoTest& test, ScriptedConnection* conn, CheckEnvironment& env, std::ostream& out,
+                       bool allSent = true) {
+        const std::string raised = Outcome([&] { test.Run(conn); });
+        out << (raised == "done" ? "" : "raised: " + raised + "\n");
+        if (conn != nullptr) {
+            for (const std::string& sql : conn->Sent()) {
+                out << (allSent ? "sent: " + Readable(sql) + "\n" : "");
+            }
+            out << (allSent ? "" : "statements sent: " + std::to_string(conn->Sent().size()) + "\n");
+            out << (conn->Errors().Count() > 0
+                        ? "error list: " + std::to_string(conn->Errors().Count()) + "\n"
+                        : "");
+        }
+        PrintBoxes(env.ui, out);
+        out << (test.Pass()     ? "pass"
+                : test.WasRun() ? "fail"
+                                : "fail, not run")
+            << ": " << Readable(test.ResultDetails()) << "\n";
+    }
+
+    void Check(const std::string& className, const std::string& layout, const std::string& how,
+               const std::string& cells, std::ostream& out) {
+        const std::int32_t code = layout == "unset" ? dbtype::kNotSetUp : kServerTypes.at(layout).first;
+        const auto environment = code == dbtype::kNotSetUp
+                                     ? std::make_unique<CheckEnvironment>()
+                                     : std::make_unique<CheckEnvironment>(
+                                           code, code == dbtype::kOracle ? kNoDatabaseName : "GISDB");
+        CheckEnvironment& env = *environment;
+        std::unique_ptr<IAdoTest> test = CreateCheck(className, env);
         ScriptedConnection conn;
         conn.Open("");
-        Record(t, *make(unset), &conn, unset);
-        t.Case(name + ", no connection, before and after a run");
-        const CheckEnvironment env(dbtype::kOracle);
-        auto test = make(env);
-        Record(t, *test, nullptr, env);
-        Record(t, *test, &conn, env);
-        Record(t, *test, nullptr, env);
-    }
-}
-
-Table Numbered(int count, int columns) {
-    Table rows;
-    for (int i = 1; i <= count; ++i) {
-        const std::string id = std::to_string(i);
-        rows.push_back(columns == 3 ? std::vector<FieldValue>{"T" + id, "GIS", "GISDB"}
-                                    : std::vector<FieldValue>{id, "KW" + id, "R" + id, "IMG", "GISDB"});
-    }
-    return rows;
-}
-
-TEST(Checks, ListingsStopAtFiveWithTheLimitLineOfTheirLoopAndNullsEndTheRun) {
-    Transcript t("checks_limits");
-    for (const int count : {4, 5, 6}) {
-        for (const auto& [name, make, columns] :
-             {std::tuple{"LAYERS in TABLE_REGISTRY", Make("clsTst_LyrInTblReg"), 3},
-              {"RASTER_COLUMNS in TABLE_REGISTRY", Make("clsTst_RasColInTblReg"), 3},
-              {"RASTER_COLUMNS keywords", Make("clsTst_RasColInDbtune"), 5}}) {
-            RunCheck(t, std::string(name) + ", " + std::to_string(count) + " rows", make,
-                     All(AfterLast(columns, Numbered(count, columns))), dbtype::kInformix);
+        std::vector<std::vector<FieldValue>> rows = Cells(cells);
+        if (how == "numbered") {
+            const int count = std::stoi(cells);
+            const bool keywords = className.find("Dbtune") != std::string::npos;
+            rows.clear();
+            for (int i = 1; i <= count; ++i) {
+                const std::string id = std::to_string(i);
+                rows.push_back(keywords ? std::vector<FieldValue>{id, "KW" + id, "R" + id, "IMG", "GISDB"}
+                                        : std::vector<FieldValue>{"T" + id, "GIS", "GISDB"});
+            }
+        }
+        ScriptedAnswer answer = Rows(rows.empty() ? 5 : rows[0].size(), rows);
+        answer.freshCursorAfterLast = how == "fresh" || how == "numbered";
+        if (how == "failing") {
+            answer = Failure(
+                {{1, "ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while executing the query"},
+                 {-2147217900, "second"}});
+        }
+        if (how == "scripted") {
+            for (const auto& [sql, scripted] : answers_) {
+                const ScriptedAnswer answered = scripted;
+                sql == "others" ? conn.AnswerOthers([answered](const std::string&) { return answered; })
+                                : conn.Answer(sql, scripted);
+            }
+            answers_.clear();
+        } else {
+            conn.AnswerOthers([answer](const std::string&) { return answer; });
+        }
+        if (how == "unconnected") {
+            Record(*test, nullptr, env, out);
+        }
+        Record(*test, &conn, env, out);
+        if (how == "unconnected") {
+            Record(*test, nullptr, env, out);
         }
     }
-    RunCheck(t, "NULL database name converted while listing, Oracle", Make("clsTst_LyrInGeomCol"),
-             All(AfterLast(3, {{"ROADS", "GIS", std::nullopt}})));
-    RunCheck(t, "NULL owner in a keyword listing", Make("clsTst_TblRegInDbtune"),
-             All(AfterLast(5, {{"7", "KW", "ROADS", std::nullopt, "GISDB"}})), dbtype::kDb2);
-    RunCheck(t, "NULL table name in a registry listing", Make("clsTst_RasColInTblReg"),
-             All(AfterLast(3, {{std::nullopt, "IMG", "GISDB"}})), dbtype::kDb2);
 
-    t.Case("orphaned LAYERS, Informix: probes qualified with database and colon");
-    const CheckEnvironment env(dbtype::kInformix, "GISDB");
-    ScriptedConnection conn;
-    conn.Open("");
-    conn.Answer("SELECT a.spatial_column, a.table_name, a.owner, a.database_name FROM GISDB:TSL.LAYERS a",
-                Rows(4, {{"SHAPE", "ROADS", "GIS", "GISDB"}, {"GEOM", " RIVERS ", " HYDRO ", " OTHERDB "}}));
-    conn.Answer("SELECT A.SHAPE FROM GISDB:GIS.ROADS A WHERE 1 = 2", Rows(1, {}));
-    conn.AnswerOthers([](const std::string&) {
-        return Failure({{-206, "The specified table (rivers) is not in the database."}});
-    });
-    const auto orphans = CreateCheck("clsTst_OrphLyr", env);
-    Record(t, *orphans, &conn, env);
+    void Analysis(const std::string& walk, const ScriptedAnswer& walked,
+                  std::function<ScriptedAnswer(const std::string&)> probes, std::ostream& out) {
+        CheckEnvironment env(dbtype::kOracle);
+        ScriptedConnection conn;
+        conn.Open("");
+        conn.Answer(walk, walked);
+        conn.AnswerOthers(std::move(probes));
+        Record(*CreateCheck("clsTst_IdxLyrBinOra", env), &conn, env, out, false);
+    }
+
+    RecordingInteraction ui_;
+    MainState state_{ui_, NewOdbcConnection};
+    std::ostringstream status_;
+    std::map<std::string, ScriptedAnswer> answers_;
+};
+
+TEST(RunCases, CatalogueRunSelectionVersionRulesAndTheStatusLog) {
+    EXPECT_EQ(RunCases().player.Play("unit/run.txt"), "");
 }
 
-// The walk answered with `walk`, every probe with `others`.
-Answers Walk(const ScriptedAnswer& walk, Answers others) {
-    return [walk, others](const std::string& sql) { return sql == kWalk ? walk : others(sql); };
-}
-
-TEST(IndexAnalysis, ExpectedIndexesAndProbesFollowTheFlagsAndTheRowIdColumn) {
-    Transcript t("index_analysis");
-    for (const ExpectedIndex& index : ExpectedIndexes()) {
-        t.Case(IndexName(index, kRoads) + " expects " + std::to_string(index.expectedScore));
-        t.Line("query", IndexScoreQuery(index, kRoads));
-    }
-    LayerValues noRowId = kRoads;
-    noRowId.rowIdColumn.clear();
-    const auto missing = [](const std::string& sql) {
-        return sql.ends_with("FROM DUAL") ? Rows(1, {{"0"}}) : Rows(1, {});
-    };
-    // Plain, load-only and versioned layers, with and without a row-id column, are probed in the
-    // compressed-binary scenario against the dictionary stand-ins; this combination is not.
-    RunCheck(t, "probes of a no row-id column layer, every index missing", Make("clsTst_IdxLyrBinOra"),
-             Walk(Rows(8, {WalkRow(noRowId, 16777216, 0)}), missing));
-    RunCheck(t, "lookup errors list every entry of the error list", Make("clsTst_IdxLyrBinOra"),
-             Walk(Rows(8, {WalkRow(kRoads, 16777216 | 1048576, 0)}),
-                  All(Failure({{942, "table or view does not exist"}, {-2147217865, "second entry"}}))));
-    RunCheck(t, "unreadable dictionary: one lookup error per index", Make("clsTst_IdxLyrBinOra"),
-             Walk(Rows(8, {WalkRow(kRoads, 16777216, 0)}), [](const std::string& sql) {
-                 return sql.find("ALL_IND_COLUMNS") != std::string::npos ? Failure({{942, "no view"}})
-                                                                         : Rows(1, {});
-             }));
-    // Building 32768 real layers would take minutes; the count is the same whatever answers the probes.
-    t.Case("more layers than the sixteen-bit count ends the run with an overflow");
-    Table rows;
-    LayerValues layer = kRoads;
-    for (layer.layerId = 1; layer.layerId <= 32768; ++layer.layerId) {
-        rows.push_back(WalkRow(layer, 16777216 | 1048576, 0));  // load-only: one probe per layer
-    }
-    const CheckEnvironment env(dbtype::kOracle);
-    ScriptedConnection conn;
-    conn.Open("");
-    conn.AnswerOthers(Walk(Rows(8, std::move(rows)), All(Rows(1, {}))));
-    t.Try("raised", [&] { CreateCheck("clsTst_IdxLyrBinOra", env)->Run(&conn); });
-    t.Line("statements sent", std::to_string(conn.Sent().size()));
+TEST(RunCases, EveryCheckOnAScriptedConnection) {
+    EXPECT_EQ(RunCases().player.Play("unit/checks.txt"), "");
 }
 
 }  // namespace

@@ -83,9 +83,9 @@ std::string HeadlessUsage() {
            "--jobs N: the connections a run may use (1 to " +
            std::to_string(kMaxJobs) + ", default " + std::to_string(kDefaultJobs) +
            "): the checks that probe every\n"
-           "entry or layer send their probes over N - 1 more connections opened like the first, and still "
-           "take\n"
-           "the results in their own order, so everything written is what one connection gives (--jobs 1).\n"
+           "entry or layer send their probes over N - 1 more connections opened like the first, and\n"
+           "still take the results in their own order, so everything written is what one connection\n"
+           "gives (--jobs 1).\n"
            "--report writes the text report (CR LF lines), --only-failures leaves passed tests out of it,\n"
            "--json writes every catalogue entry with its verdict, duration and findings (one record per\n"
            "problem, with a stable key); both replace existing files and are written after every run that\n"

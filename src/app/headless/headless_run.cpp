@@ -3,6 +3,7 @@
 
 #include <iostream>
 
+#include "app/tabvet_version.h"
 #include "connect_source.h"
 #include "console_interaction.h"
 #include "db/odbc_connection.h"
@@ -217,7 +218,7 @@ int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::os
         return exit_code::kAllPassed;
     }
     if (parsed.options->version) {
-        out << "tabvet " << TABVET_VERSION << "\n";
+        out << "tabvet " << kVersionText << "\n";
         return exit_code::kAllPassed;
     }
     if (parsed.options->listChecks) {

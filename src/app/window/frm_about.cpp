@@ -6,11 +6,13 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/tabvet_version.h"
+
 namespace tabvet {
 
 frmAbout::frmAbout(IUserInteraction& ui, SysInfoLocator locator, QWidget* parent)
     : QDialog(parent), ui_(ui), locator_(std::move(locator)) {
-    const AboutTexts texts = MakeAboutTexts(TABVET_VERSION_MAJOR, TABVET_VERSION_MINOR, TABVET_VERSION_PATCH);
+    const AboutTexts texts = MakeAboutTexts(kVersionMajor, kVersionMinor, kVersionRevision);
     setObjectName("frmAbout");
     setWindowTitle(QString::fromStdString(texts.caption));
     lblTitle_ = new QLabel(QString::fromStdString(texts.title), this);

@@ -6,12 +6,12 @@
 #include <QPixmap>
 
 namespace tabvet {
-namespace {
 
-QPixmap Drawn(int size) {
-    QPixmap pixmap(size, size);
-    pixmap.fill(Qt::transparent);
-    QPainter p(&pixmap);
+// An image rather than a pixmap: it needs no display, so the build can export it for the desktop's menus.
+QImage ApplicationIconImage(int size) {
+    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
     p.scale(size / 64.0, size / 64.0);
     // The table: a header row and three rows of two columns.
@@ -33,15 +33,14 @@ QPixmap Drawn(int size) {
     p.drawPath(check);
     p.setPen(QPen(QColor(0x2e, 0x9d, 0x4a), 6.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     p.drawPath(check);
-    return pixmap;
+    p.end();
+    return image;
 }
-
-}  // namespace
 
 QIcon ApplicationIcon() {
     QIcon icon;
-    for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
-        icon.addPixmap(Drawn(size));
+    for (const int size : kApplicationIconSizes) {
+        icon.addPixmap(QPixmap::fromImage(ApplicationIconImage(size)));
     }
     return icon;
 }

@@ -14,6 +14,8 @@ namespace tabvet {
 int RunWindow(int& argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(kApplicationTitle);
+    // The installed desktop entry (tabvet.desktop): how a Wayland desktop gives the window its icon and name.
+    QGuiApplication::setDesktopFileName("tabvet");
     QApplication::setWindowIcon(ApplicationIcon());
     QSettings settings("tabvet", "tabvet");  // the platform's usual store: a file, or the registry
     QtInteraction ui;

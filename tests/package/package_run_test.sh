@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# The program as the package installs it, unpacked into a temporary root: a headless run over the demo
+# schema gives what the build tree's program gives (exit status, status log, standard error, report, JSON,
+# times masked), and without arguments it finds the package's own window module and opens the window on the
+# offscreen platform.
+# Usage: package_run_test.sh DEB BUILD_TABVET; needs TABVET_PG_STATE (the run's cluster).
+set -euo pipefail
+[ $# -eq 2 ] || { echo "usage: package_run_test.sh DEB BUILD_TABVET" >&2; exit 2; }
+deb=$1 built=$2
+state=${TABVET_PG_STATE:?the run\'s cluster state file (ctest sets it)}
+here=$(cd "$(dirname "$0")" && pwd)
+cluster="bash $here/../../scripts/pg_cluster.sh"
+fixtures=$here/../fixtures
+# shellcheck source=package_common.sh
+. "$here/package_common.sh"
+needs "$deb" scripts/package.sh
+unpack "$deb"
+
+window_pid=
+cleanup() {
+    [ -z "$window_pid" ] || kill -KILL "$window_pid" 2>/dev/null || true
+    $cluster psql "$state" postgres -q -c "DROP DATABASE IF EXISTS package_demo WITH (FORCE)" >/dev/null || true
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+# The demo's schema: failures of several kinds, so the run writes more than a clean bill.
+$cluster createdb "$state" package_demo "$fixtures/tessel_schema.sql" "$fixtures/oracle_dictionary.sql" \
+    "$fixtures/demo/demo_schema.sql" >/dev/null
+port=$(sed -n 's/^PGPORT=//p' "$state")
+connection="Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=$port;Database=package_demo;UID=tabvet;PWD=;"
+
+# run NAME PROGRAM: one headless run, its transcript in $work/NAME.txt with times and its folder masked.
+run() {
+    local name=$1 program=$2 folder=$work/$1 status=0
+    mkdir "$folder"
+    TABVET_CONNECT=$connection "$program" --report "$folder/report.txt" --json "$folder/results.json" \
+        >"$folder/out" 2>"$folder/err" </dev/null || status=$?
+    {
+        echo "exit $status"
+        for file in out err report.txt results.json; do
+            echo "--- $file"
+            sed -E -e "s#$folder#<folder>#g" \
+                -e 's#(started|finished) at [0-9./-]+ [0-9:]+( [AP]M)?#\1 at <time>#' \
+                -e 's#^Generated: .*#Generated: <time>#' \
+                -e 's#"(started|finished)": "[^"]*"#"\1": "<time>"#' \
+                -e 's#"durationMs": [0-9.]+#"durationMs": <ms>#' "$folder/$file"
+        done
+    } >"$work/$name.txt"
+}
+run packaged "$tabvet"
+run built "$built"
+head -n 1 "$work/packaged.txt" | grep -qx 'exit 1' || fail "the demo run did not fail as it should: $(head -n 1 "$work/packaged.txt")"
+diff -u "$work/built.txt" "$work/packaged.txt" || fail "the packaged program's run differs from the build tree's"
+
+# The window: the package's module and the offscreen platform plugin both mapped, and still running a
+# moment later (a module that failed to load ends the program at once with status 2).
+mkdir -m 700 "$work/home" "$work/runtime"
+HOME=$work/home XDG_CONFIG_HOME=$work/home/.config XDG_RUNTIME_DIR=$work/runtime QT_QPA_PLATFORM=offscreen \
+    "$tabvet" </dev/null >"$work/window.out" 2>"$work/window.err" &
+window_pid=$!
+module=$root/usr/lib/tabvet/libtabvet_main_window.so
+loaded=
+for _ in $(seq 1 300); do
+    maps=$(cat "/proc/$window_pid/maps" 2>/dev/null) || break
+    if grep -qF "$module" <<<"$maps" && grep -q 'libqoffscreen\.so' <<<"$maps"; then
+        loaded=1
+        break
+    fi
+    sleep 0.1
+done
+sleep 1
+if [ -z "$loaded" ] || ! kill -0 "$window_pid" 2>/dev/null; then
+    fail "the window did not open from $module:"
+    cat "$work/window.err"
+fi
+{
+    kill -KILL "$window_pid" || true
+    wait "$window_pid" || true
+} 2>/dev/null  # without the shell's "Killed"
+window_pid=
+
+finish "the unpacked package runs headless as the build does and opens its window"
