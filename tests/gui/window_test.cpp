@@ -48,6 +48,18 @@ struct ScriptedLogon final : LogonDialogPresenter {
     bool cancel = false;
 };
 
+// Every text a label is painted with, in order, without repeats: what the status bar showed during a run.
+struct PaintedTexts final : QObject {
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const QString text = static_cast<QLabel*>(watched)->text();
+        if (event->type() == QEvent::Paint && (texts.isEmpty() || texts.back() != text)) {
+            texts.push_back(text);
+        }
+        return false;
+    }
+    QStringList texts;
+};
+
 // One window with its model and scripted dialogs, remembering its settings in `settingsFile` when given (a
 // second Fixture on the same file is the next start); every connection it makes can break on cue.
 struct Fixture {
@@ -66,6 +78,7 @@ struct Fixture {
             conn = made.get();
             return made;
         };
+        Find<QLabel>("stsRunFeedback")->installEventFilter(&painted);
         window->show();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
@@ -129,6 +142,7 @@ struct Fixture {
     TempFolder folder;
     bool ended = false;
     FaultInjectingConnection* conn = nullptr;
+    PaintedTexts painted;
     std::unique_ptr<frmNav> window;
 };
 
@@ -241,6 +255,15 @@ std::string Play(const std::string& name) {
             [] { PgCluster::Shared().StopServer(); });
     });
     on("start-server", [&](const std::string&) { PgCluster::Shared().StartServer(); });
+    // painted N: what the status bar showed of test N since the last time; of a walk's count only the first,
+    // as how often it is redrawn depends on the machine's speed
+    player.On("painted", [&](const std::string& a, std::ostream& out) {
+        static const QRegularExpression redrawn(" \\([1-9][0-9]* of [0-9]+ rows, [0-9:]+\\)$");
+        for (const QString& text : std::exchange(f.painted.texts, {})) {
+            const bool shown = text.startsWith("Running test " + QString::fromStdString(a) + " of ");
+            out << (shown && !redrawn.match(text).hasMatch() ? "painted: " + text.toStdString() + "\n" : "");
+        }
+    });
     return player.Play("window/" + name + ".txt");
 }
 

@@ -1,7 +1,8 @@
 // A run over several connections must be a run over one: every kind of broken layer, a report limit reached
 // and errors that escape a check in the middle of their walks give byte for byte the same status log,
 // messages, report, JSON and statement trace (times masked) with --jobs 1 and with more, also when extra
-// connections cannot be opened or are lost on the way. Compared at test time, so there are no expected files.
+// connections cannot be opened, are lost on the way or are stopped. Compared at test time, so there are no
+// expected files.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -10,8 +11,8 @@
 #include <regex>
 #include <sstream>
 #include <thread>
+#include <utility>
 
-#include "app/headless/headless_options.h"
 #include "app/headless/headless_run.h"
 #include "db/odbc_connection.h"
 #include "session/connection_handling.h"
@@ -99,45 +100,6 @@ const PgCluster& Cluster(const Situation& situation) {
     return pg;
 }
 
-// What a user sees of `text` on a terminal: a carriage return goes back to the line's start and overwrites.
-std::string OnTerminal(const std::string& text) {
-    std::string screen;
-    std::string line;
-    std::size_t column = 0;
-    for (char c : text) {
-        if (c == '\r') {
-            column = 0;
-        } else if (c == '\n') {
-            screen += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
-            line.clear();
-            column = 0;
-        } else {
-            line.resize(std::max(line.size(), column + 1));
-            line[column++] = c;
-        }
-    }
-    return screen + line;
-}
-
-// The first line where `actual` leaves `expected`, for a readable failure; empty when they are equal.
-std::string FirstDifference(const std::string& expected, const std::string& actual) {
-    std::istringstream a(expected);
-    std::istringstream b(actual);
-    std::string lineA;
-    std::string lineB;
-    for (int n = 1;; ++n) {
-        const bool moreA = static_cast<bool>(std::getline(a, lineA));
-        const bool moreB = static_cast<bool>(std::getline(b, lineB));
-        if (!moreA && !moreB) {
-            return "";
-        }
-        if (lineA != lineB || moreA != moreB) {
-            return "line " + std::to_string(n) + "\nexpected: " + (moreA ? lineA : "<end>") +
-                   "\nactual:   " + (moreB ? lineB : "<end>");
-        }
-    }
-}
-
 std::string Masked(const std::string& text) {
     static const std::regex times(
         "(started at |finished at |Generated: |\"started\": |\"finished\": )[^\r\n,]*|"
@@ -145,7 +107,8 @@ std::string Masked(const std::string& text) {
     return std::regex_replace(text, times, "$1$2$3<time>");
 }
 
-// Everything a headless run leaves behind, times masked.
+// Everything a headless run leaves behind, times masked. On a terminal the count of walked rows must be drawn
+// below the progress line and blanked out again, which leaves what a file or a pipe gets.
 std::string Transcript(const std::string& connect, const std::vector<std::string>& more,
                        bool errIsTerminal = false) {
     const TempFolder folder;
@@ -159,21 +122,15 @@ std::string Transcript(const std::string& connect, const std::vector<std::string
     std::ostringstream out;
     std::ostringstream err;
     const int status = RunHeadless(args, out, err, errIsTerminal);
-    const std::string errors = errIsTerminal ? OnTerminal(err.str()) : err.str();
+    std::string errors = err.str();
+    if (errIsTerminal) {
+        static const std::regex drawnThenBlanked("(\r[0-9]+ of [0-9]+ rows, [0-9]+:[0-9]{2} *)+\r +\r");
+        const std::string drawn = std::exchange(errors, std::regex_replace(errors, drawnThenBlanked, ""));
+        EXPECT_NE(drawn, errors) << "no count drawn";
+    }
     return Masked("exit " + std::to_string(status) + "\n--- stdout\n" + out.str() + "--- stderr\n" + errors +
                   "--- report\n" + ReadBytes(folder.File("report.txt")) + "--- json\n" +
                   ReadBytes(folder.File("r.json")) + "--- statements\n" + ReadBytes(kTrace).substr(traced));
-}
-
-TEST(Jobs, TheNumberOfConnectionsIsAWholeNumberFromOneTo64) {
-    for (const char* bad : {"0", "65", "-1", "2.5", "many", ""}) {
-        const ParsedArguments parsed =
-            ParseHeadlessArguments({"--connect", "DSN=x", "--jobs=" + std::string(bad)});
-        EXPECT_EQ(parsed.error,
-                  "--jobs must be a whole number from 1 to 64 (got '" + std::string(bad) + "')");
-    }
-    EXPECT_EQ(ParseHeadlessArguments({"--connect", "DSN=x", "--jobs", "64"}).options->jobs, 64u);
-    EXPECT_FALSE(ParseHeadlessArguments({"--connect", "DSN=x"}).options->jobs);
 }
 
 TEST(Jobs, OneConnectionOrSeveralGiveTheSameOutputs) {
@@ -183,29 +140,9 @@ TEST(Jobs, OneConnectionOrSeveralGiveTheSameOutputs) {
         const std::string one = Transcript(connect, {"--jobs", "1"});
         EXPECT_EQ(one.rfind("exit " + std::to_string(situation.exitStatus) + "\n", 0), 0u) << one;
         EXPECT_NE(one.find(situation.evidence), std::string::npos) << one;
-        EXPECT_EQ(FirstDifference(one, Transcript(connect, {"--jobs", "2"})), "");
-        // The default, with the count of walked rows drawn on a terminal and cleared again.
-        EXPECT_EQ(FirstDifference(one, Transcript(connect, {}, true)), "");
+        EXPECT_EQ(one, Transcript(connect, {"--jobs", "2"}));
+        EXPECT_EQ(one, Transcript(connect, {}, true));  // the default, on a terminal
     }
-}
-
-TEST(Jobs, TheCountOfWalkedRowsIsDrawnOnlyOnATerminalAndNeverInTheLogOrFiles) {
-    const Situation& situation = kSituations[0];
-    const std::string connect = Cluster(situation).ConnectionString(situation.database);
-    std::ostringstream out;
-    std::ostringstream err;
-    EXPECT_EQ(
-        RunHeadless({"--connect", connect, "--dbms", "oracle", "--tessel-version", "9.0.0"}, out, err, true),
-        1);
-    EXPECT_NE(
-        err.str().find("Running test 9 of 16: LAYERS entries exist as tables or views\n\r0 of 68 rows, 0:00"),
-        std::string::npos)
-        << err.str();
-    EXPECT_EQ(out.str().find(" rows, "), std::string::npos);
-    std::ostringstream plain;
-    EXPECT_EQ(
-        RunHeadless({"--connect", connect, "--dbms", "oracle", "--tessel-version", "9.0.0"}, out, plain), 1);
-    EXPECT_EQ(plain.str().find('\r'), std::string::npos);
 }
 
 // A role that may hold two sessions: the run's own and one extra; the others the run asks for fail to open.
@@ -221,7 +158,7 @@ TEST(Jobs, ExtraConnectionsThatCannotOpenChangeNothing) {
     connect = std::regex_replace(connect, std::regex("UID=tabvet"), "UID=jobs_two_sessions");
     const std::string one = Transcript(connect, {"--jobs", "1"});
     EXPECT_EQ(one.rfind("exit 1\n", 0), 0u) << one;
-    EXPECT_EQ(FirstDifference(one, Transcript(connect, {"--jobs", "6"})), "");
+    EXPECT_EQ(one, Transcript(connect, {"--jobs", "6"}));
 }
 
 // Another session locks the feature tables of a dozen layers, so that whichever connection probes the first
@@ -232,10 +169,9 @@ TEST(Jobs, AStopCancelsTheStatementsOfTheExtraConnectionsToo) {
     const Situation& situation = kSituations[0];
     const PgCluster& pg = Cluster(situation);
     const std::string connect = pg.ConnectionString(situation.database);
-    std::string tables = "gis.f20";
-    for (int layer = 21; layer <= 31; ++layer) {
-        tables += ", gis.f" + std::to_string(layer);
-    }
+    const std::string tables =
+        "gis.f20, gis.f21, gis.f22, gis.f23, gis.f24, gis.f25, gis.f26, gis.f27, "
+        "gis.f28, gis.f29, gis.f30, gis.f31";
     std::vector<std::string> outputs;
     std::vector<std::string> statements;
     for (const char* jobs : {"1", "4"}) {
@@ -267,15 +203,14 @@ TEST(Jobs, AStopCancelsTheStatementsOfTheExtraConnectionsToo) {
     }
     EXPECT_EQ(outputs[0].rfind("exit 4\n", 0), 0u) << outputs[0];
     EXPECT_NE(outputs[0].find("canceling statement due to user request"), std::string::npos) << outputs[0];
-    EXPECT_EQ(FirstDifference(outputs[0], outputs[1]), "");
-    EXPECT_EQ(statements[1].rfind(statements[0], 0), 0u) << FirstDifference(statements[0], statements[1]);
+    EXPECT_EQ(outputs[0], outputs[1]);
+    EXPECT_EQ(statements[1].substr(0, statements[0].size()), statements[0]);
 }
 
 // The run's own connection, which ends every other session of its database (the extra connections) just
 // before the index analysis walks its layers: their probes then fail with a lost connection.
 class SessionEnder final : public Connection {
   public:
-    explicit SessionEnder(bool othersExpected) : othersExpected_(othersExpected) {}
     void Close() override { inner_.Close(); }
     int State() const override { return inner_.State(); }
     std::unique_ptr<Connection> NewProbeConnection() const override { return inner_.NewProbeConnection(); }
@@ -293,7 +228,7 @@ class SessionEnder final : public Connection {
                 inner_.Query("SELECT count(pg_terminate_backend(pid, 10000)) FROM pg_stat_activity "
                              "WHERE datname = current_database() AND pid <> pg_backend_pid()",
                              ended));
-            EXPECT_EQ(ended.cells.at(0) != "0", othersExpected_);
+            EXPECT_NE(ended.cells.at(0), "0");
         }
         const bool ok = inner_.Query(sql, out);
         Errors() = inner_.Errors();
@@ -302,7 +237,6 @@ class SessionEnder final : public Connection {
 
   private:
     OdbcConnection inner_;
-    bool othersExpected_;
 };
 
 TEST(Jobs, ExtraConnectionsLostDuringARunChangeNothing) {
@@ -311,7 +245,9 @@ TEST(Jobs, ExtraConnectionsLostDuringARunChangeNothing) {
     std::vector<std::string> results;
     for (unsigned jobs : {1u, 4u}) {
         testsupport::RecordingInteraction ui;
-        MainState state(ui, [jobs] { return std::make_unique<SessionEnder>(jobs > 1); });
+        MainState state(ui, [jobs]() -> std::unique_ptr<Connection> {
+            return jobs > 1 ? std::make_unique<SessionEnder>() : NewOdbcConnection();
+        });
         ASSERT_TRUE(StartUp(state));
         state.now = [] { return std::string("<now>"); };
         state.jobs = jobs;
@@ -329,7 +265,7 @@ TEST(Jobs, ExtraConnectionsLostDuringARunChangeNothing) {
         results.push_back(result);
     }
     EXPECT_NE(results[0].find("Error: Missing index D106_IDX2"), std::string::npos) << results[0];
-    EXPECT_EQ(FirstDifference(results[0], results[1]), "");
+    EXPECT_EQ(results[0], results[1]);
 }
 
 }  // namespace
