@@ -24,6 +24,8 @@
 #include <thread>
 #include <vector>
 
+#include "unique_fd.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -59,22 +61,7 @@ std::optional<Options> ParseOptions(int argc, char** argv) {
     return options;
 }
 
-// Owns a socket.
-class Socket {
-  public:
-    explicit Socket(int fd) : fd_(fd) {}
-    ~Socket() {
-        if (fd_ >= 0) {
-            close(fd_);
-        }
-    }
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-    int Get() const { return fd_; }
-
-  private:
-    int fd_;
-};
+using tabvet::bench::UniqueFd;
 
 // Small writes go out at once: the client and the server both turn Nagle off, so must the proxy.
 void NoDelay(int fd) {
@@ -164,8 +151,8 @@ class Pump {
 
 // One client connection and its connection to the server, both directions delayed.
 void Forward(int clientFd, int targetPort, std::chrono::microseconds delay) {
-    const Socket client(clientFd);
-    const Socket server(socket(AF_INET, SOCK_STREAM, 0));
+    const UniqueFd client(clientFd);
+    const UniqueFd server(socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -190,7 +177,7 @@ int main(int argc, char** argv) {
                      "usage: tabvet_latency_proxy --to PORT --delay-us MICROSECONDS [--listen PORT]\n");
         return 2;
     }
-    const Socket listener(socket(AF_INET, SOCK_STREAM, 0));
+    const UniqueFd listener(socket(AF_INET, SOCK_STREAM, 0));
     const int on = 1;
     setsockopt(listener.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in address{};
