@@ -270,12 +270,18 @@ for n in $latency_sizes; do
     for rtt in $latencies; do
         target_port=$port
         if [ "$rtt" != 0 ]; then
+            # Its first line, "port=N", read from a pipe: waiting for it cannot race with its writing.
+            rm -f "$work/proxy.fifo"
+            mkfifo "$work/proxy.fifo"
             "${prioritised[@]}" "$proxy" --to "$port" --delay-us "$(awk -v r="$rtt" 'BEGIN { print int(r * 500) }')" \
-                >"$work/proxy.txt" 2>"$work/proxy_errors.txt" &
+                >"$work/proxy.fifo" 2>"$work/proxy_errors.txt" &
             proxy_pid=$!
-            for _ in $(seq 1 300); do grep -qs port= "$work/proxy.txt" && break; sleep 0.1; done
-            target_port=$(sed -n 's/^port=//p' "$work/proxy.txt")
-            [ -n "$target_port" ] || { log "the latency proxy did not start"; cat "$work/proxy_errors.txt" >&2; exit 2; }
+            exec {proxy_out}<"$work/proxy.fifo"
+            IFS= read -r -t 30 -u "$proxy_out" line || line=""
+            exec {proxy_out}<&-
+            target_port=${line#port=}
+            [ -n "$target_port" ] && [ "$line" != "$target_port" ] ||
+                { log "the latency proxy did not start"; cat "$work/proxy_errors.txt" >&2; exit 2; }
         fi
         conn="Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=$target_port;Database=bench_$n;UID=tabvet;PWD=;"
         declare -A best=() peak=() statuses=()
