@@ -23,6 +23,13 @@ class ProbeTask {
 
 namespace {
 
+// Connecting and disconnecting happen one at a time across the pool's threads: psqlODBC switches the
+// process's locale while it connects, and another thread's connect then reads freed memory.
+std::mutex& ConnectMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
 // SQLSTATE class 08: the driver says the link failed, whether or not it can tell that the connection is dead.
 bool IsConnectionFailure(const ErrorList& errors) {
     for (std::int32_t i = 0; i < errors.Count(); ++i) {
@@ -161,8 +168,11 @@ void ProbePool::Cancel() {
 }
 
 void ProbePool::Work(std::unique_ptr<Connection> conn) {
-    if (!conn->Open(connectionString_)) {
-        return;  // the run goes on with the connections that opened
+    {
+        const std::lock_guard connecting(ConnectMutex());
+        if (!conn->Open(connectionString_)) {
+            return;  // the run goes on with the connections that opened
+        }
     }
     {
         const std::lock_guard lock(mutex_);
@@ -199,8 +209,12 @@ void ProbePool::Work(std::unique_ptr<Connection> conn) {
             break;
         }
     }
-    const std::lock_guard lock(mutex_);
-    open_.erase(std::find(open_.begin(), open_.end(), conn.get()));
+    {
+        const std::lock_guard lock(mutex_);
+        open_.erase(std::find(open_.begin(), open_.end(), conn.get()));
+    }
+    const std::lock_guard disconnecting(ConnectMutex());
+    conn->Close();
 }
 
 }  // namespace tabvet

@@ -51,9 +51,10 @@ struct ScriptedLogon final : LogonDialogPresenter {
 // Every text a label is painted with, in order, without repeats: what the status bar showed during a run.
 struct PaintedTexts final : QObject {
     bool eventFilter(QObject* watched, QEvent* event) override {
-        const QString text = static_cast<QLabel*>(watched)->text();
-        if (event->type() == QEvent::Paint && (texts.isEmpty() || texts.back() != text)) {
-            texts.push_back(text);
+        const auto* label = qobject_cast<QLabel*>(watched);  // not while the label is being destroyed
+        if (label != nullptr && event->type() == QEvent::Paint &&
+            (texts.isEmpty() || texts.back() != label->text())) {
+            texts.push_back(label->text());
         }
         return false;
     }
