@@ -25,7 +25,7 @@
 #   --keep             keep the work folder (statement traces, reports, JSON, raw measurements)
 # Exit status: 0 every target met, 1 a target missed, 2 the benchmark itself failed.
 # Not part of the test suite: the floor part takes about half an hour at the default sizes, the latency part
-# about three quarters of an hour (--jobs 1 over 10 ms at 10,000 layers alone takes 27 minutes).
+# about an hour (--jobs 1 over 10 ms at 10,000 layers alone takes 26 minutes).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
