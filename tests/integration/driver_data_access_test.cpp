@@ -15,6 +15,7 @@
 #include "db/runtime_error.h"
 #include "db/statement_guard.h"
 #include "db/value.h"
+#include "support/case_file.h"
 #include "support/mariadb_server.h"
 #include "support/pg_cluster.h"
 
@@ -41,7 +42,7 @@ const std::vector<Configuration>& Configurations() {
 }
 
 // How each field of a row is read, one letter a column: t the value as it stands (NULL shown as NULL),
-// T ToText, e TextOrEmpty, i ToInt16, I ToInt32.
+// T ToText, e TextOrEmpty, i ToInt16, I ToInt32. Expected values are written as in the case files.
 struct Case {
     const char* name;
     const char* postgreSql;
@@ -53,10 +54,7 @@ struct Case {
 // clang-format off
 const Case kCases[] = {
     {"unknown table", "SELECT * FROM no_such_table", nullptr, "", "failed: 1 entry"},
-    {"syntax error", "SELECT FROM WHERE", nullptr, "", "failed: 1 entry"},
     {"statement separator", "SELECT 1; SELECT 2", nullptr, "",
-     "refused: -2147217900 Statement not sent: it contains a statement separator or a comment"},
-    {"comment", "SELECT 1 -- the rest", nullptr, "",
      "refused: -2147217900 Statement not sent: it contains a statement separator or a comment"},
     {"no rows", "SELECT 1 WHERE 1 = 2", "SELECT 1 FROM DUAL WHERE 1 = 2", "t", ""},
     {"NULL, empty and blank", "SELECT NULL, '', ' ', NULL, NULL", nullptr, "tttTe",
@@ -79,54 +77,27 @@ const Case kCases[] = {
     {"many rows", "SELECT g FROM generate_series(1, 5000) AS g", "SELECT seq FROM seq_1_to_5000", "t",
      "5000 rows: '1' .. '5000'"},
     {"long values", "SELECT repeat('a', 100000), repeat('é', 70000), repeat('😀', 40000)", nullptr, "ttt",
-     "'{100000*a}' | '{70000*é}' | '{40000*😀}'"},
+     "'{'a' x 100000}' | '{'é' x 70000}' | '{'😀' x 40000}'"},
     {"values at the edges of the read buffer",
      "SELECT repeat('b', 255), repeat('c', 256), concat(repeat('d', 254), '😀'), concat(repeat('e', 255), 'é')",
-     nullptr, "tttt", "'{255*b}' | '{256*c}' | '{254*d}😀' | '{255*e}é'"},
+     nullptr, "tttt", "'{'b' x 255}' | '{'c' x 256}' | '{'d' x 254}😀' | '{'e' x 255}é'"},
+    {"values where the read buffer grows", "SELECT repeat('f', 511), repeat('g', 512), concat(repeat('h', 512), 'é')",
+     nullptr, "ttt", "'{'f' x 511}' | '{'g' x 512}' | '{'h' x 512}é'"},
     {"a short value after long ones", "SELECT 'x', ''", nullptr, "tt", "'x' | ''"},
     {"line breaks and quotes", "SELECT 'a\r\nb\nc\rd', 'O''Brien \"x\"'", nullptr, "tt",
      "'a\\r\\nb\\nc\\rd' | 'O'Brien \"x\"'"},
 };
 // clang-format on
 
-// Runs of one character longer than fifteen are shown as {N*c}, line breaks as \r and \n.
-std::string Show(const std::string& text) {
-    std::vector<std::string> characters;
-    for (std::size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
-        characters.push_back(text.substr(i, length));
-        i += length;
-    }
-    std::string shown;
-    for (std::size_t i = 0; i < characters.size();) {
-        std::size_t run = 1;
-        while (i + run < characters.size() && characters[i + run] == characters[i]) {
-            ++run;
-        }
-        const std::string& c = characters[i];
-        const std::string one = c == "\r" ? "\\r" : c == "\n" ? "\\n" : c;
-        if (run > 15) {
-            shown += "{" + std::to_string(run) + "*" + one + "}";
-        } else {
-            for (std::size_t k = 0; k < run; ++k) {
-                shown += one;
-            }
-        }
-        i += run;
-    }
-    return shown;
-}
-
 std::string Field(const FieldValue& value, char how) {
     try {
         switch (how) {
             case 't':
-                return value ? "'" + Show(*value) + "'" : "NULL";
+                return value ? "'" + *value + "'" : "NULL";
             case 'T':
-                return "'" + Show(ToText(value)) + "'";
+                return "'" + ToText(value) + "'";
             case 'e':
-                return "'" + Show(TextOrEmpty(value)) + "'";
+                return "'" + TextOrEmpty(value) + "'";
             case 'i':
                 return std::to_string(ToInt16(value));
             case 'I':
@@ -203,7 +174,9 @@ TEST_P(DriverDataAccess, EveryCaseReadsAlike) {
     ASSERT_TRUE(conn.Open(GetParam().connectionString()));
     for (const Case& c : kCases) {
         const std::string sql = GetParam().mariaDb && c.mariaDbSql != nullptr ? c.mariaDbSql : c.postgreSql;
-        EXPECT_EQ(Read(conn, sql, c.read), c.expected) << c.name;
+        const std::string read = Read(conn, sql, c.read);
+        EXPECT_TRUE(read == testsupport::FromReadable(c.expected))
+            << c.name << ": " << testsupport::Readable(read).substr(0, 400);
         EXPECT_EQ(conn.State(), Connection::kStateOpen) << c.name;
     }
 }

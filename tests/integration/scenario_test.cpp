@@ -10,10 +10,13 @@
 //   brief-run ARG...                      the same run on one line: the exit status, every test that did not
 //                                         pass, and the fingerprints
 //   run ARG...                            a headless run; {NAME} is that database's connection string,
-//                                         {report} and {json} files, {port} the port. It prints the exit
-//                                         status, standard error without progress lines, the verdicts
-//                                         (read from the JSON results) and whether fingerprinted databases
-//                                         stayed unchanged
+//                                         {report} and {json} files, {port} the port, {silent} a server that
+//                                         never answers. It prints the exit status, standard error without
+//                                         progress lines, the verdicts (read from the JSON results) and
+//                                         whether fingerprinted databases stayed unchanged
+//   program ARG... | sigterm N ARG...     the same run of the built program in a process of its own; sigterm
+//                                         sends N SIGTERMs once it waits (for a lock or for {silent})
+//   lock NAME TABLE                       another session locks TABLE until the next program run ends
 //   show WHAT                             more of the last run: stdout, stderr, report, json, statements,
 //                                         details N... (result details), refused (statements not sent),
 //                                         findings, target (from the JSON results); first|last K shortens
@@ -22,13 +25,32 @@
 //                                         {'c' to N} at the end pads TEXT with c to N characters
 //   detect NAME [DB]                      "Query DBMS", the version boxes and the system database set
 //   odbc NAME SQL                         a statement through the data-access layer
+//   each NAME SQL                         NAME made again from its db line, SQL on it, the last run again
+//   mariadb NAME                          NAME copied to MariaDB: its schemas become databases beside the one
+//                                         {mariadb} names, which holds the dictionary stand-ins
+//   both ARG...                           a run on {NAME}, then the same on its copy through MariaDB
+//                                         Connector/ODBC: prints nothing when they agree (exit status,
+//                                         output, report, JSON, statements), once the drivers' own messages
+//                                         are masked
+//   unordered                             later "both" runs compare their lines in sorted order
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <iomanip>
 #include <map>
+#include <numeric>
+#include <optional>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include "app/headless/headless_options.h"
 #include "app/headless/headless_run.h"
@@ -37,13 +59,18 @@
 #include "db/runtime_error.h"
 #include "db/statement_guard.h"
 #include "report/json_reader.h"
+#include "report/json_text.h"
 #include "session/connection_handling.h"
 #include "session/server_type_detection.h"
 #include "session/startup.h"
 #include "support/case_file.h"
+#include "support/mariadb_server.h"
 #include "support/pg_cluster.h"
 #include "support/recording_interaction.h"
 #include "support/temp_folder.h"
+#include "trace_reader.h"
+
+extern char** environ;
 
 namespace tabvet {
 namespace {
@@ -109,8 +136,13 @@ void PrintVerdicts(const JsonValue& results, bool brief, std::ostream& out) {
                        (verdict == "error" ? " " + Readable(At(results, "error").text) : "");
         } else if (verdict == "failed" || verdict == "error") {
             for (const int position : positions) {
-                out << verdict << " " << position << " "
-                    << At(At(results, "tests").items[position - 1], "name").text << "\n";
+                const JsonValue& test = At(results, "tests").items[position - 1];
+                out << verdict << " " << position << " " << At(test, "name").text
+                    << (At(test, "truncated").boolean
+                            ? ", truncated at " + std::to_string(At(test, "findings").items.size()) +
+                                  " findings"
+                            : "")
+                    << "\n";
             }
         } else {
             out << verdict << " " << Positions(positions) << "\n";
@@ -159,6 +191,105 @@ void PrintRefused(const JsonValue& results, std::ostream& out) {
     out << (refused.empty() ? "refused: none\n" : "");
 }
 
+// A JSON value as one text, to compare two values whole.
+std::string Flat(const JsonValue& value) {
+    std::string text = std::to_string(static_cast<int>(value.type)) + value.text;
+    for (const JsonValue& item : value.items) {
+        text += "[" + Flat(item) + "]";
+    }
+    for (const auto& [name, member] : value.members) {
+        text += "{" + name + ":" + Flat(member) + "}";
+    }
+    return text;
+}
+
+// A finding's key is the JSON text of [kind, identity] and nothing else: not the order rows came in, not
+// the session.
+void CheckFindingKeys(const JsonValue& results) {
+    for (const JsonValue& test : At(results, "tests").items) {
+        for (const JsonValue& finding : At(test, "findings").items) {
+            const std::string& key = At(finding, "key").text;
+            const JsonParse parsed = ReadJson(key);
+            EXPECT_TRUE(parsed.value && parsed.value->items.size() == 2 &&
+                        Flat(parsed.value->items[0]) == Flat(At(finding, "kind")) &&
+                        Flat(parsed.value->items[1]) == Flat(At(finding, "identity")))
+                << key;
+        }
+    }
+}
+
+// The built program with `args`, its output and errors in files.
+pid_t Spawn(std::vector<std::string> args, const std::string& out, const std::string& err) {
+    args.insert(args.begin(), TABVET_EXECUTABLE);
+    std::vector<char*> argv;
+    for (std::string& arg : args) {
+        argv.push_back(arg.data());
+    }
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&files, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    pid_t pid = 0;
+    EXPECT_EQ(posix_spawn(&pid, TABVET_EXECUTABLE, &files, nullptr, argv.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&files);
+    return pid;
+}
+
+// Accepts connections into its queue and never answers, as a hung server process does.
+struct SilentServer {
+    SilentServer() {
+        sockaddr_in address{
+            .sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
+        socklen_t length = sizeof address;
+        EXPECT_EQ(bind(socket, reinterpret_cast<sockaddr*>(&address), length), 0);
+        EXPECT_EQ(listen(socket, 8), 0);
+        getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+        port = ntohs(address.sin_port);
+    }
+    ~SilentServer() { close(socket); }
+    int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    int port = 0;
+};
+
+// Another session holds an exclusive lock on a table from construction until destruction.
+class Lock {
+  public:
+    Lock(const PgCluster& pg, std::string db, const std::string& table) : pg_(pg), db_(std::move(db)) {
+        holder_ = std::thread([this, table] {
+            try {
+                pg_.Execute(db_, "LOCK TABLE " + table + " IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(120)");
+            } catch (const std::exception&) {
+                // Ended by the destructor.
+            }
+        });
+        while (pg_.QueryValue(db_,
+                              "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND "
+                              "granted AND relation = '" +
+                                  table + "'::regclass") != "1") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }
+    ~Lock() {
+        pg_.QueryValue(db_,
+                       "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE "
+                       "'LOCK TABLE%' AND pid <> pg_backend_pid()");
+        holder_.join();
+    }
+    // A statement of another session waits for this lock.
+    bool Blocking() const {
+        return pg_.QueryValue(db_,
+                              "SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock' "
+                              "AND datname = current_database()") != "0";
+    }
+
+  private:
+    const PgCluster& pg_;
+    std::string db_;
+    std::thread holder_;
+};
+
 class Scenario {
   public:
     Scenario() {
@@ -176,8 +307,32 @@ class Scenario {
         });
         player_.On("fingerprint",
                    [this](const std::string& a, std::ostream&) { fingerprinted_.push_back(a); });
-        player_.On("run", [this](const std::string& a, std::ostream& out) { Run(a, false, out); });
-        player_.On("brief-run", [this](const std::string& a, std::ostream& out) { Run(a, true, out); });
+        player_.On("run", [this](const std::string& a, std::ostream& out) {
+            again_ = [this, a](std::ostream& o) { Run(a, false, o); };
+            again_(out);
+        });
+        player_.On("brief-run", [this](const std::string& a, std::ostream& out) {
+            again_ = [this, a](std::ostream& o) { Run(a, true, o); };
+            again_(out);
+        });
+        player_.On("both", [this](const std::string& a, std::ostream&) {
+            again_ = [this, a](std::ostream&) { Both(a); };
+            Both(a);
+        });
+        player_.On("each", [this](const std::string& a, std::ostream& out) {
+            pg_.CreateDatabase(FirstWord(a).first, files_.at(FirstWord(a).first));
+            pg_.Execute(FirstWord(a).first, FirstWord(a).second);
+            again_(out);
+        });
+        player_.On("mariadb", [this](const std::string& a, std::ostream&) { CopyToMariaDb(a); });
+        player_.On("unordered", [this](const std::string&, std::ostream&) { unordered_ = true; });
+        player_.On("program", [this](const std::string& a, std::ostream& out) { Run(a, false, out, 0); });
+        player_.On("sigterm", [this](const std::string& a, std::ostream& out) {
+            Run(FirstWord(a).second, false, out, std::stoi(FirstWord(a).first));
+        });
+        player_.On("lock", [this](const std::string& a, std::ostream&) {
+            lock_.emplace(pg_, FirstWord(a).first, FirstWord(a).second);
+        });
         player_.On("rebuild", [this](const std::string& a, std::ostream&) { Rebuild(rebuild_ = a); });
         player_.On("null", [this](const std::string& a, std::ostream& out) {
             for (const std::string& column : Split(FirstWord(a).second, " ")) {
@@ -200,26 +355,30 @@ class Scenario {
         player_.On("connect", [this](const std::string& a, std::ostream& out) { ConnectClicks(a, out); });
         player_.On("detect", [this](const std::string& a, std::ostream& out) { Detect(a, out); });
         player_.On("odbc", [this](const std::string& a, std::ostream& out) { Statement(a, out); });
-        player_.Mask([this](std::string text) {
-            static const std::regex times(
-                "(started at |finished at |Generated: |\"started\": |\"finished\": "
-                ")[^\\\\\r\n,]*|(\"durationMs\": )[0-9.]+");
-            text = std::regex_replace(text, times, "$1$2<time>");
-            text =
-                Replaced(text, ", port " + vars_.at("{port}"), ", port {port}");  // in the driver's messages
-            for (const auto& [name, value] : vars_) {
-                text = value.size() > 8 ? Replaced(text, value, name) : text;
-            }
-            return text;
-        });
+        player_.Mask([this](std::string text) { return Masked(text); });
     }
 
     std::string Play(const std::string& name) { return player_.Play("scenarios/" + name + ".txt"); }
 
   private:
+    std::string Masked(std::string text) const {
+        static const std::regex times(
+            "(started at |finished at |stopped at |Generated: |\"started\": |\"finished\": "
+            ")[^\\\\\r\n,]*|(\"durationMs\": )[0-9.]+");
+        text = std::regex_replace(text, times, "$1$2<time>");
+        // in the driver's messages
+        text = Replaced(text, ", port " + vars_.at("{port}"), ", port {port}");
+        text = Replaced(text, ", port " + std::to_string(silent_.port), ", port {silent}");
+        for (const auto& [name, value] : vars_) {
+            text = value.size() > 8 ? Replaced(text, value, name) : text;
+        }
+        return text;
+    }
+
     void Database(const std::string& argument, bool create) {
         const auto [db, files] = FirstWord(argument);
         vars_["{" + db + "}"] = pg_.ConnectionString(db);
+        files_[db] = Words(files);
         std::string sql;
         for (const std::string& file : Words(files)) {
             sql += ReadBytes(FixturePath(file));
@@ -245,7 +404,8 @@ class Scenario {
         return words;
     }
 
-    void Run(const std::string& argument, bool brief, std::ostream& out) {
+    // In this process, or (signals >= 0) the built program sent that many SIGTERMs.
+    int Run(const std::string& argument, bool brief, std::ostream& out, int signals = -1) {
         lastRun_ = argument;
         std::vector<std::string> before;
         for (const std::string& name : fingerprinted_) {
@@ -253,14 +413,17 @@ class Scenario {
         }
         // Longer than any report: a file that is not truncated, or not written, shows.
         const std::string stale(50000, '#');
-        for (const char* file : {"{report}", "{json}", "{verdicts}"}) {
-            WriteBytes(vars_[file], stale);
+        for (const std::string file : {"{report}", "{json}", "{verdicts}"}) {
+            if (argument.find("--baseline " + file) == std::string::npos) {
+                WriteBytes(vars_[file], stale);
+            }
         }
         const std::string json = argument.find("{json}") == std::string::npos ? "{verdicts}" : "{json}";
         std::vector<std::string> args = Words(argument + (json == "{json}" ? "" : " --json {verdicts}"));
         const auto traced = fs::exists(kTrace) ? fs::file_size(kTrace) : 0;
         std::ostringstream stdOut, stdErr;
-        const int status = RunHeadless(args, stdOut, stdErr);
+        const int status =
+            signals < 0 ? RunHeadless(args, stdOut, stdErr) : RunProgram(args, signals, stdOut, stdErr);
         last_ = {.out = stdOut.str(),
                  .err = stdErr.str(),
                  .report = ReadBytes(vars_["{report}"]),
@@ -270,11 +433,19 @@ class Scenario {
         for (const std::string& sql : Split(last_.statements, "\n")) {
             EXPECT_TRUE(IsSingleStatement(sql)) << "reached the server: " << sql;
         }
+        static const std::regex password("(?:PWD|Password)=\\{?([^;}]+)", std::regex::icase);
+        for (std::sregex_iterator m(argument.begin(), argument.end(), password), end; m != end; ++m) {
+            for (const std::string* seen :
+                 {&last_.out, &last_.err, &last_.report, &last_.json, &last_.statements}) {
+                EXPECT_EQ(seen->find((*m)[1].str()), std::string::npos) << "a password was written";
+            }
+        }
         last_.report = last_.report == stale ? "(not written)\r\n" : last_.report;
         last_.json = last_.json == stale ? "(not written)\n" : last_.json;
         const JsonParse parsed = ReadJson(last_.json.starts_with("(not") ? "null" : last_.json);
         EXPECT_TRUE(parsed.value) << parsed.error << "\n" << last_.json.substr(0, 500);
         last_.results = parsed.value.value_or(JsonValue{});
+        CheckFindingKeys(last_.results);
         out << "exit " << status << (brief ? "" : "\n");
         // Standard error without the progress lines, the usage shortened.
         std::vector<std::string> err = Split(Replaced(last_.err, HeadlessUsage(), "<usage>\n"), "\n");
@@ -289,6 +460,144 @@ class Scenario {
             EXPECT_TRUE(same) << fingerprinted_[i] << " changed under: " << argument;
             out << fingerprinted_[i] << (same ? " unchanged" : " CHANGED") << "\n";
         }
+        return status;
+    }
+
+    // Gives MariaDB the situation of a PostgreSQL database. When only rows changed, only the rows are
+    // replaced: MariaDB's table definitions cost the better part of a second a situation.
+    void CopyToMariaDb(const std::string& db) {
+        const MariaDbServer& my = MariaDbServer::Shared();
+        if (!vars_.contains("{mariadb}")) {
+            my.Execute("CREATE DATABASE IF NOT EXISTS dictionary;");
+            my.ExecuteFile("dictionary", "mariadb/oracle_dictionary.sql");
+            vars_["{mariadb}"] = my.ConnectionString("dictionary");
+        }
+        const std::string script = pg_.RunFile(db, "mariadb/copy_from_postgresql.sql");
+        std::string definitions, rows, sql;
+        for (const std::string& line : Split(script, "\n")) {
+            (line.starts_with("INSERT INTO ") ? rows : definitions) += line + "\n";
+        }
+        if (definitions == definitions_) {
+            static const std::regex table("^CREATE TABLE (\"[^\"]+\"\\.\"[^\"]+\")", std::regex::multiline);
+            for (std::sregex_iterator m(definitions.begin(), definitions.end(), table), end; m != end; ++m) {
+                sql += "DELETE FROM " + (*m)[1].str() + ";\n";
+            }
+            return my.Execute(sql + rows);
+        }
+        for (const std::string& name : copied_) {
+            sql += "DROP DATABASE IF EXISTS \"" + name + "\";\n";
+        }
+        my.Execute(sql + script);
+        definitions_ = definitions;
+        copied_.clear();
+        static const std::regex created("^CREATE DATABASE \"([^\"]+)\";$", std::regex::multiline);
+        for (std::sregex_iterator m(script.begin(), script.end(), created), end; m != end; ++m) {
+            copied_.push_back((*m)[1]);
+        }
+    }
+
+    // The run on the database its arguments name, then on that database's copy in MariaDB.
+    void Both(const std::string& argument) {
+        static const std::regex named(R"(\{([a-z0-9_]+)\})");
+        std::smatch m;
+        ASSERT_TRUE(std::regex_search(argument, m, named) && files_.contains(m[1])) << argument;
+        const std::string db = m[1], args = argument + " --report {report} --json {json}";
+        CopyToMariaDb(db);
+        const std::string pg = Transcript(args, pg_.ConnectionString(db));
+        const std::string here = vars_["{" + db + "}"];
+        vars_["{" + db + "}"] = vars_["{mariadb}"];
+        // The PostgreSQL run checks its own fingerprints; MariaDB parses some strings differently (backslash
+        // escapes), so its server is held to the same promise.
+        const std::string before = fingerprinted_.empty() ? "" : MariaDbServer::Shared().Fingerprint();
+        const std::string my = Transcript(args, vars_["{mariadb}"]);
+        EXPECT_EQ(fingerprinted_.empty() ? "" : MariaDbServer::Shared().Fingerprint(), before)
+            << "MariaDB changed under: " << argument;
+        vars_["{" + db + "}"] = here;
+        EXPECT_FALSE(pg.starts_with("exit 2")) << pg;
+        EXPECT_EQ(my, pg) << argument;
+    }
+
+    // A run's exit status, outputs and statements as one text, the drivers' messages and times masked;
+    // sorted by line after "unordered". A hostile name can parse on one server and not on the other (an
+    // empty owner in `.ROADS`): the kind of a failed probe follows the server's SQLSTATE, so there it
+    // counts as a failed probe only.
+    std::string Transcript(const std::string& args, const std::string& connect) {
+        std::ostringstream ignored;
+        const int status = Run(args, false, ignored);
+        std::vector<std::string> sent = Split(last_.statements, "\n");
+        sent.pop_back();
+        std::transform(sent.begin(), sent.end(), sent.begin(), bench::UnescapeTraceLine);
+        std::string text = "exit " + std::to_string(status) + "\n--- stdout\n" + last_.out + "--- stderr\n" +
+                           last_.err + "--- report\n" + last_.report + "--- json\n" + last_.json;
+        text = MaskDriverMessages(text, connect, sent) + "--- statements\n" + last_.statements;
+        text = Masked(text);
+        if (!unordered_) {
+            return text;
+        }
+        static const std::regex serverKind(R"(lookup-error|missing-table-or-view|missing-column)");
+        static const std::regex jsonLineBreak(R"(\\r\\n)"), jsonStringEnd(R"("(,?)\n)");
+        text =
+            std::regex_replace(std::regex_replace(text, serverKind, "<failed probe>"), jsonLineBreak, "\n");
+        std::vector<std::string> lines = Split(std::regex_replace(text, jsonStringEnd, "\n\"$1\n"), "\n");
+        std::sort(lines.begin(), lines.end());
+        return std::accumulate(lines.begin(), lines.end(), std::string(),
+                               [](const std::string& a, const std::string& b) { return a + b + "\n"; });
+    }
+
+    // Every statement sent that fails gives its error-list entries: they are read again on a connection of
+    // their own and masked wherever they appear, the longest first, with the numbers that go with them.
+    static std::string MaskDriverMessages(std::string text, const std::string& connect,
+                                          const std::vector<std::string>& sent) {
+        OdbcConnection conn;
+        EXPECT_TRUE(conn.Open(connect));
+        std::vector<std::string> messages;
+        for (const std::string& sql : sent) {
+            Recordset rs;
+            const bool failed = !rs.OpenSuppressed(sql, conn);
+            for (std::int32_t i = 0; failed && i < conn.Errors().Count(); ++i) {
+                const std::string& message = conn.Errors().Item(i).Description;
+                messages.push_back(message);
+                messages.push_back(JsonString(message).substr(1, JsonString(message).size() - 2));
+            }
+        }
+        std::sort(messages.begin(), messages.end(),
+                  [](const std::string& a, const std::string& b) { return a.size() > b.size(); });
+        for (const std::string& message : messages) {
+            text = message.empty() ? text : Replaced(text, message, "<driver message>");
+        }
+        static const std::regex numbers(R"((Err#|Run-time error ')-?[0-9]+('?: <driver message>))");
+        static const std::regex driverErrors(
+            R"(\{"number": -?[0-9]+, "sqlState": "[0-9A-Z]{5}", "text": "<driver message>"\})");
+        return std::regex_replace(std::regex_replace(text, numbers, "$1<number>$2"), driverErrors,
+                                  R"({"number": <number>, "sqlState": <state>, "text": "<driver message>"})");
+    }
+
+    int RunProgram(const std::vector<std::string>& args, int signals, std::ostream& out, std::ostream& err) {
+        for (pollfd queued{silent_.socket, POLLIN, 0}; poll(&queued, 1, 0) > 0;) {
+            close(accept(silent_.socket, nullptr, nullptr));  // left by an earlier run
+        }
+        const pid_t pid = Spawn(args, folder_.File("out"), folder_.File("err"));
+        int status = 0;
+        std::vector<int> accepted;
+        for (int i = 0; i < signals; ++i) {
+            if (i > 0) {  // the first signal waits for the test running; the second ends the program at once
+                std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                EXPECT_EQ(waitpid(pid, &status, WNOHANG), 0) << "the first signal ended the program";
+            }
+            while (i == 0 && lock_ && !lock_->Blocking()) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            }
+            if (i == 0 && !lock_) {
+                accepted.push_back(accept(silent_.socket, nullptr, nullptr));
+            }
+            kill(pid, SIGTERM);
+        }
+        waitpid(pid, &status, 0);
+        std::for_each(accepted.begin(), accepted.end(), close);
+        lock_.reset();
+        out << ReadBytes(folder_.File("out"));
+        err << ReadBytes(folder_.File("err"));
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
     // "show KIND [POSITIONS] [first|last K]": only the first or last K lines, and how many were left out.
@@ -448,15 +757,25 @@ class Scenario {
 
     const PgCluster& pg_ = PgCluster::Shared();
     TempFolder folder_;
-    std::map<std::string, std::string> vars_{{"{report}", folder_.File("report.txt")},
-                                             {"{json}", folder_.File("results.json")},
-                                             {"{verdicts}", folder_.File("verdicts.json")},
-                                             {"{port}", std::to_string(pg_.Port())}};
+    SilentServer silent_;
+    std::optional<Lock> lock_;
+    std::map<std::string, std::string> vars_{
+        {"{report}", folder_.File("report.txt")},
+        {"{json}", folder_.File("results.json")},
+        {"{verdicts}", folder_.File("verdicts.json")},
+        {"{port}", std::to_string(pg_.Port())},
+        {"{silent}", "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=" + std::to_string(silent_.port) +
+                         ";Database=x;UID=tabvet;"}};
     std::vector<std::string> fingerprinted_;
     std::map<std::string, OdbcConnection> connections_;
     LastRun last_;
     std::string lastRun_;
-    std::string rebuild_;  // the database and files of the last "rebuild"
+    std::string rebuild_;                                    // the database and files of the last "rebuild"
+    std::map<std::string, std::vector<std::string>> files_;  // of each database's db line
+    std::function<void(std::ostream&)> again_;               // the last run
+    std::string definitions_;                                // of what the last copy made on MariaDB
+    std::vector<std::string> copied_;                        // the databases it made there
+    bool unordered_ = false;
     CasePlayer player_;
 };
 

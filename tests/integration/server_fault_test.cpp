@@ -5,10 +5,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <sstream>
-#include <thread>
 
-#include "app/headless/headless_run.h"
 #include "db/odbc_connection.h"
 #include "db/recordset.h"
 #include "session/connection_handling.h"
@@ -28,22 +25,16 @@ namespace {
 using namespace testsupport;
 using Verdicts = std::vector<std::pair<std::string, std::string>>;  // name, result ("FAILED " first if so)
 
-constexpr const char* kSleepy = "fault_run_sleepy";
 constexpr const char* kOrphLyr = "LAYERS entries exist as tables or views";
 constexpr const char* kIndexAnalysis = "Tessel for Oracle Compressed Binary format complete";
 
-// The demo schema has every kind of verdict, orphaned-entry probes and whole compressed-binary layers. Its
-// sleepy twin reads LAYERS through a view that takes two seconds a row, so a statement can be caught
-// running even on a loaded machine, where seeing it and stopping the server take a while.
+// The demo schema has every kind of verdict, orphaned-entry probes and whole compressed-binary layers.
 const PgCluster& Cluster() {
     static const bool built = [] {
-        for (const char* database : {"fault_run", "fault_sweep", kSleepy}) {
+        for (const char* database : {"fault_run", "fault_sweep"}) {
             PgCluster::Shared().CreateDatabase(
                 database, {"tessel_schema.sql", "oracle_dictionary.sql", "demo/demo_schema.sql"});
         }
-        PgCluster::Shared().Execute(kSleepy,
-                                    "ALTER TABLE tsl.layers RENAME TO layers_data; CREATE VIEW tsl.layers AS "
-                                    "SELECT d.* FROM tsl.layers_data d, LATERAL (SELECT pg_sleep(2)) s;");
         return true;
     }();
     static_cast<void>(built);
@@ -254,83 +245,6 @@ TEST_F(FaultTest, DISABLED_ServerStoppedBeforeEachStatementInTurn) {
     EXPECT_GT(SweepEveryStatement(
                   "fault_run", [](const std::string&) { StopServer(); }, StartServer),
               40);
-}
-
-TEST_F(FaultTest, SessionEndedAfterConnectingFailsDetectionAndEveryTest) {
-    Session session((Cluster(), "fault_run"));
-    ConnectToDbms(session.state);
-    ASSERT_NE(session.state.g_pAdoConn, nullptr);
-    EndSession(session.conn->BackendPid());
-    QueryDbmsType(session.state);
-    EXPECT_EQ(session.ui.Lines(),
-              std::vector<std::string>{"Unexpected Condition: Unable to determine type of database. Sorry."});
-    session.Connect();  // already connected: only the type and version are chosen
-    for (const auto& [name, details] : session.Run()) {
-        EXPECT_TRUE(Lost(details)) << name << ": " << details;
-    }
-    session.Disconnect();
-}
-
-TEST_F(FaultTest, ServerStoppedAfterTheRunLosesNoResultAndAFreshConnectionRecovers) {
-    Session session((Cluster(), "fault_run"));
-    session.Connect();
-    session.Run();
-    const std::string report = session.Report();
-    StopServer();
-    EXPECT_EQ(session.Report(), report);  // writing the report needs nothing from the server
-    for (const auto& [name, details] : session.Run()) {
-        EXPECT_TRUE(Lost(details)) << name << ": " << details;
-    }
-    StartServer();
-    // The data-access layer: a lost connection stays lost (and still calls itself open); a fresh one works.
-    Recordset rs;
-    EXPECT_FALSE(rs.OpenSuppressed("SELECT major FROM TSL.VERSION", *session.state.g_pAdoConn));
-    EXPECT_EQ(session.state.g_pAdoConn->State(), Connection::kStateOpen);
-    ASSERT_EQ(session.state.g_pAdoConn->Errors().Count(), 1);
-    EXPECT_EQ(session.state.g_pAdoConn->Errors().Item(0).Number, 35);
-    session.Disconnect();
-    session.Connect();
-    rs.Open("SELECT major FROM TSL.VERSION", *session.state.g_pAdoConn);
-    EXPECT_EQ(rs.Fields(0), "9");
-    session.Disconnect();
-}
-
-// A scheduled run whose server stops mid-statement gets the error at once (seven layers at two seconds each
-// would take longer), finishes, exits 1 and writes both files with every test.
-TEST_F(FaultTest, HeadlessRunWritesItsFilesAfterTheServerStopped) {
-    Cluster();
-    TempFolder folder;
-    std::chrono::steady_clock::time_point stopped;
-    std::thread stopper([&stopped] {
-        for (int attempt = 0; attempt < 200 && !ServerStopped; ++attempt) {
-            if (PgCluster::Shared().QueryValue(
-                    "postgres", "SELECT count(*) FROM pg_stat_activity WHERE datname = '" +
-                                    std::string(kSleepy) + "' AND wait_event = 'PgSleep'") != "0") {
-                StopServer();
-                stopped = std::chrono::steady_clock::now();
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-    });
-    std::ostringstream out, err;
-    const int status =
-        RunHeadless({"--connect", Cluster().ConnectionString(kSleepy), "--dbms", "oracle", "--tessel-version",
-                     "9.0.0", "--report", folder.File("report.txt"), "--json", folder.File("results.json")},
-                    out, err);
-    const auto ended = std::chrono::steady_clock::now();
-    stopper.join();
-    ASSERT_TRUE(ServerStopped);
-    EXPECT_LT(ended - stopped, std::chrono::milliseconds(3000));
-    EXPECT_EQ(status, exit_code::kTestFailed) << err.str();
-    EXPECT_NE(out.str().find("\nTest run finished at "), std::string::npos);
-    const std::string report = ReadBytes(folder.File("report.txt"));
-    for (const char* line : {"Test Passed: Is database running\r\n",
-                             "TEST FAILED >>>> LAYERS table existence\r\n", "-- Total tests run: 16\r\n"}) {
-        EXPECT_NE(report.find(line), std::string::npos) << line;
-    }
-    const std::string json = ReadBytes(folder.File("results.json"));
-    EXPECT_NE(json.find("\"outcome\": \"failed\""), std::string::npos) << json.substr(0, 400);
-    EXPECT_NE(json.find("Err#35"), std::string::npos);
 }
 
 }  // namespace

@@ -5,10 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <sstream>
 #include <stdexcept>
-#include <vector>
 
 #include "support/pg_cluster.h"
 #include "support/temp_folder.h"
@@ -16,84 +14,34 @@
 namespace tabvet::testsupport {
 namespace {
 
-constexpr std::size_t kShortestRun = 32;
-
-struct Case {
-    std::vector<std::string> head;  // the title line, then the actions and comments as written
-    int firstLine = 0;              // of the title
-    int expectedLine = 0;           // of the first expected line
-    std::vector<std::string> expected;
-    bool hasExpected = false;
-};
-
-struct Parsed {
-    std::vector<std::string> preamble;
-    std::vector<Case> cases;
-};
-
-// The lines of a text, without the empty one after its last line break.
-std::vector<std::string> SplitLines(const std::string& text) {
-    std::vector<std::string> lines = Split(text, "\n");
-    if (lines.back().empty()) {
-        lines.pop_back();
-    }
-    return lines;
-}
-
-Parsed Parse(const std::string& text) {
-    Parsed parsed;
-    int number = 0;
-    for (const std::string& line : SplitLines(text)) {
-        ++number;
-        if (line.starts_with("== ")) {
-            parsed.cases.push_back({.head = {line}, .firstLine = number, .expectedLine = 0, .expected = {}});
-        } else if (parsed.cases.empty()) {
-            parsed.preamble.push_back(line);
-        } else if (Case& c = parsed.cases.back(); c.hasExpected) {
-            c.expected.push_back(line);
-        } else if (line == "----") {
-            c.hasExpected = true;
-            c.expectedLine = number + 1;
-        } else {
-            c.head.push_back(line);
-        }
-    }
-    for (Case& c : parsed.cases) {
-        if (!c.expected.empty() && c.expected.back().empty()) {
-            c.expected.pop_back();  // the blank line before the next case
-        }
-    }
-    return parsed;
-}
-
-std::string Escape(unsigned char c) {
-    for (const auto& [from, to] : {std::pair{'\\', "\\\\"}, {'\n', "\\n"}, {'\r', "\\r"}, {'\t', "\\t"}}) {
-        if (c == static_cast<unsigned char>(from)) {
-            return to;
-        }
+std::string Escape(char c) {
+    const std::string_view plain = "\\\n\r\t", shown = "\\nrt";
+    if (const std::size_t at = plain.find(c); at != std::string_view::npos) {
+        return std::string("\\") + shown[at];
     }
     char hex[8];
-    std::snprintf(hex, sizeof hex, "\\x%02x", c);
-    return c < 0x20 || c == 0x7f ? hex : std::string(1, static_cast<char>(c));
+    std::snprintf(hex, sizeof hex, "\\x%02x", static_cast<unsigned char>(c));
+    return (c >= 0 && c < 0x20) || c == 0x7f ? hex : std::string(1, c);
 }
 
 }  // namespace
 
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines = Split(text, "\n");
+    if (lines.back().empty()) {
+        lines.pop_back();  // after the last line break
+    }
+    return lines;
+}
+
 std::string Readable(std::string_view text) {
     std::string out;
-    for (std::size_t i = 0; i < text.size();) {
-        std::size_t run = 1;
-        while (i + run < text.size() && text[i + run] == text[i]) {
-            ++run;
-        }
-        const auto c = static_cast<unsigned char>(text[i]);
-        if (run >= kShortestRun && c < 0x80) {
-            out += "{'" + Escape(c) + "' x " + std::to_string(run) + "}";
-            i += run;
-        } else {
-            out += Escape(c);
-            ++i;
-        }
+    for (std::size_t i = 0, run; i < text.size(); i += run) {
+        run = text.find_first_not_of(text[i], i);
+        run = (run == std::string_view::npos ? text.size() : run) - i;
+        const bool shorten = run >= 32 && text[i] >= 0;  // runs of ASCII only
+        out += shorten ? "{'" + Escape(text[i]) + "' x " + std::to_string(run) + "}" : Escape(text[i]);
+        run = shorten ? run : 1;
     }
     return out;
 }
@@ -105,42 +53,36 @@ std::string ReadableLines(std::string_view text, std::string_view lineBreak) {
          at = next + lineBreak.size()) {
         out += Readable(text.substr(at, next - at)) + "\n";
     }
-    if (at < text.size()) {
-        out += Readable(text.substr(at)) + "\n(no line break at the end)\n";
-    }
-    return out;
+    return out + (at < text.size() ? Readable(text.substr(at)) + "\n(no line break at the end)\n" : "");
 }
 
 std::string FromReadable(std::string_view text) {
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text.substr(i).starts_with("{'")) {
-            const std::size_t times = text.find("' x ", i + 2);
-            const std::size_t close = times == std::string_view::npos ? times : text.find('}', times);
-            const std::string count =
-                close == std::string_view::npos ? "" : std::string(text.substr(times + 4, close - times - 4));
-            if (!count.empty() && count.find_first_not_of("0123456789") == std::string::npos) {
+        const std::size_t times = text.find("' x ", i);
+        const std::size_t close = text.find('}', times == std::string_view::npos ? i : times);
+        if (text.substr(i, 2) == "{'" && close != std::string_view::npos) {
+            const std::string_view count = text.substr(times + 4, close - times - 4);
+            if (!count.empty() && count.find_first_not_of("0123456789") == std::string_view::npos) {
                 const std::string piece = FromReadable(text.substr(i + 2, times - i - 2));
-                for (unsigned long n = std::stoul(count); n > 0; --n) {
+                for (unsigned long n = std::stoul(std::string(count)); n > 0; --n) {
                     out += piece;
                 }
                 i = close;
                 continue;
             }
         }
-        if (text[i] != '\\' || i + 1 == text.size()) {
-            out += text[i];
-            continue;
-        }
-        const char next = text[++i];
-        if (next == 'x' && i + 2 < text.size()) {
-            out += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
-            i += 2;
+        const std::size_t escape = i + 1 < text.size() && text[i] == '\\'
+                                       ? std::string_view("\\nrt").find(text[i + 1])
+                                       : std::string_view::npos;
+        if (escape != std::string_view::npos) {
+            out += "\\\n\r\t"[escape];
+            ++i;
+        } else if (text.substr(i, 2) == "\\x" && i + 3 < text.size()) {
+            out += static_cast<char>(std::stoi(std::string(text.substr(i + 2, 2)), nullptr, 16));
+            i += 3;
         } else {
-            const char* from = "\\nrt";
-            const char* to = "\\\n\r\t";
-            const char* found = std::strchr(from, next);
-            out += found != nullptr ? std::string(1, to[found - from]) : std::string("\\") + next;
+            out += text[i];
         }
     }
     return out;
@@ -171,75 +113,88 @@ std::pair<std::string, std::string> FirstWord(const std::string& text) {
 
 std::string CasePlayer::Play(const std::string& path) const {
     const std::string file = FixturePath(path);
-    Parsed parsed = Parse(ReadBytes(file));
-    if (parsed.cases.empty()) {
-        return file + ": no cases";
-    }
-    std::string mismatches;
-    for (Case& c : parsed.cases) {
-#ifdef _WIN32
-        if (std::find(c.head.begin(), c.head.end(), "linux-only") != c.head.end()) {
+    std::vector<std::string> lines = Lines(ReadBytes(file)), head, expected;
+    lines.push_back("== ");  // ends the last case
+    std::string mismatches, rewritten;
+    int number = 0, expectedLine = 0, cases = 0;
+    for (const std::string& line : lines) {
+        ++number;
+        if (head.empty() && !line.starts_with("== ")) {
+            rewritten += line + "\n";
+        } else if (expectedLine > 0 && !line.starts_with("== ")) {
+            expected.push_back(line);
+        } else if (line == "----") {
+            expectedLine = number + 1;
+        } else if (!line.starts_with("== ")) {
+            head.push_back(line);
+        }
+        if (!line.starts_with("== ")) {
             continue;
         }
+        if (!head.empty()) {
+            ++cases;
+            if (!expected.empty() && expected.back().empty()) {
+                expected.pop_back();  // the blank line before the next case
+            }
+#ifdef _WIN32
+            const bool play = std::find(head.begin(), head.end(), "linux-only") == head.end();
+#else
+            const bool play = true;
 #endif
-        std::ostringstream out;
-        for (std::size_t i = 1; i < c.head.size(); ++i) {
-            const std::string& line = c.head[i];
-            if (line.empty() || line.starts_with("#") || line == "linux-only") {
-                continue;
-            }
-            const std::string word = line.substr(0, line.find(' '));
-            const auto action = actions_.find(word);
-            try {
-                if (action == actions_.end()) {
-                    throw std::runtime_error("unknown action '" + word + "'");
-                }
-                action->second(FromReadable(line.size() > word.size() ? line.substr(word.size() + 1) : ""),
-                               out);
-            } catch (const std::exception& e) {
-                out << "(" << line.substr(0, 60) << ": " << e.what() << ")\n";
-            }
-        }
-        std::vector<std::string> actual = SplitLines(mask_ ? mask_(out.str()) : out.str());
-        for (std::string& line :
-             actual) {  // blanks at the end of a line would be invisible, and editors drop them
-            const std::size_t end = line.find_last_not_of(' ') + 1;
-            line = line.substr(0, end) + Replaced(line.substr(end), " ", "\\x20");
-        }
-        if (!c.hasExpected) {
-            mismatches += file + ":" + std::to_string(c.firstLine) + ": no ---- line in " + c.head[0] + "\n";
-        } else if (actual != c.expected) {
+            const std::vector<std::string> actual = play ? Actual(head) : expected;
             std::size_t n = 0;
-            while (n < actual.size() && n < c.expected.size() && actual[n] == c.expected[n]) {
+            while (n < actual.size() && n < expected.size() && actual[n] == expected[n]) {
                 ++n;
             }
-            mismatches += file + ":" + std::to_string(c.expectedLine + static_cast<int>(n)) + ": " +
-                          c.head[0] + "\n  expected: " + (n < c.expected.size() ? c.expected[n] : "<end>") +
-                          "\n  actual:   " + (n < actual.size() ? actual[n] : "<end>") + "\n";
+            if (expectedLine == 0) {
+                mismatches += file + ": no ---- line in " + head[0] + "\n";
+            } else if (actual != expected) {
+                mismatches += file + ":" + std::to_string(expectedLine + static_cast<int>(n)) + ": " +
+                              head[0] + "\n  expected: " + (n < expected.size() ? expected[n] : "<end>") +
+                              "\n  actual:   " + (n < actual.size() ? actual[n] : "<end>") + "\n";
+            }
+            head.push_back("----");
+            head.insert(head.end(), actual.begin(), actual.end());
+            for (const std::string& written : head) {
+                rewritten += written + "\n";
+            }
+            rewritten += "\n";
         }
-        c.expected = actual;
-        c.hasExpected = true;
+        head = {line};
+        expected.clear();
+        expectedLine = 0;
     }
     const char* update = std::getenv("TABVET_UPDATE_EXPECTED");
-    if (update == nullptr || std::strcmp(update, "1") != 0) {
-        return mismatches;
+    if (cases == 0 || update == nullptr || std::string(update) != "1") {
+        return cases == 0 ? file + ": no cases" : mismatches;
     }
-    std::string text;
-    for (const std::string& line : parsed.preamble) {
-        text += line + "\n";
-    }
-    for (const Case& c : parsed.cases) {
-        for (const std::string& line : c.head) {
-            text += line + "\n";
-        }
-        text += "----\n";
-        for (const std::string& line : c.expected) {
-            text += line + "\n";
-        }
-        text += "\n";
-    }
-    WriteBytes(file, text);
+    WriteBytes(file, rewritten);
     return "";
+}
+
+std::vector<std::string> CasePlayer::Actual(const std::vector<std::string>& head) const {
+    std::ostringstream out;
+    for (const std::string& action : std::vector(head.begin() + 1, head.end())) {
+        const auto [word, argument] = FirstWord(action);
+        if (action.empty() || action.starts_with("#") || action == "linux-only") {
+            continue;
+        }
+        try {
+            if (!actions_.contains(word)) {
+                throw std::runtime_error("unknown action '" + word + "'");
+            }
+            actions_.at(word)(FromReadable(argument), out);
+        } catch (const std::exception& e) {
+            out << "(" << action.substr(0, 60) << ": " << e.what() << ")\n";
+        }
+    }
+    std::vector<std::string> actual = Lines(mask_ ? mask_(out.str()) : out.str());
+    for (std::string& line :
+         actual) {  // blanks at the end of a line would be invisible, and editors drop them
+        const std::size_t end = line.find_last_not_of(' ') + 1;
+        line = line.substr(0, end) + Replaced(line.substr(end), " ", "\\x20");
+    }
+    return actual;
 }
 
 }  // namespace tabvet::testsupport

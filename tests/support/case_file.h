@@ -29,7 +29,8 @@ std::string ReadableLines(std::string_view text, std::string_view lineBreak);
 /// The value a readable text stands for (the inverse of Readable).
 std::string FromReadable(std::string_view text);
 
-/// Small text helpers the case players share.
+/// Small text helpers the case players share. Lines: without the empty one after the last line break.
+std::vector<std::string> Lines(const std::string& text);
 std::string Replaced(std::string text, const std::string& from, const std::string& to);
 std::vector<std::string> Split(const std::string& text, const std::string& separator);
 /// The first word (up to the first blank) and the rest.
@@ -51,6 +52,8 @@ class CasePlayer {
     std::string Play(const std::string& path) const;
 
   private:
+    std::vector<std::string> Actual(const std::vector<std::string>& head) const;  // a case's output, masked
+
     std::map<std::string, Action> actions_;
     std::function<std::string(std::string)> mask_;
 };

@@ -63,4 +63,20 @@ std::string MariaDbServer::Query(const std::string& sql) const {
     return RunScript({"sql", stateFile_, "-e", sql}, "/dev/null");
 }
 
+std::string MariaDbServer::Fingerprint() const {
+    const std::string objects = Query(
+        "SELECT TABLE_SCHEMA, TABLE_NAME, TABLE_TYPE FROM information_schema.TABLES "
+        "WHERE TABLE_SCHEMA NOT IN ('information_schema', 'performance_schema') ORDER BY 1, 2; "
+        "SELECT ROUTINE_SCHEMA, ROUTINE_NAME, ROUTINE_TYPE, MD5(ROUTINE_DEFINITION) FROM "
+        "information_schema.ROUTINES ORDER BY 1, 2");
+    const std::string tables = Query(
+        "SELECT GROUP_CONCAT(CONCAT('\"', TABLE_SCHEMA, '\".\"', TABLE_NAME, '\"') ORDER BY 1 SEPARATOR ', "
+        "') "
+        "FROM information_schema.TABLES WHERE TABLE_TYPE IN ('BASE TABLE', 'SEQUENCE') AND "
+        "TABLE_SCHEMA <> 'performance_schema' AND NOT (TABLE_SCHEMA = 'mysql' AND TABLE_NAME IN "
+        "('innodb_table_stats', 'innodb_index_stats', 'general_log', 'slow_log'))");
+    return objects +
+           Query("CHECKSUM TABLE " + tables.substr(0, tables.find_last_not_of('\n') + 1) + " EXTENDED");
+}
+
 }  // namespace tabvet::testsupport

@@ -29,6 +29,9 @@ class MariaDbServer {
 
     /// What a query prints: one row a line, values separated by tabs, NULL as "NULL".
     std::string Query(const std::string& sql) const;
+    // Every object's name and every table's rows and grants on the whole server, statistics aside: equal
+    // before and after a run means the run wrote nothing anywhere.
+    std::string Fingerprint() const;
 
     int Port() const { return port_; }
 

@@ -18,6 +18,7 @@
 #include "app/tabvet_version.h"
 #include "db/odbc_connection.h"
 #include "framework/local_time.h"
+#include "report/baseline.h"
 #include "report/finding_key.h"
 #include "report/json_reader.h"
 #include "report/json_text.h"
@@ -30,7 +31,6 @@
 #include "session/server_type_selection.h"
 #include "session/startup.h"
 #include "support/fake_test.h"
-#include "support/scripted_connection.h"
 #include "support/scripted_editor_launcher.h"
 #include "support/scripted_file_dialog.h"
 #include "support/temp_folder.h"
@@ -44,6 +44,28 @@ using namespace testsupport;
 // Sets or (with nothing) unsets an environment variable for the rest of the process.
 void SetVariable(const char* name, const std::optional<std::string>& value) {
     value ? setenv(name, value->c_str(), 1) : unsetenv(name);
+}
+
+// The value of an enumeration whose words `word` gives, from the first one on.
+template <typename E, typename W>
+E Named(const std::string& name, W word) {
+    for (int i = 0;; ++i) {  // past the last value the word list throws
+        if (word(static_cast<E>(i)) == name) {
+            return static_cast<E>(i);
+        }
+    }
+}
+
+// A finding from "KIND FIELD=VALUE | FIELD=VALUE"; "~" is NULL.
+Finding MakeFinding(const std::string& text) {
+    const auto [kind, fields] = FirstWord(text);
+    Finding finding{.kind = Named<FindingKind>(kind, FindingKindWord)};
+    for (const std::string& field : fields.empty() ? std::vector<std::string>{} : Split(fields, " | ")) {
+        const std::string value = field.substr(field.find('=') + 1);
+        finding.identity.Set(Named<IdentityField>(field.substr(0, field.find('=')), IdentityFieldName),
+                             value == "~" ? FieldValue{} : FieldValue{value});
+    }
+    return finding;
 }
 
 // The words of the report and input cases: a catalogue of fake tests, the window's model over it, a private
@@ -120,12 +142,15 @@ class EdgeCases {
                                                  comparison_ ? &*comparison_ : nullptr);
             EXPECT_TRUE(ReadJson(json).value) << ReadJson(json).error << "\n" << json;
             const std::vector<std::string> lines = Split(ReadableLines(json, "\n"), "\n");
-            // "first K", "last K" or "entry N" (the object of catalogue position N); all lines without.
+            // "first K", "last K", "target" or "entry N" (the object of catalogue position N); all without.
             std::size_t from = 0, to = lines.size() - 1;
             if (a.starts_with("first")) {
                 to = std::stoul(a.substr(6));
             } else if (a.starts_with("last")) {
                 from = to - std::stoul(a.substr(5));
+            } else if (a == "target") {
+                from = std::find(lines.begin(), lines.end(), "  \"target\": {") - lines.begin();
+                to = from + 5;
             } else if (a.starts_with("entry")) {
                 from = std::find(lines.begin(), lines.end(), "      \"position\": " + a.substr(6) + ",") -
                        lines.begin() - 1;
@@ -181,9 +206,64 @@ class EdgeCases {
         });
         player.On("args", [this](const std::string& a, std::ostream& out) { Arguments(a, out); });
         player.On("resolve", [this](const std::string& a, std::ostream& out) { Resolve(a, out); });
-        // version-boxes MAJOR|MINOR|BUGFIX: typed into a window connected to a server that answers nothing,
-        // then run; then the same with 9|0|0.
-        player.On("version-boxes", [](const std::string& a, std::ostream& out) { VersionTexts(a, out); });
+        // key KIND FIELD=VALUE | ...: the key of a finding ("~" is NULL).
+        OnValue(player, "key", [](const std::string& a) { return FindingKey(MakeFinding(a)); });
+        // baseline TEXT: what reading TEXT as a baseline gives.
+        OnValue(player, "baseline", [](const std::string& a) {
+            const BaselineRead read = ReadBaseline(a);
+            std::string accepted =
+                read.baseline ? std::to_string(read.baseline->findings.size()) : read.error;
+            for (const BaselineFinding& f :
+                 read.baseline ? read.baseline->findings : std::vector<BaselineFinding>{}) {
+                accepted += " | " + std::to_string(f.position) + " " + f.key;
+            }
+            return accepted;
+        });
+        // against END | TEST | TEST | TEST: a run compared with a baseline that accepts A of test 1, B of 2
+        // and C of 3; a test is passed, error, aborted, deselected, or failed (failed-cut: its limit cut it
+        // short, failed-blind: its system table unreadable) with the findings named (N new, L a lookup
+        // error).
+        OnValue(player, "against", [](const std::string& a) {
+            const std::map<std::string, Finding> named = {
+                {"A", MakeFinding("missing-table-or-view table=A")},
+                {"B", MakeFinding("missing-table-or-view table=B")},
+                {"C", MakeFinding("missing-index index=C")},
+                {"N", MakeFinding("missing-index")},
+                {"L", MakeFinding("lookup-error systemTable=LAYERS")}};
+            const Baseline baseline{{{.position = 1, .key = FindingKey(named.at("A"))},
+                                     {.position = 2, .key = FindingKey(named.at("B"))},
+                                     {.position = 3, .key = FindingKey(named.at("C"))}}};
+            const std::vector<std::string> parts = Split(a, " | ");
+            RunRecord record;
+            record.end = parts[0] == "stopped" ? RunEnd::Stopped
+                         : parts[0] == "error" ? RunEnd::EscapedError
+                                               : RunEnd::Completed;
+            for (std::size_t i = 1; i < parts.size(); ++i) {
+                std::vector<std::string> words = Split(parts[i], " ");
+                TestOutcome& test =
+                    record.tests.emplace_back(TestOutcome{.verdict = words[0] == "passed"  ? Verdict::Passed
+                                                                     : words[0] == "error" ? Verdict::Error
+                                                                                           : Verdict::Failed,
+                                                          .truncated = words[0] == "failed-cut",
+                                                          .examined = words[0] != "failed-blind"});
+                test.notRunReason = words[0] == "aborted"      ? std::optional(NotRunReason::Aborted)
+                                    : words[0] == "deselected" ? std::optional(NotRunReason::Deselected)
+                                                               : std::nullopt;
+                for (std::size_t w = 1; w < words.size(); ++w) {
+                    test.findings.push_back(named.at(words[w]));
+                }
+            }
+            const BaselineComparison comparison = CompareWithBaseline(baseline, record);
+            return BaselineSummary(comparison) + ", exit " +
+                   std::to_string(ExitStatusOf(record, &comparison));
+        });
+        // report-without-file: a report written with no file open.
+        player.On("report-without-file", [this](const std::string&, std::ostream& out) {
+            ReportFile none;
+            out << Outcome([&] { return CreateReportInFile(none, ReportContentsOf(state_), state_.Ui()); })
+                << "\n";
+            PrintBoxes(ui_, out);
+        });
     }
 
     CasePlayer player;
@@ -299,13 +379,15 @@ class EdgeCases {
     }
 
     // The folder holds "a file", "report.txt", and connection files: "private" (0600), "shared" (0644) and
-    // "empty" (0600). A file must be left as it was; the password pw1 must show nowhere.
+    // "empty" (0600), and "old.json", a results file from before findings. A file must be left as it was; the
+    // password pw1 must show nowhere.
     void Arguments(const std::string& argument, std::ostream& out) {
         for (const auto& [name, text, mode] : {std::tuple{"a file", "x", 0644},
                                                {"report.txt", "yesterday's report", 0644},
                                                {"private", "DSN=gis;PWD=pw1\r\n", 0600},
                                                {"shared", "DSN=gis;PWD=pw1\n", 0644},
-                                               {"empty", "\n", 0600}}) {
+                                               {"empty", "\n", 0600},
+                                               {"old.json", R"({"tests": []})", 0644}}) {
             WriteBytes(folder_.File(name), text);
             chmod(folder_.File(name).c_str(), mode);
         }
@@ -340,7 +422,7 @@ class EdgeCases {
                    Replaced(stdOut.str(), std::string("tabvet ") + kVersionText, "tabvet <version>"), "\n");
         EXPECT_EQ((stdOut.str() + stdErr.str()).find("pw1"), std::string::npos);
         EXPECT_EQ(ReadBytes(folder_.File("report.txt")), "yesterday's report");
-        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 5);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}), 6);
     }
 
     // resolve SOURCE VALUE: the connection string from the argument, a file of the folder, standard input or
@@ -361,39 +443,6 @@ class EdgeCases {
         EXPECT_EQ(err.str().find("pw1"), std::string::npos);
     }
 
-    static void VersionTexts(const std::string& argument, std::ostream& out) {
-        RecordingInteraction ui;
-        MainState state(ui, NewOdbcConnection);
-        ASSERT_TRUE(StartUp(state));
-        auto conn = std::make_unique<ScriptedConnection>();
-        conn->Open("");
-        state.g_pAdoConn = std::move(conn);
-        OptionClick(state, DbmsOption::Oracle);
-        state.now = [] { return std::string("<now>"); };
-        state.rtbStatus = "earlier log";
-        state.stsRunFeedback = "earlier progress";
-        // Then the corrected boxes, which must run every test as usual.
-        for (const std::vector<std::string>& boxes :
-             {Split(argument, "|"), std::vector<std::string>{"9", "0", "0"}}) {
-            state.txtMajorVersion = boxes.at(0);
-            state.txtMinorVersion = boxes.at(1);
-            state.txtBugfix = boxes.at(2);
-            const std::string raised = Outcome([&] { ProcessRunTests(state); });
-            int ran = 0;
-            for (std::int16_t i = 1; i <= state.g_pTestCollection->Count(); ++i) {
-                ran += state.g_pTestCollection->Item(i)->WasRun() ? 1 : 0;
-            }
-            if (boxes[0] == "9" && boxes[1] == "0" && boxes[2] == "0") {
-                EXPECT_EQ(raised + " " + state.stsRunFeedback + " " + std::to_string(ran),
-                          "done Testing complete. 16");
-                continue;
-            }
-            out << (raised == "done" ? "" : "raised " + raised + " | ") << state.stsRunFeedback
-                << " | tests run: " << ran << " | log kept: " << (state.rtbStatus == "earlier log") << "\n";
-            PrintBoxes(ui, out);
-        }
-    }
-
     RecordingInteraction ui_;
     MainState state_{ui_, NewOdbcConnection};
     TempFolder folder_;
@@ -410,28 +459,6 @@ TEST(EdgeCases, ReportsAndTheReportStep) {
 
 TEST(EdgeCases, HeadlessArgumentsAndVersionTextsAPersonGetsWrong) {
     EXPECT_EQ(EdgeCases().player.Play("unit/input.txt"), "");
-}
-
-// The check box and the boxes are read when writing, and copied as typed; a report without a file is an
-// unexpected error.
-TEST(Reporting, TheVersionIsCopiedAsTypedAndAReportNeedsAFile) {
-    RecordingInteraction ui;
-    MainState state(ui, NewOdbcConnection);
-    state.g_pTestCollection = FakeCatalogue({{.name = "a", .pass = true, .wasRun = true}});
-    state.txtMajorVersion = "9x";
-    state.txtMinorVersion = "1";
-    state.txtBugfix = "0";
-    const TempFolder folder;
-    ReportFile file = ReportFile::Open(folder.File("r.txt"));
-    EXPECT_TRUE(CreateReportInFile(file, ReportContentsOf(state), state.Ui()));
-    file.Close();
-    EXPECT_NE(ReadBytes(folder.File("r.txt")).find("\r\n      Tessel Version 9x.1.0\r\n"), std::string::npos);
-    EXPECT_TRUE(ui.shown.empty());
-    ReportFile none;
-    EXPECT_FALSE(CreateReportInFile(none, ReportContentsOf(state), state.Ui()));
-    EXPECT_EQ(ui.Lines(),
-              std::vector<std::string>{"Unexpected error: No file number passed to CreateReportInFile"});
-    EXPECT_EQ(ui.shown[0].icon, MsgIcon::Critical);
 }
 
 // The real launcher: no shell in between, and a program that is not there is a failed start.

@@ -12,6 +12,7 @@
 #include "checks/compressed_binary_probes.h"
 #include "db/odbc_connection.h"
 #include "framework/version_rules.h"
+#include "report/finding_key.h"
 #include "session/run_step.h"
 #include "support/check_environment.h"
 #include "support/fake_test.h"
@@ -28,15 +29,6 @@ const std::map<std::string, std::pair<std::int32_t, DbmsOption>> kServerTypes = 
     {"db2", {dbtype::kDb2, DbmsOption::DB2}},
     {"sqlserver", {dbtype::kSqlServer, DbmsOption::SqlServer}},
     {"informix", {dbtype::kInformix, DbmsOption::Informix}}};
-
-std::vector<std::string> Words(const std::string& text) {
-    std::vector<std::string> words;
-    std::istringstream in(text);
-    for (std::string word; in >> word;) {
-        words.push_back(word);
-    }
-    return words;
-}
 
 const LayerValues kRoads{.owner = "GIS",
                          .tableName = "ROADS",
@@ -62,30 +54,9 @@ class RunCases : public MainView {
     RunCases() {
         MakeReady();
         state_.AttachView(*this);
-        // The catalogue as it stands before any run: position, name, category, fatal, details and flags.
-        player.On("catalogue", [this](const std::string&, std::ostream& out) {
-            const auto walk = [this] {
-                std::ostringstream text;
-                const clsAdoTestCollection& catalogue = *state_.g_pTestCollection;
-                for (std::int16_t i = 1; i <= catalogue.Count(); ++i) {
-                    const IAdoTest& t = *catalogue.Item(i);
-                    text << i << ": " << t.Name() << " | " << t.Category() << (t.Fatal() ? " | fatal" : "")
-                         << " | " << t.ResultDetails() << (t.Pass() ? ", passed" : "")
-                         << (t.WasRun() ? ", run" : "") << (t.Enabled() ? "" : ", disabled") << "\n";
-                }
-                return text.str();
-            };
-            state_.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state_));
-            const std::string first = walk();
-            EXPECT_EQ(walk(), first) << "a second walk";
-            for (const std::int16_t outside : {0, -1, 17}) {
-                EXPECT_EQ(state_.g_pTestCollection->Item(outside), nullptr) << outside;
-            }
-            out << first;
-        });
         // positions DBMS RELEASE...: the positions a run starts there, one line a release.
         player.On("positions", [this](const std::string& a, std::ostream& out) {
-            const std::vector<std::string> words = Words(a);
+            const std::vector<std::string> words = Split(a, " ");
             state_.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state_));
             state_.selectedDbms = kServerTypes.at(words[0]).second;
             for (std::size_t w = 1; w < words.size(); ++w) {
@@ -102,15 +73,10 @@ class RunCases : public MainView {
         });
         // rules MAJOR.MINOR.BUGFIX: whether V1 to V4 accept it, as 1 and 0.
         player.On("rules", [](const std::string& a, std::ostream& out) {
-            std::int16_t parts[3];
-            std::istringstream in(a);
-            for (std::int16_t& part : parts) {
-                in >> part;
-                in.ignore(1);
-            }
+            const std::vector<std::string> v = Split(a, ".");
             for (const VersionRule rule :
                  {VersionRule::V1, VersionRule::V2, VersionRule::V3, VersionRule::V4}) {
-                out << AcceptsVersion(rule, parts[0], parts[1], parts[2]);
+                out << AcceptsVersion(rule, std::stoi(v[0]), std::stoi(v[1]), std::stoi(v[2]));
             }
             out << "\n";
         });
@@ -133,22 +99,23 @@ class RunCases : public MainView {
                                 ->ResultDetails())
                 << "\n";
         });
-        // not-ready WHAT: a ready state with one thing spoiled; the run shows only its box and changes
-        // nothing.
+        // not-ready WHAT [TEXT]: a ready state with one thing spoiled, or TEXT typed into the major or bugfix
+        // box; the run shows only its box or raises, and changes nothing.
         player.On("not-ready", [this](const std::string& a, std::ostream& out) {
             Catalogue("pass");
+            const std::string text = FirstWord(a).second;
             const std::map<std::string, std::function<void(MainState&)>> spoilers = {
                 {"no-connection", [](MainState& s) { s.g_pAdoConn.reset(); }},
                 {"no-catalogue", [](MainState& s) { s.g_pTestCollection.reset(); }},
                 {"empty-catalogue", [](MainState& s) { s.g_pTestCollection = FakeCatalogue({}); }},
                 {"no-server-type", [](MainState& s) { s.selectedDbms = DbmsOption::None; }},
-                {"no-major-version", [](MainState& s) { s.txtMajorVersion = ""; }},
-                {"letters", [](MainState& s) { s.txtMajorVersion = "abc"; }},
-                {"rounds-to-0", [](MainState& s) { s.txtMajorVersion = "0.4"; }}};
-            spoilers.at(a)(state_);
+                {"major", [&text](MainState& s) { s.txtMajorVersion = text; }},
+                {"bugfix", [&text](MainState& s) { s.txtBugfix = text; }}};
+            spoilers.at(FirstWord(a).first)(state_);
             state_.rtbStatus = "earlier log";
-            EXPECT_FALSE(IsReadyToRun(state_));
-            ProcessRunTests(state_);
+            status_.str("");
+            const std::string raised = Outcome([this] { ProcessRunTests(state_); });
+            out << status_.str() << (raised == "done" ? "" : "raised: " + raised + "\n");
             EXPECT_EQ(state_.rtbStatus, "earlier log");
             EXPECT_FALSE(state_.g_bTestsWereRun);
             PrintBoxes(ui_, out);
@@ -165,23 +132,19 @@ class RunCases : public MainView {
         });
         // check CLASS LAYOUT HOW: one check run on a scripted connection, LAYOUT a server type or "unset" (a
         // namer not set up); HOW is none, rows CELLS, fresh CELLS (a fresh cursor past the last row),
-        // numbered N (rows T1, T2...), failing (two error entries), scripted (the answers above), or
-        // unconnected (no connection before and after a run).
+        // numbered N (rows T1, T2...), failing (two error entries), scripted (the answers above),
+        // unconnected (no connection before and after a run), or findings CELLS (as fresh, with the findings
+        // and without the statements).
         player.On("check", [this](const std::string& a, std::ostream& out) {
-            const std::vector<std::string> words = Words(a);
+            const std::vector<std::string> words = Split(a, " ");
             const std::string cells = words.size() > 3 ? a.substr(a.find(words[3], a.find(words[2]))) : "";
             Check(words[0], words[1], words[2], cells, out);
-        });
-        player.On("expected-indexes", [](const std::string&, std::ostream& out) {
-            for (const ExpectedIndex& index : ExpectedIndexes()) {
-                out << IndexName(index, kRoads) << " expects " << index.expectedScore << "\n";
-            }
         });
         // analysis LAYER-KIND PROBES: the index analysis over one layer of GIS.ROADS (plain, no-rowid or
         // load-only), its probes answered "missing" (no rows, score 0), "failing" (two error entries) or
         // "no-dictionary" (ALL_IND_COLUMNS unreadable); prints the number of statements and the verdict.
         player.On("analysis", [this](const std::string& a, std::ostream& out) {
-            const std::vector<std::string> words = Words(a);
+            const std::vector<std::string> words = Split(a, " ");
             LayerValues layer = kRoads;
             layer.rowIdColumn = words[0] == "no-rowid" ? "" : layer.rowIdColumn;
             const std::int32_t eflags = 16777216 | (words[0] == "load-only" ? 1048576 : 0);
@@ -241,12 +204,7 @@ class RunCases : public MainView {
                                                .informix = false,
                                                .db2 = false,
                                                .sqlServer = false}};
-        std::vector<std::string> each;
-        for (std::size_t at = 0; at <= verdicts.size();) {
-            const std::size_t bar = std::min(verdicts.find(" | ", at), verdicts.size());
-            each.push_back(verdicts.substr(at, bar - at));
-            at = bar + 3;
-        }
+        const std::vector<std::string> each = Split(verdicts, " | ");
         tests.resize(each.size());
         for (std::size_t i = 0; i < tests.size(); ++i) {
             tests[i].onRun = [this, verdict = each[i]](FakeTest::State& s) {
@@ -255,8 +213,7 @@ class RunCases : public MainView {
                     throw RuntimeError(94, "Invalid use of Null");
                 }
                 s.pass = verdict.starts_with("pass");
-                s.resultDetails = verdict.substr(std::min(verdict.size(), verdict.find(' ') + 1));
-                s.resultDetails = verdict.find(' ') == std::string::npos ? "" : s.resultDetails;
+                s.resultDetails = FirstWord(verdict).second;
             };
         }
         state_.g_pTestCollection = FakeCatalogue(std::move(tests));
@@ -316,7 +273,7 @@ class RunCases : public MainView {
             }
         }
         ScriptedAnswer answer = Rows(rows.empty() ? 5 : rows[0].size(), rows);
-        answer.freshCursorAfterLast = how == "fresh" || how == "numbered";
+        answer.freshCursorAfterLast = how == "fresh" || how == "numbered" || how == "findings";
         if (how == "failing") {
             answer = Failure(
                 {{1, "ERROR: relation \"tsl.tsl_dbtune\" does not exist;\nError while executing the query"},
@@ -335,9 +292,17 @@ class RunCases : public MainView {
         if (how == "unconnected") {
             Record(*test, nullptr, env, out);
         }
-        Record(*test, &conn, env, out);
+        Record(*test, &conn, env, out, how != "findings");
         if (how == "unconnected") {
             Record(*test, nullptr, env, out);
+        }
+        if (how == "findings") {
+            const TestFindings& found = dynamic_cast<const FindingSource&>(*test).Findings();
+            for (const Finding& finding : found.findings) {
+                out << "finding: " << FindingKindWord(finding.kind) << " "
+                    << IdentityObject(finding.identity, true, StrayByte::Replaced) << "\n";
+            }
+            out << (found.truncated ? "truncated\n" : "");
         }
     }
 
