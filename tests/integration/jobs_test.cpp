@@ -171,9 +171,19 @@ TEST(Jobs, AStopCancelsTheStatementsOfTheExtraConnectionsToo) {
     const std::string connect = pg.ConnectionString(situation.database);
     const std::string tables =
         "gis.f1, gis.f2, gis.f4, gis.f5, gis.f6, gis.f7, gis.f8, gis.f9";  // f3 is gone
+    // Waits until that many of them are locked: an ended holder's locks outlive its client for a moment.
+    const auto awaitLocked = [&](const char* count) {
+        while (
+            pg.QueryValue(situation.database,
+                          "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND granted AND "
+                          "relation::regclass::text LIKE 'gis.f%'") != count) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    };
     std::vector<std::string> outputs;
     std::vector<std::string> statements;
     for (const char* jobs : {"1", "4"}) {
+        awaitLocked("0");
         std::thread holder([&] {
             try {
                 pg.Execute(situation.database,
@@ -182,12 +192,7 @@ TEST(Jobs, AStopCancelsTheStatementsOfTheExtraConnectionsToo) {
                 // Ended below.
             }
         });
-        while (
-            pg.QueryValue(situation.database,
-                          "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND granted AND "
-                          "relation::regclass::text LIKE 'gis.f%'") != "8") {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
+        awaitLocked("8");
         const auto started = std::chrono::steady_clock::now();
         const std::string transcript =
             Transcript(connect, {"--jobs", jobs, "--time-limit", "6", "--statement-timeout", "0"});
@@ -222,12 +227,21 @@ class SessionEnder final : public Connection {
     }
     bool DoQuery(const std::string& sql, ResultTable& out) override {
         if (sql.find("bitand(") != std::string::npos) {
+            // The extra connections open one after the other in the background: all three are awaited.
+            ResultTable others;
+            for (int tries = 0; tries < 200 && (others.cells.empty() || others.cells[0] != "3"); ++tries) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                inner_.Query(
+                    "SELECT count(*) FROM pg_stat_activity WHERE datname = current_database() AND "
+                    "backend_type = 'client backend' AND pid <> pg_backend_pid()",
+                    others);
+            }
             ResultTable ended;
             EXPECT_TRUE(
                 inner_.Query("SELECT count(pg_terminate_backend(pid, 10000)) FROM pg_stat_activity "
                              "WHERE datname = current_database() AND pid <> pg_backend_pid()",
                              ended));
-            EXPECT_NE(ended.cells.at(0), "0");
+            EXPECT_EQ(ended.cells.at(0), "3");
         }
         const bool ok = inner_.Query(sql, out);
         Errors() = inner_.Errors();
