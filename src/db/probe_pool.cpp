@@ -4,6 +4,8 @@
 #include "probe_pool.h"
 
 #include <algorithm>
+#include <array>
+#include <string_view>
 #include <system_error>
 
 #include "statement_trace.h"
@@ -30,10 +32,15 @@ std::mutex& ConnectMutex() {
     return mutex;
 }
 
-// SQLSTATE class 08: the driver says the link failed, whether or not it can tell that the connection is dead.
+// The link failed (SQLSTATE class 08) or the server ended the session (57P01 to 57P03: shut down, crashed,
+// or the session was terminated by an administrator). psqlODBC reports a session ended while idle as 57P01
+// on the next statement, before it can tell that the connection is dead. A cancelled statement (57014)
+// is not among them: it is what the run's own connection would have reported.
 bool IsConnectionFailure(const ErrorList& errors) {
+    static constexpr std::array<std::string_view, 3> kSessionEnded = {"57P01", "57P02", "57P03"};
     for (std::int32_t i = 0; i < errors.Count(); ++i) {
-        if (errors.Item(i).sqlState.rfind("08", 0) == 0) {
+        const std::string& state = errors.Item(i).sqlState;
+        if (state.starts_with("08") || std::ranges::find(kSessionEnded, state) != kSessionEnded.end()) {
             return true;
         }
     }
