@@ -22,6 +22,8 @@
 #include <string>
 #include <vector>
 
+#include "unique_fd.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -66,22 +68,7 @@ std::optional<Options> ParseOptions(int argc, char** argv) {
     return options;
 }
 
-// Owns a file descriptor.
-class Fd {
-  public:
-    explicit Fd(int fd) : fd_(fd) {}
-    ~Fd() {
-        if (fd_ >= 0) {
-            close(fd_);
-        }
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int Get() const { return fd_; }
-
-  private:
-    int fd_;
-};
+using tabvet::bench::UniqueFd;
 
 [[noreturn]] void ExecChild(const Options& options) {
     const int out = open(options.stdoutPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
@@ -114,11 +101,11 @@ int main(int argc, char** argv) {
             "-- PROGRAM ARGS...\n");
         return 2;
     }
-    std::optional<Fd> watch;
+    std::optional<UniqueFd> watch;
     if (options->tracePath) {
         // The program appends to the trace, so an emptied file changes exactly when it sends its first
         // statement.
-        const Fd trace(open(options->tracePath->c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644));
+        const UniqueFd trace(open(options->tracePath->c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644));
         watch.emplace(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
         if (trace.Get() < 0 || watch->Get() < 0 ||
             inotify_add_watch(watch->Get(), options->tracePath->c_str(), IN_MODIFY) < 0) {

@@ -17,7 +17,7 @@ int main(int argc, char** argv) {
     const tabvet::StandardStreams streams;
     const std::vector<std::string> args = tabvet::CommandLineArguments(argc, argv);
     if (!args.empty()) {
-        return tabvet::RunHeadless(args, std::cout, std::cerr);
+        return tabvet::RunHeadless(args, std::cout, std::cerr, tabvet::StandardErrorIsTerminal());
     }
 #if defined(TABVET_WINDOW_MODULE)
     return tabvet::RunWindowFromModule(argc, argv, std::cerr);

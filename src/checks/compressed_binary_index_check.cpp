@@ -2,7 +2,12 @@
 // layer fail and the walk goes on. Field reads and conversions are left to escape to the run.
 #include "compressed_binary_index_check.h"
 
+#include <algorithm>
+#include <limits>
+#include <optional>
+
 #include "db/line_break.h"
+#include "db/probes_ahead.h"
 #include "db/recordset.h"
 #include "framework/ado_test_base.h"
 
@@ -64,6 +69,83 @@ std::string LayerLabel(const LayerValues& layer) {
            std::to_string(layer.layerId) + ")";
 }
 
+// One row of the walk, read in the order the check reads it, so that a NULL or a bad number raises where it
+// always has.
+struct WalkedLayer {
+    LayerValues values;
+    bool loadOnly = false;
+    bool versioned = false;
+};
+template <typename FieldOf>
+WalkedLayer ReadLayer(const FieldOf& field) {
+    WalkedLayer layer;
+    layer.values.spatialColumn = ToText(field(0));
+    layer.values.tableName = ToText(field(1));
+    layer.values.owner = ToText(field(2));
+    layer.values.layerId = ToInt32(field(3));
+    layer.loadOnly = IsLoadOnlyIo(ToInt32(field(4)));
+    layer.values.registrationId = ToInt32(field(5));
+    layer.versioned = IsVersioned(ToInt32(field(6)));
+    layer.values.rowIdColumn = TextOrEmpty(field(7));
+    return layer;
+}
+
+// The order of one layer's probes, written once for the check and for the script that runs them ahead:
+// `tableExists` and `checkIndexes` each say whether their step found everything right.
+template <typename TableExists, typename CheckIndexes>
+bool WalkLayerProbes(bool loadOnly, bool versioned, const TableExists& tableExists,
+                     const CheckIndexes& checkIndexes) {
+    bool layerOk = true;
+    // A load-only layer has no business-table or feature-table indexes to check, and no spatial index at
+    // all; its feature table must still exist.
+    if (!loadOnly && !checkIndexes(IndexStep::CheckBusinessTableIndexes)) {
+        layerOk = false;
+    }
+    if (!tableExists(ExistenceStep::FeatureTableExists)) {
+        layerOk = false;
+    } else if (!loadOnly && !checkIndexes(IndexStep::CheckFeatureTableIndexes)) {
+        layerOk = false;
+    }
+    if (!loadOnly) {
+        if (!tableExists(ExistenceStep::SpatialIndexTableExists)) {
+            layerOk = false;
+        } else if (!checkIndexes(IndexStep::CheckSpatialIndexTableIndexes)) {
+            layerOk = false;
+        }
+    }
+    if (versioned) {
+        if (!tableExists(ExistenceStep::AddsTableExists)) {
+            layerOk = false;
+        } else if (!checkIndexes(IndexStep::CheckAddsTableIndexes)) {
+            layerOk = false;
+        }
+        // The deletes table is checked whatever the adds table gave.
+        if (!tableExists(ExistenceStep::DeletesTableExists)) {
+            layerOk = false;
+        } else if (!checkIndexes(IndexStep::CheckDeletesTableIndexes)) {
+            layerOk = false;
+        }
+    }
+    return layerOk;
+}
+
+// The statements the check sends for a layer, in its order, for another connection to run ahead: whether a
+// side table exists decides, as in the check, whether its indexes are probed.
+void SendLayerProbes(const WalkedLayer& walked, ProbeSender& sender) {
+    const LayerValues& layer = walked.values;
+    WalkLayerProbes(
+        walked.loadOnly, walked.versioned,
+        [&](ExistenceStep step) { return sender.Send(ExistenceQuery(ExistenceProbeFor(step), layer)); },
+        [&](IndexStep step) {
+            for (const ExpectedIndex& index : ExpectedIndexes()) {
+                if (IsProbed(index, step, layer)) {
+                    sender.Send(IndexScoreQuery(index, layer));
+                }
+            }
+            return true;
+        });
+}
+
 std::string WalkStatement(const IndexAnalysisRow& row, const std::string& layersTable,
                           const std::string& tableRegistryTable) {
     return row.walkSelectList + std::string("FROM ") + layersTable + " l, " + tableRegistryTable +
@@ -105,20 +187,22 @@ class IndexAnalysis final : public AdoTestBase {
             return;
         }
         std::int16_t layersWalked = 0;
+        WalkProgress progress(Environment(), rs.RecordCount());
+        ProbesAhead ahead(Environment().Probes(), conn);
         rs.MoveFirst();
         while (!rs.Eof()) {
+            progress.Walked(rs.RowIndex());
+            QueueAhead(rs, ahead);
             layersWalked = CountLayer(layersWalked);
-            LayerValues layer;
-            layer.spatialColumn = ToText(rs.Fields(0));
-            layer.tableName = ToText(rs.Fields(1));
-            layer.owner = ToText(rs.Fields(2));
-            layer.layerId = ToInt32(rs.Fields(3));
-            const std::int32_t eflags = ToInt32(rs.Fields(4));
-            layer.registrationId = ToInt32(rs.Fields(5));
-            const std::int32_t objectFlags = ToInt32(rs.Fields(6));
-            layer.rowIdColumn = TextOrEmpty(rs.Fields(7));
-
-            if (!CheckLayer(layer, IsLoadOnlyIo(eflags), IsVersioned(objectFlags), conn)) {
+            const WalkedLayer walked =
+                ReadLayer([&rs](int position) -> const FieldValue& { return rs.Fields(position); });
+            const LayerValues& layer = walked.values;
+            ahead.Enter(rs.RowIndex());
+            const bool layerOk = WalkLayerProbes(
+                walked.loadOnly, walked.versioned,
+                [&](ExistenceStep step) { return TableExists(step, layer, conn); },
+                [&](IndexStep step) { return CheckIndexes(step, layer, conn); });
+            if (!layerOk) {
                 pass_ = false;
                 resultDetails_ += kCrLf + (row_.layerFooterHead + LayerLabel(layer)) + row_.layerFooterTail;
             }
@@ -130,46 +214,25 @@ class IndexAnalysis final : public AdoTestBase {
         }
     }
 
-    bool CheckLayer(const LayerValues& layer, bool loadOnly, bool versioned, Connection& conn) {
-        bool layerOk = true;
-        // A load-only layer has no business-table or feature-table indexes to check, and no spatial index at
-        // all; its feature table must still exist.
-        if (!loadOnly && !CheckIndexes(IndexStep::CheckBusinessTableIndexes, layer, conn)) {
-            layerOk = false;
-        }
-        if (!TableExists(ExistenceStep::FeatureTableExists, layer, conn)) {
-            layerOk = false;
-        } else if (!loadOnly && !CheckIndexes(IndexStep::CheckFeatureTableIndexes, layer, conn)) {
-            layerOk = false;
-        }
-        if (!loadOnly) {
-            if (!TableExists(ExistenceStep::SpatialIndexTableExists, layer, conn)) {
-                layerOk = false;
-            } else if (!CheckIndexes(IndexStep::CheckSpatialIndexTableIndexes, layer, conn)) {
-                layerOk = false;
-            }
-        }
-        if (versioned) {
-            if (!TableExists(ExistenceStep::AddsTableExists, layer, conn)) {
-                layerOk = false;
-            } else if (!CheckIndexes(IndexStep::CheckAddsTableIndexes, layer, conn)) {
-                layerOk = false;
-            }
-            // The deletes table is checked whatever the adds table gave.
-            if (!TableExists(ExistenceStep::DeletesTableExists, layer, conn)) {
-                layerOk = false;
-            } else if (!CheckIndexes(IndexStep::CheckDeletesTableIndexes, layer, conn)) {
-                layerOk = false;
-            }
-        }
-        return layerOk;
+    // Queues the probes of the layers ahead, as many as keep the extra connections busy, but none past the
+    // layer whose 16-bit count overflows: the walk raises there.
+    static void QueueAhead(const Recordset& rs, ProbesAhead& ahead) {
+        const auto countable = static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max());
+        ahead.Queue(rs.RowIndex(), std::min(rs.RecordCount(), countable),
+                    std::numeric_limits<std::size_t>::max(),
+                    [&rs](std::size_t row) -> std::optional<ProbeScript> {
+                        const WalkedLayer walked = ReadLayer([&rs, row](int position) -> const FieldValue& {
+                            return rs.FieldAt(row, position);
+                        });
+                        return [walked](ProbeSender& sender) { SendLayerProbes(walked, sender); };
+                    });
     }
 
     bool CheckIndexes(IndexStep step, const LayerValues& layer, Connection& conn) {
         bool allRight = true;
         // Every probe of the step runs, whatever the earlier ones gave, so that one run lists all faults.
         for (const ExpectedIndex& index : ExpectedIndexes()) {
-            if (index.step != step || (index.onlyWithRowIdColumn && layer.rowIdColumn.empty())) {
+            if (!IsProbed(index, step, layer)) {
                 continue;
             }
             const std::string name = IndexName(index, layer);

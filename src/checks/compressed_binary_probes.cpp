@@ -235,6 +235,10 @@ std::span<const ExpectedIndex> ExpectedIndexes() {
     return kExpectedIndexes;
 }
 
+bool IsProbed(const ExpectedIndex& index, IndexStep step, const LayerValues& layer) {
+    return index.step == step && !(index.onlyWithRowIdColumn && layer.rowIdColumn.empty());
+}
+
 const ExistenceProbe& ExistenceProbeFor(ExistenceStep step) {
     return kExistenceProbes[static_cast<std::size_t>(step)];
 }

@@ -83,6 +83,8 @@ struct ExistenceProbe {
 
 /// Every expected index, in probe order.
 std::span<const ExpectedIndex> ExpectedIndexes();
+/// Whether `step` probes `index` for `layer`: an index on the row-id column only when there is one.
+bool IsProbed(const ExpectedIndex& index, IndexStep step, const LayerValues& layer);
 /// The existence probe of a step.
 const ExistenceProbe& ExistenceProbeFor(ExistenceStep step);
 

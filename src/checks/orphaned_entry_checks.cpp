@@ -3,9 +3,11 @@
 #include "orphaned_entry_checks.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "db/line_break.h"
+#include "db/probes_ahead.h"
 #include "db/recordset.h"
 #include "framework/ado_test_base.h"
 #include "listing_limit.h"
@@ -90,9 +92,10 @@ class OrphanedEntryCheck final : public AdoTestBase {
             resultDetails_ = row_.emptyTableText;
             return;
         }
-        const clsQualDbObjName& namer = Environment().Namer();
         Recordset probe;
         std::int16_t errorCount = 0;
+        WalkProgress progress(Environment(), rows.RecordCount());
+        ProbesAhead ahead(Environment().Probes(), conn);
         rows.MoveFirst();
         while (true) {
             if (rows.Eof()) {
@@ -102,31 +105,17 @@ class OrphanedEntryCheck final : public AdoTestBase {
                 }
                 break;
             }
+            progress.Walked(rows.RowIndex());
+            QueueAhead(rows, ahead, static_cast<std::size_t>(kReportLimit - errorCount));
             probe.CloseIfOpen();
-            const std::string tableName = ToText(rows.Fields(1));
-            const std::string owner = ToText(rows.Fields(2));
-            const std::string database =
-                namer.UsesDatabaseName() ? ToText(rows.Fields(3)) : std::string(kNoDatabaseName);
-            const std::string userTable = namer.UserTable(tableName, owner, database);
-
-            if (row_.skipsUnnamedTable && userTable.empty()) {
-                rows.MoveNext();
-                continue;
-            }
-            std::string probeSql;
-            if (row_.probedColumn == ProbedColumn::WhenGiven) {
-                const std::string column = TrimBlanks(TextOrEmpty(rows.Fields(0)));
-                probeSql = column.empty() ? namer.SqlToFindTable(userTable)
-                                          : namer.SqlToFindColumn(column, userTable);
-            } else {
-                probeSql = namer.SqlToFindColumn(ToText(rows.Fields(0)), userTable);
-            }
-
-            if (!probeSql.empty()) {
-                probe.OpenSuppressed(probeSql, conn);
+            const RowProbe planned =
+                ProbeOf([&rows](int position) -> const FieldValue& { return rows.Fields(position); });
+            if (!planned.sql.empty()) {
+                ahead.Enter(rows.RowIndex());
+                probe.OpenSuppressed(planned.sql, conn);
                 if (conn.Errors().Count() >= 1) {
                     errorCount = RoundToInt16(errorCount + 1);  // a 16-bit counter: overflow raises
-                    resultDetails_ += std::string(kCrLf) + kCrLf + kErrorLookingFor + userTable +
+                    resultDetails_ += std::string(kCrLf) + kCrLf + kErrorLookingFor + planned.userTable +
                                       kEntrySeparator + ErrorListText(conn);
                     pass_ = false;
                     RecordFinding(KindOfFailure(conn.Errors(), FailedObject::UserObject), EntryIdentity(rows),
@@ -146,6 +135,55 @@ class OrphanedEntryCheck final : public AdoTestBase {
             rows.MoveNext();
         }
         probe.CloseIfOpen();
+    }
+
+    // What one row asks: the qualified table its result line names and the probe statement, empty when the
+    // row is passed over (a table name the namer cannot qualify, a probe it cannot write). The fields are
+    // read in the check's order, so that a NULL raises where it always has.
+    struct RowProbe {
+        std::string userTable;
+        std::string sql;
+    };
+    template <typename FieldOf>
+    RowProbe ProbeOf(const FieldOf& field) const {
+        const clsQualDbObjName& namer = Environment().Namer();
+        const std::string tableName = ToText(field(1));
+        const std::string owner = ToText(field(2));
+        const std::string database =
+            namer.UsesDatabaseName() ? ToText(field(3)) : std::string(kNoDatabaseName);
+        RowProbe probe{namer.UserTable(tableName, owner, database), {}};
+        if (row_.skipsUnnamedTable && probe.userTable.empty()) {
+            return probe;
+        }
+        if (row_.probedColumn == ProbedColumn::WhenGiven) {
+            const std::string column = TrimBlanks(TextOrEmpty(field(0)));
+            probe.sql = column.empty() ? namer.SqlToFindTable(probe.userTable)
+                                       : namer.SqlToFindColumn(column, probe.userTable);
+        } else {
+            probe.sql = namer.SqlToFindColumn(ToText(field(0)), probe.userTable);
+        }
+        return probe;
+    }
+
+    // A namer that is not set up answers with a message box, which only the check itself may show.
+    bool NamerIsSetUp() const {
+        const std::int32_t code = Environment().Namer().DbmsTypeCode();
+        return code >= dbtype::kDb2 && code <= dbtype::kSqlServer;
+    }
+
+    // Queues the probes of the rows ahead while fewer than `budget` wait: even if every one of them failed,
+    // the report limit would be reached no earlier than at the last, so each is a probe the check sends.
+    void QueueAhead(const Recordset& rows, ProbesAhead& ahead, std::size_t budget) const {
+        ahead.Queue(rows.RowIndex(), NamerIsSetUp() ? rows.RecordCount() : 0, budget,
+                    [&](std::size_t row) -> std::optional<ProbeScript> {
+                        const RowProbe planned = ProbeOf([&rows, row](int position) -> const FieldValue& {
+                            return rows.FieldAt(row, position);
+                        });
+                        if (planned.sql.empty()) {
+                            return std::nullopt;
+                        }
+                        return [sql = planned.sql](ProbeSender& sender) { sender.Send(sql); };
+                    });
     }
 
     // The row as the system table states it: the column as stored (NULL or blanks included), the database

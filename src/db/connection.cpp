@@ -4,6 +4,7 @@
 
 #include "runtime_error.h"
 #include "statement_guard.h"
+#include "statement_trace.h"
 
 namespace tabvet {
 
@@ -32,9 +33,21 @@ bool Connection::Query(const std::string& sql, ResultTable& out) {
         errors_.Add({kStatementCancelledNumber, kStatementCancelledText});
         return false;
     }
+    // Taken before the refusal below, which the other connection applied alike, so that the outcomes still
+    // line up with the statements that follow. A stop asked for while waiting leaves the outcome as it came:
+    // a statement of this connection would have been running then.
+    std::optional<StatementOutcome> ahead = ahead_ != nullptr ? ahead_->Take(sql) : std::nullopt;
+    if (ahead) {
+        StatementTrace::Write(ahead->traced);
+    }
     if (!IsSingleStatement(sql)) {
         errors_.Add({kStatementRefusedNumber, kStatementRefusedText});
         return false;
+    }
+    if (ahead && !ahead->connectionLost) {
+        out = std::move(ahead->rows);
+        errors_ = std::move(ahead->errors);
+        return ahead->ok;
     }
     return DoQuery(sql, out);
 }

@@ -3,10 +3,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "error_list.h"
 #include "result_table.h"
+#include "statements_ahead.h"
 
 namespace tabvet {
 
@@ -58,8 +60,20 @@ class Connection {
 
     /// Runs one statement and reads all its rows into `out`. The error list is emptied first; on failure
     /// it holds every record of the failure and the result is false. A text with a statement separator
-    /// or a comment is never sent.
+    /// or a comment is never sent. A statement run ahead for this connection is not sent again: its outcome
+    /// is taken as it was, error list included.
     bool Query(const std::string& sql, ResultTable& out);
+
+    /// While set, Query takes the outcomes of statements run ahead from `ahead` (null: none). Used only by
+    /// the thread that queries.
+    void TakeAheadFrom(StatementsAhead* ahead) { ahead_ = ahead; }
+
+    /// A new, closed connection of the same kind, to run probes beside this one; nothing when this kind
+    /// has none (a scripted connection, or one whose statements a test counts): the run then uses this
+    /// connection alone.
+    virtual std::unique_ptr<Connection> NewProbeConnection() const { return nullptr; }
+    /// Asked after a failed statement: true when the connection can no longer reach its server.
+    virtual bool Lost() const { return false; }
 
   protected:
     virtual bool DoOpen(const std::string& connectionString) = 0;
@@ -71,6 +85,7 @@ class Connection {
     ErrorList errors_;
     ConnectionTimeouts timeouts_;
     std::atomic<bool> cancelled_ = false;
+    StatementsAhead* ahead_ = nullptr;
 };
 
 }  // namespace tabvet

@@ -101,6 +101,19 @@ OdbcConnection::~OdbcConnection() {
     Close();
 }
 
+std::unique_ptr<Connection> OdbcConnection::NewProbeConnection() const {
+    return std::make_unique<OdbcConnection>();
+}
+
+bool OdbcConnection::Lost() const {
+    if (!connected_) {
+        return true;
+    }
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    return TABVET_ODBC(SQLGetConnectAttrW, dbc_, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr).Ok() &&
+           dead == SQL_CD_TRUE;
+}
+
 bool OdbcConnection::DoOpen(const std::string& connectionString) {
     Close();
     OdbcWideString wide = ToOdbcWide(TranslateConnectionString(connectionString));

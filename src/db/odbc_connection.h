@@ -21,6 +21,10 @@ class OdbcConnection final : public Connection {
 
     void Close() override;
     int State() const override { return connected_ ? kStateOpen : kStateClosed; }
+    std::unique_ptr<Connection> NewProbeConnection() const override;
+    /// What the driver says of the link (SQL_ATTR_CONNECTION_DEAD); a driver that cannot tell is taken at
+    /// its word that the connection lives.
+    bool Lost() const override;
 
   protected:
     bool DoOpen(const std::string& connectionString) override;

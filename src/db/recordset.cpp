@@ -13,6 +13,12 @@ namespace {
         "requires a current record.");
 }
 
+[[noreturn]] void RaiseItemNotFound() {
+    throw RuntimeError(
+        errnum::kItemNotFound,
+        "Item cannot be found in the collection corresponding to the requested name or ordinal.");
+}
+
 }  // namespace
 
 void Recordset::Open(const std::string& sql, Connection& conn) {
@@ -97,16 +103,34 @@ int Recordset::FieldCount() const {
 
 const FieldValue& Recordset::Fields(int position) const {
     RequireOpen();
-    if (position < 0 || static_cast<std::size_t>(position) >= table_.columns) {
-        throw RuntimeError(
-            errnum::kItemNotFound,
-            "Item cannot be found in the collection corresponding to the requested name or ordinal.");
-    }
     if (Bof() || Eof()) {
+        if (position < 0 || static_cast<std::size_t>(position) >= table_.columns) {
+            RaiseItemNotFound();
+        }
         RaiseNoCurrentRecord();
     }
-    return table_
-        .cells[static_cast<std::size_t>(position_) * table_.columns + static_cast<std::size_t>(position)];
+    return FieldAt(static_cast<std::size_t>(position_), position);
+}
+
+std::size_t Recordset::RecordCount() const {
+    RequireOpen();
+    return table_.RowCount();
+}
+
+std::size_t Recordset::RowIndex() const {
+    RequireOpen();
+    return position_ < 0 ? 0 : static_cast<std::size_t>(position_);
+}
+
+const FieldValue& Recordset::FieldAt(std::size_t row, int position) const {
+    RequireOpen();
+    if (position < 0 || static_cast<std::size_t>(position) >= table_.columns) {
+        RaiseItemNotFound();
+    }
+    if (row >= table_.RowCount()) {
+        RaiseNoCurrentRecord();
+    }
+    return table_.cells[row * table_.columns + static_cast<std::size_t>(position)];
 }
 
 }  // namespace tabvet

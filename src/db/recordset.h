@@ -38,6 +38,13 @@ class Recordset {
     /// The field at a 0-based position of the current row.
     const FieldValue& Fields(int position) const;
 
+    /// How many rows the result set holds.
+    std::size_t RecordCount() const;
+    /// The 0-based index of the current row (RecordCount past the last).
+    std::size_t RowIndex() const;
+    /// A field of any row, the cursor left where it is: for looking ahead of the current row.
+    const FieldValue& FieldAt(std::size_t row, int position) const;
+
   private:
     void RequireOpen() const;
 

@@ -26,13 +26,10 @@ std::FILE* TraceFile() {
     return file.get();
 }
 
-}  // namespace
+// Where this thread's statements go instead of the file; null: to the file.
+thread_local std::vector<std::string>* DeferredInto = nullptr;
 
-void StatementTrace::Record(std::string_view sql) {
-    std::FILE* file = TraceFile();
-    if (file == nullptr) {
-        return;
-    }
+void WriteLine(std::FILE* file, std::string_view sql) {
     // Plain runs go to the stream as they stand, so that a statement costs no copy of its own.
     std::size_t start = 0;
     for (std::size_t i = sql.find_first_of("\\\r\n"); i != std::string_view::npos;
@@ -44,6 +41,38 @@ void StatementTrace::Record(std::string_view sql) {
     std::fwrite(sql.data() + start, 1, sql.size() - start, file);
     std::fputc('\n', file);
     std::fflush(file);  // a run that ends abruptly still leaves every statement it sent
+}
+
+}  // namespace
+
+void StatementTrace::Record(std::string_view sql) {
+    std::FILE* file = TraceFile();
+    if (file == nullptr) {
+        return;
+    }
+    if (DeferredInto != nullptr) {
+        DeferredInto->emplace_back(sql);
+        return;
+    }
+    WriteLine(file, sql);
+}
+
+void StatementTrace::Write(const std::vector<std::string>& statements) {
+    std::FILE* file = TraceFile();
+    if (file == nullptr) {
+        return;
+    }
+    for (const std::string& sql : statements) {
+        WriteLine(file, sql);
+    }
+}
+
+StatementTrace::Deferral::Deferral(std::vector<std::string>& into) : outer_(DeferredInto) {
+    DeferredInto = &into;
+}
+
+StatementTrace::Deferral::~Deferral() {
+    DeferredInto = outer_;
 }
 
 }  // namespace tabvet

@@ -9,15 +9,22 @@ void RunStop::Request(const std::string& why) {
     if (!why_) {
         why_ = why;
     }
-    if (watched_ != nullptr) {
-        watched_->Cancel();
-    }
+    CancelWatched();
 }
 
 void RunStop::CancelAgain() {
     const std::lock_guard lock(mutex_);
-    if (why_ && watched_ != nullptr) {
+    if (why_) {
+        CancelWatched();
+    }
+}
+
+void RunStop::CancelWatched() {
+    if (watched_ != nullptr) {
         watched_->Cancel();
+    }
+    if (probes_ != nullptr) {
+        probes_->Cancel();
     }
 }
 
@@ -31,6 +38,14 @@ void RunStop::Watch(Connection* conn) {
     watched_ = conn;
     if (why_ && watched_ != nullptr) {
         watched_->Cancel();
+    }
+}
+
+void RunStop::WatchProbes(ProbePool* probes) {
+    const std::lock_guard lock(mutex_);
+    probes_ = probes;
+    if (why_ && probes_ != nullptr) {
+        probes_->Cancel();
     }
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "db/connection.h"
+#include "db/probe_pool.h"
 
 namespace tabvet {
 
@@ -24,11 +25,18 @@ class RunStop {
     /// The connection whose statements a stop cancels (null: none). The caller keeps it alive until it
     /// watches another or none. A stop already asked for cancels it at once.
     void Watch(Connection* conn);
+    /// The extra connections of the run now going on (null: none), cancelled with the watched one and after
+    /// it, so that an outcome of theirs that a stop changed is taken only once the main connection is
+    /// cancelled too. The caller keeps the pool alive until it watches none.
+    void WatchProbes(ProbePool* probes);
 
   private:
+    void CancelWatched();
+
     mutable std::mutex mutex_;
     std::optional<std::string> why_;
     Connection* watched_ = nullptr;
+    ProbePool* probes_ = nullptr;
 };
 
 }  // namespace tabvet

@@ -8,6 +8,7 @@
 
 #include "db/conn_error_string.h"
 #include "db/connection.h"
+#include "db/probe_pool.h"
 #include "db/qual_db_obj_name.h"
 #include "db/user_interaction.h"
 #include "framework/ado_test_collection.h"
@@ -25,6 +26,12 @@ namespace tabvet {
 /// Makes the connection object for a connect attempt.
 using ConnectionFactory = std::function<std::unique_ptr<Connection>()>;
 
+/// The connections a run uses unless told otherwise: the open one and seven more for probes (measured in
+/// docs/performance.md). 1 is the single connection the checks were written for.
+inline constexpr unsigned kDefaultJobs = 8;
+/// The most a run may be given: each is a session on the server.
+inline constexpr unsigned kMaxJobs = 64;
+
 /// Everything the main window owns, one instance per process.
 class MainState final : public TestEnvironment {
   public:
@@ -34,6 +41,8 @@ class MainState final : public TestEnvironment {
 
     const clsQualDbObjName& Namer() const override { return *g_QDON; }
     IUserInteraction& Ui() const override { return ui_; }
+    ProbePool* Probes() const override { return runProbes; }
+    WalkListener* Walks() const override { return runWalks; }
 
     MainView& View() const { return *view_; }
     /// Attaches the view that mirrors this model; the model never owns it.
@@ -75,9 +84,13 @@ class MainState final : public TestEnvironment {
     bool cmdRunEnabled = false;
     std::string rtbStatus;
     std::string stsRunFeedback;
-    RunRecord lastRun;              // what the last run did with each test, for the results file
-    CheckSelection checkSelection;  // the tests a run leaves out although they apply: none in the window
-    RunStop runStop;                // a stop another thread may ask for; it watches the open connection
+    RunRecord lastRun;                 // what the last run did with each test, for the results file
+    CheckSelection checkSelection;     // the tests a run leaves out although they apply: none in the window
+    RunStop runStop;                   // a stop another thread may ask for; it watches the open connection
+    unsigned jobs = kDefaultJobs;      // connections a run may use: the open one and jobs - 1 for probes
+    std::string stsRunRows;            // how far the running check has walked, shown after the progress text
+    ProbePool* runProbes = nullptr;    // the extra connections of the run going on, if any
+    WalkListener* runWalks = nullptr;  // told how far a check of the run going on has walked
 
     // "Create Report"
     bool chkOnlyReportFailures = false;

@@ -11,6 +11,8 @@ class MainView {
     virtual void StatusLogChanged() {}
     /// The progress panel of the status bar changed.
     virtual void StatusBarChanged() {}
+    /// The count of rows the running check has walked changed; empty when none is to be shown.
+    virtual void RowCountChanged() {}
     /// Captions, enabling, options or box texts changed.
     virtual void ControlsChanged() {}
     /// Show or stop showing the hourglass pointer.

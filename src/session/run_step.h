@@ -20,6 +20,9 @@ void ProcessRunTests(MainState& state);
 void SetStatusWindow(MainState& state, const std::string& message, bool keepOld = false);
 /// Sets the progress panel of the status bar.
 void SetRunStatusBarText(MainState& state, const std::string& NewText);
+/// The progress panel as shown: its text and, while a check walks rows, how far it is, in parentheses after
+/// it ("Running test 16 of 16: ... (1234 of 10000 rows, 0:12)").
+std::string StatusBarText(const MainState& state);
 /// "Clear This Status Window": empties the log, keeps every result.
 void ClearRunStatus(MainState& state);
 

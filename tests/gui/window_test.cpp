@@ -45,6 +45,19 @@ struct ScriptedLogon final : LogonDialogPresenter {
     bool cancel = false;
 };
 
+// Every text a label is painted with, in order, without repeats: what the status bar showed during a run.
+struct PaintedTexts final : QObject {
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const auto* label = qobject_cast<QLabel*>(watched);  // not while the label is being destroyed
+        if (label != nullptr && event->type() == QEvent::Paint &&
+            (texts.isEmpty() || texts.back() != label->text())) {
+            texts.push_back(label->text());
+        }
+        return false;
+    }
+    QStringList texts;
+};
+
 // One window with its model and scripted dialogs, remembering its settings in `settingsFile` when given (a
 // second Fixture on the same file is the next start); every connection it makes can break on cue.
 struct Fixture {
@@ -63,6 +76,7 @@ struct Fixture {
             conn = made.get();
             return made;
         };
+        Find<QLabel>("stsRunFeedback")->installEventFilter(&painted);
         window->show();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
@@ -126,6 +140,7 @@ struct Fixture {
     TempFolder folder;
     bool ended = false;
     FaultInjectingConnection* conn = nullptr;
+    PaintedTexts painted;
     std::unique_ptr<frmNav> window;
 };
 
@@ -243,6 +258,15 @@ std::string Play(const std::string& name) {
             [] { PgCluster::Shared().StopServer(); });
     });
     on("start-server", [&](const std::string&) { PgCluster::Shared().StartServer(); });
+    // painted N: what the status bar showed of test N since the last time; of a walk's count only the first,
+    // as how often it is redrawn depends on the machine's speed
+    player.On("painted", [&](const std::string& a, std::ostream& out) {
+        static const QRegularExpression redrawn(" \\([1-9][0-9]* of [0-9]+ rows, [0-9:]+\\)$");
+        for (const QString& text : std::exchange(f.painted.texts, {})) {
+            const bool shown = text.startsWith("Running test " + QString::fromStdString(a) + " of ");
+            out << (shown && !redrawn.match(text).hasMatch() ? "painted: " + text.toStdString() + "\n" : "");
+        }
+    });
     return player.Play("window/" + name + ".txt");
 }
 

@@ -43,6 +43,24 @@ void ConsoleView::StatusBarChanged() {
     err_ << ConsoleText(state_.stsRunFeedback) << std::endl;
 }
 
+void ConsoleView::RowCountChanged() {
+    if (!showsRowCount_) {
+        return;
+    }
+    // Back to the line's start, the new count, and blanks over what is left of a longer one.
+    const std::string& count = state_.stsRunRows;
+    const std::size_t drawn = rowCountWidth_;
+    if (count.empty() && drawn == 0) {
+        return;
+    }
+    err_ << '\r' << count << std::string(drawn > count.size() ? drawn - count.size() : 0, ' ');
+    if (count.empty()) {
+        err_ << '\r';
+    }
+    err_.flush();
+    rowCountWidth_ = count.size();
+}
+
 void ConsoleView::FinishLog() {
     EndOpenLine();
 }

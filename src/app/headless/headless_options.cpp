@@ -7,6 +7,7 @@
 
 #include "db/connection_string.h"
 #include "db/value.h"
+#include "session/main_state.h"
 
 namespace tabvet {
 namespace {
@@ -34,7 +35,7 @@ std::optional<std::vector<std::string>> ParseVersion(const std::string& text) {
     return parts;
 }
 
-// Seconds as digits only: at most nine, so that any value fits every driver's attribute.
+// Seconds (or another count) as digits only: at most nine, so that any value fits every driver's attribute.
 std::optional<unsigned> ParseSeconds(const std::string& text) {
     if (text.empty() || text.size() > 9 ||
         !std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c); })) {
@@ -45,9 +46,9 @@ std::optional<unsigned> ParseSeconds(const std::string& text) {
 
 // Options that take a value, and those that take none.
 const std::set<std::string> kValueOptions = {
-    "--connect",   "--connect-file", "--dbms",  "--tessel-version", "--database",      "--report",
-    "--json",      "--baseline",     "--check", "--skip",           "--login-timeout", "--statement-timeout",
-    "--time-limit"};
+    "--connect",    "--connect-file", "--dbms",  "--tessel-version", "--database",      "--report",
+    "--json",       "--baseline",     "--check", "--skip",           "--login-timeout", "--statement-timeout",
+    "--time-limit", "--jobs"};
 const std::set<std::string> kFlagOptions = {"--help", "--version", "--only-failures", "--list-checks"};
 
 }  // namespace
@@ -61,7 +62,7 @@ std::string HeadlessUsage() {
            "              [--tessel-version MAJOR.MINOR.BUGFIX] [--database NAME]\n"
            "              [--report FILE] [--only-failures] [--json FILE] [--baseline FILE]\n"
            "              [--check LIST] [--skip LIST] [--login-timeout SECONDS]\n"
-           "              [--statement-timeout SECONDS] [--time-limit SECONDS]\n"
+           "              [--statement-timeout SECONDS] [--time-limit SECONDS] [--jobs N]\n"
            "       tabvet --connect-file FILE [the options above]\n"
            "       tabvet --list-checks\n"
            "       tabvet --help\n"
@@ -79,6 +80,12 @@ std::string HeadlessUsage() {
            "--statement-timeout say otherwise (0 = no limit); a statement that times out fails like any\n"
            "other. When --time-limit passes, or at SIGINT or SIGTERM, the running statement is cancelled\n"
            "and the run stops after that test; a second signal ends tabvet at once.\n"
+           "--jobs N: the connections a run may use (1 to " +
+           std::to_string(kMaxJobs) + ", default " + std::to_string(kDefaultJobs) +
+           "): the checks that probe every\n"
+           "entry or layer send their probes over N - 1 more connections opened like the first, and\n"
+           "still take the results in their own order, so everything written is what one connection\n"
+           "gives (--jobs 1).\n"
            "--report writes the text report (CR LF lines), --only-failures leaves passed tests out of it,\n"
            "--json writes every catalogue entry with its verdict, duration and findings (one record per\n"
            "problem, with a stable key); both replace existing files and are written after every run that\n"
@@ -163,6 +170,13 @@ ParsedArguments ParseHeadlessArguments(const std::vector<std::string>& args, boo
                                 : options.baseline) = *value;
         } else if (name == "--check" || name == "--skip") {
             (name == "--check" ? options.check : options.skip) = *value;
+        } else if (name == "--jobs") {
+            const std::optional<unsigned> jobs = ParseSeconds(*value);
+            if (!jobs || *jobs < 1 || *jobs > kMaxJobs) {
+                return {std::nullopt, "--jobs must be a whole number from 1 to " + std::to_string(kMaxJobs) +
+                                          " (got " + SaidBack(*value) + ")"};
+            }
+            options.jobs = jobs;
         } else if (name == "--login-timeout" || name == "--statement-timeout" || name == "--time-limit") {
             const std::optional<unsigned> seconds = ParseSeconds(*value);
             if (!seconds) {

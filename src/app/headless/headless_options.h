@@ -32,6 +32,7 @@ struct HeadlessOptions {
     std::optional<unsigned> loginTimeout;      ///< seconds, 0 no limit; absent: the default
     std::optional<unsigned> statementTimeout;  ///< seconds, 0 no limit; absent: the default
     unsigned timeLimit = 0;                    ///< seconds for the whole run, 0 no limit
+    std::optional<unsigned> jobs;              ///< connections the run may use; absent: the default
     std::optional<std::string> check;          ///< --check LIST: only these tests
     std::optional<std::string> skip;           ///< --skip LIST: not these tests
     bool help = false;

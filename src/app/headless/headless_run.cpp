@@ -63,6 +63,7 @@ bool PrepareRun(MainState& state, const HeadlessOptions& options) {
     state.chkOnlyReportFailures = options.onlyFailures;
     state.timeouts.loginSeconds = options.loginTimeout.value_or(state.timeouts.loginSeconds);
     state.timeouts.statementSeconds = options.statementTimeout.value_or(state.timeouts.statementSeconds);
+    state.jobs = options.jobs.value_or(state.jobs);
     ConnectionStringChanged(state, options.connect);
     ConnectToDbms(state);
     if (state.g_pAdoConn == nullptr) {
@@ -133,14 +134,14 @@ bool ReadBaselineOption(const HeadlessOptions& options, std::optional<Baseline>&
     return true;
 }
 
-int Run(HeadlessOptions options, std::ostream& out, std::ostream& err) {
+int Run(HeadlessOptions options, std::ostream& out, std::ostream& err, bool errIsTerminal) {
     std::optional<Baseline> baseline;
     if (!CheckOutputFiles(options, err) || !ReadBaselineOption(options, baseline, err)) {
         return exit_code::kCannotStart;
     }
     ConsoleInteraction ui(err);
     MainState state(ui, NewOdbcConnection);
-    ConsoleView view(state, out, err);
+    ConsoleView view(state, out, err, errIsTerminal);
     state.AttachView(view);
     if (!StartUp(state) || !ApplyCheckSelection(state, options, err)) {
         return exit_code::kCannotStart;
@@ -204,7 +205,8 @@ int ExitStatusOf(const RunRecord& record, const BaselineComparison* comparison) 
     return exit_code::kEscapedError;
 }
 
-int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+                bool errIsTerminal) {
     const std::optional<std::string> fromEnvironment = EnvironmentText(kConnectEnvironmentVariable);
     const ParsedArguments parsed = ParseHeadlessArguments(args, fromEnvironment.has_value());
     if (!parsed.options) {
@@ -226,7 +228,7 @@ int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::os
     if (!ResolveConnectionString(options, std::cin, fromEnvironment, err)) {
         return exit_code::kCannotStart;
     }
-    return Run(std::move(options), out, err);
+    return Run(std::move(options), out, err, errIsTerminal);
 }
 
 }  // namespace tabvet

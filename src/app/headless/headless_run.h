@@ -23,7 +23,9 @@ inline constexpr int kStopped = 4;  ///< by the time limit or a signal
 int ExitStatusOf(const RunRecord& record, const BaselineComparison* comparison);
 
 /// Runs tabvet with command-line arguments (without the program name); returns the exit status. The
-/// connection string may come from standard input or the environment.
-int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// connection string may come from standard input or the environment. When `err` is a terminal, the checks
+/// that walk rows also show how far they are, on a line of `err` that is cleared again.
+int RunHeadless(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+                bool errIsTerminal = false);
 
 }  // namespace tabvet

@@ -25,6 +25,9 @@ class StandardStreams {
     unsigned earlierConsoleCodePage_ = 0;  // 0: unchanged
 };
 
+/// Whether standard error is a terminal (a console on Windows), where a line may be drawn over again.
+bool StandardErrorIsTerminal();
+
 /// The value of the environment variable `name`; nothing when it is unset or empty.
 std::optional<std::string> EnvironmentText(const char* name);
 

@@ -1,4 +1,6 @@
 // The bytes as given: UTF-8 is the system's text.
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "process_text.h"
@@ -12,6 +14,10 @@ std::vector<std::string> CommandLineArguments(int argc, char** argv) {
 StandardStreams::StandardStreams() = default;
 
 StandardStreams::~StandardStreams() = default;
+
+bool StandardErrorIsTerminal() {
+    return isatty(STDERR_FILENO) == 1;
+}
 
 std::optional<std::string> EnvironmentText(const char* name) {
     const char* value = std::getenv(name);

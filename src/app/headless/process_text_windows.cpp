@@ -58,6 +58,12 @@ StandardStreams::~StandardStreams() {
     }
 }
 
+bool StandardErrorIsTerminal() {
+    // A console, not a pipe or file: _isatty says yes for the NUL device too, GetConsoleMode does not.
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
 std::optional<std::string> EnvironmentText(const char* name) {
     const std::wstring wideName(name, name + std::strlen(name));
     const wchar_t* value = _wgetenv(wideName.c_str());

@@ -424,7 +424,7 @@ void frmNav::StatusLogChanged() {
 }
 
 void frmNav::StatusBarChanged() {
-    stsRunFeedback->setText(QString::fromStdString(state_.stsRunFeedback));
+    stsRunFeedback->setText(QString::fromStdString(StatusBarText(state_)));
     stsRunFeedback->repaint();
     stsTarget->setText(QString::fromStdString(ConnectedTargetText(state_)));
 }

@@ -49,6 +49,7 @@ class frmNav final : public QMainWindow, public MainView {
     // MainView
     void StatusLogChanged() override;
     void StatusBarChanged() override;
+    void RowCountChanged() override { StatusBarChanged(); }
     void ControlsChanged() override { Refresh(); }
     void SetBusyPointer(bool busy) override;
     void ProcessPendingEvents() override;
