@@ -55,7 +55,6 @@ createdb win_detect_mss tessel_schema.sql layout_sqlserver.sql
 psql win_detect_mss "INSERT INTO tsl.tsl_version VALUES (9, 1, 2, 0, 'Tessel for SQL Server 2000')"
 createdb win_detect_ora tessel_schema.sql healthy_version.sql
 
-export WINEPREFIX=$prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 unset DISPLAY WAYLAND_DISPLAY TABVET_CONNECT
 
 # Masks what may differ between two runs and between the two systems: times, durations, the run folder.
@@ -121,7 +120,7 @@ compare() {
             args+=("$arg")
         done
         local command=("$linux")
-        [ "$system" = linux ] || command=(/usr/lib/wine/wine64 "$exe")
+        [ "$system" = linux ] || command=(bash "$here/wine.sh" run "$prefix" "$exe")
         "${command[@]}" "${args[@]}" <<<"${STDIN_TEXT:-}" >"$work/$system.out" 2>"$work/$system.err" &
         local pid=$!
         [ -z "${SIGNAL_AFTER:-}" ] || { sleep "$SIGNAL_AFTER" && kill -INT "$pid"; }
@@ -180,7 +179,7 @@ SIGNAL_AFTER=3 compare ctrl-c --connect {db:win_healthy} --dbms oracle --tessel-
 # Without arguments the Windows program has no window to open: it says so, exit 2.
 runs=$((runs + 1))
 status=0
-/usr/lib/wine/wine64 "$exe" >"$work/no-window.out" 2>"$work/no-window.err" </dev/null || status=$?
+bash "$here/wine.sh" run "$prefix" "$exe" >"$work/no-window.out" 2>"$work/no-window.err" </dev/null || status=$?
 if [ "$status" -ne 2 ] || [ -s "$work/no-window.out" ] || [ "$(cat "$work/no-window.err")" != \
     "tabvet: this build has no main window; use the headless mode (tabvet --help)" ]; then
     failures=$((failures + 1))
