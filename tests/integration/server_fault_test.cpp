@@ -211,10 +211,8 @@ INSTANTIATE_TEST_SUITE_P(
                     FaultPoint{"StopDuringTheLayerProbes", true, kOrphLyr, "WHERE 1 = 2", 2},
                     FaultPoint{"StopDuringTheIndexAnalysis", true, kIndexAnalysis, "ALL_IND_COLUMNS", 3},
                     FaultPoint{"StopBeforeAnExistenceProbe", true, kIndexAnalysis, "WHERE 1 = 2", 4},
-                    FaultPoint{"SessionEndedBetweenTwoTests", false, "GEOMETRY_COLUMNS in LAYERS", "", 1},
-                    FaultPoint{"SessionEndedDuringTheLayerProbes", false, kOrphLyr, "WHERE 1 = 2", 4},
-                    FaultPoint{"SessionEndedDuringTheIndexAnalysis", false, kIndexAnalysis, "ALL_INDEXES",
-                               2}),
+                    // The verdicts of a session ended anywhere else: SessionFaultSweep.
+                    FaultPoint{"SessionEndedBetweenTwoTests", false, "GEOMETRY_COLUMNS in LAYERS", "", 1}),
     [](const testing::TestParamInfo<FaultPoint>& info) { return std::string(info.param.label); });
 
 // The fault before statement 1 of a run, then before statement 2, and so on to the last one.

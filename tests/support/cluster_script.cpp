@@ -1,5 +1,4 @@
-// The scripts own the details of each server (data directory, port, accounts); this side only runs them and
-// turns their failures into exceptions.
+// This side only runs the scripts, reads their state files and turns their failures into exceptions.
 #include "support/cluster_script.h"
 
 #include <unistd.h>
@@ -9,8 +8,10 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <utility>
 
 namespace tabvet::testsupport {
+namespace {
 
 std::string ShellQuoted(const std::string& word) {
     // Inside single quotes only the quote itself needs care.
@@ -21,9 +22,55 @@ std::string ShellQuoted(const std::string& word) {
     return quoted + "'";
 }
 
-std::string RunScript(const std::string& script, const std::vector<std::string>& arguments,
-                      const std::string& input) {
-    std::string command = "bash " + ShellQuoted(script);
+std::string StateValue(const std::string& stateFile, const std::string& key) {
+    std::ifstream in(stateFile);
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind(key + "=", 0) == 0) {
+            return line.substr(key.size() + 1);
+        }
+    }
+    throw std::runtime_error("no " + key + " in server state file " + stateFile);
+}
+
+}  // namespace
+
+ScriptedServer::ScriptedServer(std::string script, const char* stateVariable, const std::string& portKey)
+    : script_(std::move(script)) {
+    const char* fromFixture = std::getenv(stateVariable);
+    owns_ = fromFixture == nullptr || *fromFixture == '\0';
+    // Else of this process alone, so that parallel processes never share one.
+    stateFile_ = !owns_ ? fromFixture
+                        : (std::filesystem::temp_directory_path() /
+                           (std::string(stateVariable) + "." + std::to_string(::getpid())))
+                              .string();
+    if (owns_) {
+        // The watchdog reads a pipe whose write end only this process holds (close-on-exec, never closed),
+        // in a session of its own so that Ctrl-C at the terminal spares it.
+        const std::string stop = "bash " + ShellQuoted(script_) + " stop " + ShellQuoted(stateFile_);
+        if (::popen(
+                ("exec setsid bash -c " + ShellQuoted("cat >/dev/null; exec " + stop) + " >/dev/null 2>&1")
+                    .c_str(),
+                "we") == nullptr) {
+            throw std::runtime_error("cannot start the server's watchdog");
+        }
+        Run("start");
+    }
+    port_ = std::stoi(StateValue(stateFile_, portKey));
+}
+
+ScriptedServer::~ScriptedServer() {
+    if (owns_) {
+        try {
+            Run("stop");
+        } catch (const std::exception&) {
+            // The watchdog stops it when this process is gone.
+        }
+    }
+}
+
+std::string ScriptedServer::Run(const std::string& action, const std::vector<std::string>& arguments,
+                                const std::string& input) const {
+    std::string command = "bash " + ShellQuoted(script_) + " " + action + " " + ShellQuoted(stateFile_);
     for (const std::string& argument : arguments) {
         command += " " + ShellQuoted(argument);
     }
@@ -37,42 +84,10 @@ std::string RunScript(const std::string& script, const std::vector<std::string>&
         output.append(buffer, got);
     }
     if (const int status = ::pclose(pipe); status != 0) {
-        throw std::runtime_error(std::filesystem::path(script).filename().string() + " " +
-                                 (arguments.empty() ? "" : arguments[0]) + " failed (" +
-                                 std::to_string(status) + "):\n" + output);
+        throw std::runtime_error(std::filesystem::path(script_).filename().string() + " " + action +
+                                 " failed (" + std::to_string(status) + "):\n" + output);
     }
     return output;
-}
-
-std::string StateFileOf(const char* variable, const std::string& stem, bool& ownsServer) {
-    const char* fromFixture = std::getenv(variable);
-    ownsServer = fromFixture == nullptr || *fromFixture == '\0';
-    if (!ownsServer) {
-        return fromFixture;
-    }
-    // Of this process alone, so that parallel processes never share one.
-    return (std::filesystem::temp_directory_path() / (stem + "." + std::to_string(::getpid()))).string();
-}
-
-void StopWhenProcessEnds(const std::string& script, const std::string& stateFile) {
-    // The watchdog reads a pipe whose write end only this process holds (close-on-exec, never closed), in a
-    // session of its own so that Ctrl-C at the terminal spares it.
-    const std::string stop = "bash " + ShellQuoted(script) + " stop " + ShellQuoted(stateFile);
-    if (::popen(("exec setsid bash -c " + ShellQuoted("cat >/dev/null; exec " + stop) + " >/dev/null 2>&1")
-                    .c_str(),
-                "we") == nullptr) {
-        throw std::runtime_error("cannot start the server's watchdog");
-    }
-}
-
-std::string StateValue(const std::string& stateFile, const std::string& key) {
-    std::ifstream in(stateFile);
-    for (std::string line; std::getline(in, line);) {
-        if (line.rfind(key + "=", 0) == 0) {
-            return line.substr(key.size() + 1);
-        }
-    }
-    throw std::runtime_error("no " + key + " in server state file " + stateFile);
 }
 
 }  // namespace tabvet::testsupport

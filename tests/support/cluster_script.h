@@ -7,22 +7,28 @@
 
 namespace tabvet::testsupport {
 
-/// One word for the shell, whatever it holds.
-std::string ShellQuoted(const std::string& word);
+/// A server driven through its script, which owns the details (data directory, port, accounts): the run's
+/// server when a ctest fixture names its state file in the environment variable `stateVariable`, else one
+/// started for this process and stopped when it ends, failed tests and crashes too.
+class ScriptedServer {
+  public:
+    ScriptedServer(std::string script, const char* stateVariable, const std::string& portKey);
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+    ~ScriptedServer();
 
-/// Runs `bash script arguments...` with standard input from the file `input` and returns its output and
-/// errors, interleaved; throws std::runtime_error with them when the script fails.
-std::string RunScript(const std::string& script, const std::vector<std::string>& arguments,
-                      const std::string& input = "/dev/null");
+    /// `bash script action stateFile arguments...` with standard input from the file `input`: its output
+    /// and errors, interleaved; throws std::runtime_error with them when the script fails.
+    std::string Run(const std::string& action, const std::vector<std::string>& arguments = {},
+                    const std::string& input = "/dev/null") const;
 
-/// The state file of the run's server: the one a ctest fixture names in the environment variable
-/// `variable`, else a new one of this process (`ownsServer` then true), named after `stem`.
-std::string StateFileOf(const char* variable, const std::string& stem, bool& ownsServer);
+    int Port() const { return port_; }
 
-/// Runs `bash script stop stateFile` once this process has ended, however it ends.
-void StopWhenProcessEnds(const std::string& script, const std::string& stateFile);
-
-/// The value of `KEY=value` in a state file written by one of the scripts.
-std::string StateValue(const std::string& stateFile, const std::string& key);
+  private:
+    std::string script_;
+    std::string stateFile_;
+    bool owns_;
+    int port_ = 0;
+};
 
 }  // namespace tabvet::testsupport

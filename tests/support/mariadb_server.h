@@ -2,7 +2,8 @@
 #pragma once
 
 #include <string>
-#include <vector>
+
+#include "support/cluster_script.h"
 
 namespace tabvet::testsupport {
 
@@ -10,13 +11,8 @@ namespace tabvet::testsupport {
 /// script's or the client's output when something fails.
 class MariaDbServer {
   public:
-    /// The run's server: the one a ctest fixture started (TABVET_MARIADB_STATE names its state file) or, when
-    /// that is absent, one started for this process and stopped when it ends, failed tests and crashes too.
+    /// The run's server (see ScriptedServer); TABVET_MARIADB_STATE names a fixture's state file.
     static MariaDbServer& Shared();
-
-    MariaDbServer(const MariaDbServer&) = delete;
-    MariaDbServer& operator=(const MariaDbServer&) = delete;
-    ~MariaDbServer();
 
     /// "Driver=MariaDB Unicode;Server=127.0.0.1;Port=N;Database=<database>;UID=tabvet;PWD=;"
     std::string ConnectionString(const std::string& database) const;
@@ -27,21 +23,16 @@ class MariaDbServer {
     /// Runs a fixture file (a path relative to tests/fixtures) in `database`.
     void ExecuteFile(const std::string& database, const std::string& fixtureFile) const;
 
-    /// What a query prints: one row a line, values separated by tabs, NULL as "NULL".
-    std::string Query(const std::string& sql) const;
     // Every object's name and every table's rows and grants on the whole server, statistics aside: equal
     // before and after a run means the run wrote nothing anywhere.
     std::string Fingerprint() const;
 
-    int Port() const { return port_; }
-
   private:
-    MariaDbServer(std::string stateFile, bool ownsServer);
-    std::string RunScript(const std::vector<std::string>& arguments, const std::string& input) const;
+    MariaDbServer();
+    /// What a query prints: one row a line, values separated by tabs, NULL as "NULL".
+    std::string Query(const std::string& sql) const;
 
-    std::string stateFile_;
-    bool ownsServer_;
-    int port_ = 0;
+    ScriptedServer server_;
 };
 
 }  // namespace tabvet::testsupport

@@ -5,19 +5,16 @@
 #include <string>
 #include <vector>
 
+#include "support/cluster_script.h"
+
 namespace tabvet::testsupport {
 
 /// A running cluster, driven through scripts/pg_cluster.sh. All members throw std::runtime_error with the
 /// script's or psql's output when something fails.
 class PgCluster {
   public:
-    /// The run's cluster: the one a ctest fixture started (TABVET_PG_STATE names its state file) or, when
-    /// that is absent, one started for this process and stopped when it ends, failed tests and crashes too.
+    /// The run's cluster (see ScriptedServer); TABVET_PG_STATE names a fixture's state file.
     static PgCluster& Shared();
-
-    PgCluster(const PgCluster&) = delete;
-    PgCluster& operator=(const PgCluster&) = delete;
-    ~PgCluster();
 
     /// "Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=N;Database=<database>;UID=tabvet;PWD=;"
     std::string ConnectionString(const std::string& database) const;
@@ -38,15 +35,12 @@ class PgCluster {
     void StopServer() const;
     void StartServer() const;
 
-    int Port() const { return port_; }
+    int Port() const { return server_.Port(); }
 
   private:
-    PgCluster(std::string stateFile, bool ownsCluster);
-    std::string RunScript(const std::vector<std::string>& arguments) const;
+    PgCluster();
 
-    std::string stateFile_;
-    bool ownsCluster_;
-    int port_ = 0;
+    ScriptedServer server_;
 };
 
 /// Absolute path of a file under tests/fixtures.
