@@ -173,10 +173,11 @@ TEST(Jobs, AStopCancelsTheStatementsOfTheExtraConnectionsToo) {
         "gis.f1, gis.f2, gis.f4, gis.f5, gis.f6, gis.f7, gis.f8, gis.f9";  // f3 is gone
     // Waits until that many of them are locked: an ended holder's locks outlive its client for a moment.
     const auto awaitLocked = [&](const char* count) {
-        while (
-            pg.QueryValue(situation.database,
-                          "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND granted AND "
-                          "relation::regclass::text LIKE 'gis.f%'") != count) {
+        while (pg.QueryValue(
+                   situation.database,
+                   "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND granted AND "
+                   "relation::regclass::text LIKE 'gis.f%' AND database = (SELECT oid FROM pg_database WHERE "
+                   "datname = current_database())") != count) {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
     };
@@ -199,7 +200,8 @@ TEST(Jobs, AStopCancelsTheStatementsOfTheExtraConnectionsToo) {
         EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(40)) << "--jobs " << jobs;
         pg.QueryValue(
             situation.database,
-            "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE 'LOCK TABLE%'");
+            "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE 'LOCK TABLE%' "
+            "AND datname = current_database()");
         holder.join();
         const std::size_t split = transcript.find("--- statements\n");
         outputs.push_back(transcript.substr(0, split));

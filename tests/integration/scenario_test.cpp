@@ -245,7 +245,7 @@ class Lock {
     ~Lock() {
         pg_.QueryValue(db_,
                        "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE "
-                       "'LOCK TABLE%' AND pid <> pg_backend_pid()");
+                       "'LOCK TABLE%' AND datname = current_database() AND pid <> pg_backend_pid()");
         holder_.join();
     }
     // A statement of another session waits for this lock.
