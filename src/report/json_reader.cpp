@@ -2,8 +2,10 @@
 // person can find it in the file.
 #include "json_reader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
 
 #include "db/utf16.h"
 #include "json_text.h"
@@ -188,33 +190,16 @@ class Reader {
             }
             const char e = Peek();
             ++at_;
-            switch (e) {
-                case '"':
-                case '\\':
-                case '/':
-                    out.push_back(e);
-                    break;
-                case 'b':
-                    out.push_back('\b');
-                    break;
-                case 'f':
-                    out.push_back('\f');
-                    break;
-                case 'n':
-                    out.push_back('\n');
-                    break;
-                case 'r':
-                    out.push_back('\r');
-                    break;
-                case 't':
-                    out.push_back('\t');
-                    break;
-                case 'u':
-                    AppendUtf8(out, static_cast<char32_t>(Escape()));
-                    break;
-                default:
-                    --at_;
-                    Fail("an unknown escape");
+            const auto* shortEscape = std::ranges::find(kShortEscapes, e, &ShortEscape::letter);
+            if (e == 'u') {
+                AppendUtf8(out, static_cast<char32_t>(Escape()));
+            } else if (e == '/') {
+                out.push_back(e);  // allowed, though JsonString never writes it
+            } else if (shortEscape != std::end(kShortEscapes)) {
+                out.push_back(shortEscape->character);
+            } else {
+                --at_;
+                Fail("an unknown escape");
             }
         }
     }

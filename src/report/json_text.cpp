@@ -2,8 +2,10 @@
 // as a valid JSON string.
 #include "json_text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 
 namespace tabvet {
 namespace {
@@ -69,36 +71,17 @@ std::string JsonString(std::string_view text, StrayByte stray) {
             }
             continue;
         }
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\b':
-                out += "\\b";
-                break;
-            case '\f':
-                out += "\\f";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (c < 0x20 || c == 0x7F) {
-                    char escaped[8];
-                    std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-                    out += escaped;
-                } else {
-                    out.push_back(static_cast<char>(c));
-                }
+        const auto* shortEscape =
+            std::ranges::find(kShortEscapes, static_cast<char>(c), &ShortEscape::character);
+        if (shortEscape != std::end(kShortEscapes)) {
+            out += '\\';
+            out += shortEscape->letter;
+        } else if (c < 0x20 || c == 0x7F) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+            out += escaped;
+        } else {
+            out.push_back(static_cast<char>(c));
         }
         ++i;
     }

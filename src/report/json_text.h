@@ -12,6 +12,15 @@ enum class StrayByte {
     Escaped,   ///< \udcXX for byte XX: every text keeps a string of its own (finding keys)
 };
 
+/// The characters a JSON string writes as a backslash and one letter, and that letter: written so by
+/// JsonString and read back by the strict reader.
+struct ShortEscape {
+    char character;
+    char letter;
+};
+inline constexpr ShortEscape kShortEscapes[] = {{'"', '"'},  {'\\', '\\'}, {'\b', 'b'}, {'\f', 'f'},
+                                                {'\n', 'n'}, {'\r', 'r'},  {'\t', 't'}};
+
 /// `text` as a quoted JSON string: quotes, backslashes and control characters escaped, valid UTF-8
 /// passed through unchanged, and any byte that is not part of valid UTF-8 replaced by U+FFFD (or escaped)
 /// so the document stays valid whatever a driver returned.
