@@ -7,46 +7,32 @@
 set -euo pipefail
 [ $# -eq 2 ] || { echo "usage: package_run_test.sh DEB BUILD_TABVET" >&2; exit 2; }
 deb=$1 built=$2
-state=${TABVET_PG_STATE:?the run\'s cluster state file (ctest sets it)}
 here=$(cd "$(dirname "$0")" && pwd)
-cluster="bash $here/../../scripts/pg_cluster.sh"
-fixtures=$here/../fixtures
 # shellcheck source=package_common.sh
 . "$here/package_common.sh"
+# shellcheck source=../support/run_transcript.sh
+. "$here/../support/run_transcript.sh"
 needs "$deb" scripts/package.sh
 unpack "$deb"
 
 window_pid=
 cleanup() {
     [ -z "$window_pid" ] || kill -KILL "$window_pid" 2>/dev/null || true
-    $cluster psql "$state" postgres -q -c "DROP DATABASE IF EXISTS package_demo WITH (FORCE)" >/dev/null || true
+    psql postgres "DROP DATABASE IF EXISTS package_demo WITH (FORCE)" || true
     rm -rf "$work"
 }
 trap cleanup EXIT
 
 # The demo's schema: failures of several kinds, so the run writes more than a clean bill.
-$cluster createdb "$state" package_demo "$fixtures/tessel_schema.sql" "$fixtures/oracle_dictionary.sql" \
-    "$fixtures/demo/demo_schema.sql" >/dev/null
-port=$(sed -n 's/^PGPORT=//p' "$state")
-connection="Driver=PostgreSQL Unicode;Servername=127.0.0.1;Port=$port;Database=package_demo;UID=tabvet;PWD=;"
+createdb package_demo tessel_schema.sql oracle_dictionary.sql demo/demo_schema.sql
 
-# run NAME PROGRAM: one headless run, its transcript in $work/NAME.txt with times and its folder masked.
+# run NAME PROGRAM: one headless run, its transcript in $work/NAME.txt.
 run() {
-    local name=$1 program=$2 folder=$work/$1 status=0
+    local folder=$work/$1 status=0
     mkdir "$folder"
-    TABVET_CONNECT=$connection "$program" --report "$folder/report.txt" --json "$folder/results.json" \
+    TABVET_CONNECT=$(connect package_demo) "$2" --report "$folder/report.txt" --json "$folder/results.json" \
         >"$folder/out" 2>"$folder/err" </dev/null || status=$?
-    {
-        echo "exit $status"
-        for file in out err report.txt results.json; do
-            echo "--- $file"
-            sed -E -e "s#$folder#<folder>#g" \
-                -e 's#(started|finished) at [0-9./-]+ [0-9:]+( [AP]M)?#\1 at <time>#' \
-                -e 's#^Generated: .*#Generated: <time>#' \
-                -e 's#"(started|finished)": "[^"]*"#"\1": "<time>"#' \
-                -e 's#"durationMs": [0-9.]+#"durationMs": <ms>#' "$folder/$file"
-        done
-    } >"$work/$name.txt"
+    transcript "$folder" "$status" >"$work/$1.txt"
 }
 run packaged "$tabvet"
 run built "$built"
