@@ -28,7 +28,7 @@ constexpr const char* kHealthy = "gui_window";
 constexpr const char* kNullOwner = "gui_window_null_owner";
 
 // The string of a database with `password` in place of its empty PWD pair (the cluster trusts all).
-std::string WithPassword(const std::string& password, const std::string& database = kHealthy) {
+std::string WithPassword(const std::string& password, const std::string& database) {
     std::string text = PgCluster::Shared().ConnectionString(database);
     return text.replace(text.find("PWD=;"), 5, password);
 }
@@ -58,17 +58,18 @@ struct PaintedTexts final : QObject {
     QStringList texts;
 };
 
-// One window with its model and scripted dialogs, remembering its settings in `settingsFile` when given (a
-// second Fixture on the same file is the next start); every connection it makes can break on cue.
+// One window with its model and scripted dialogs, remembering its settings in `folder` (a second Fixture on
+// the same folder is the next start); every connection it makes can break on cue.
 struct Fixture {
-    explicit Fixture(const std::string& settingsFile = "")
-        : settings(QString::fromStdString(settingsFile), QSettings::IniFormat), state(ui, NewOdbcConnection) {
-        window = std::make_unique<frmNav>(
-            state, WindowServices{.fileDialog = &files,
-                                  .editor = &editor,
-                                  .logonDialog = &logon,
-                                  .settings = settingsFile.empty() ? nullptr : &settings,
-                                  .endProgram = [this] { ended = true; }});
+    explicit Fixture(const TempFolder& folder)
+        : folder(folder),
+          settings(QString::fromStdString(folder.File("tabvet.ini")), QSettings::IniFormat),
+          state(ui, NewOdbcConnection) {
+        window = std::make_unique<frmNav>(state, WindowServices{.fileDialog = &files,
+                                                                .editor = &editor,
+                                                                .logonDialog = &logon,
+                                                                .settings = &settings,
+                                                                .endProgram = [this] { ended = true; }});
         QVERIFY(window->Load());
         state.now = [] { return std::string("<now>"); };
         state.newConnection = [this] {
@@ -81,8 +82,8 @@ struct Fixture {
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
     }
-    // Types the string into the box, as a user would, and presses Enter (or clicks Connect).
-    void Connect(const std::string& connectionString, bool click = false) {
+    // Types the string into the box, as a user would, and clicks Connect (or presses Enter).
+    void Connect(const std::string& connectionString, bool click) {
         Find<QLineEdit>("txtConnString")->clear();
         QTest::keyClicks(Find<QLineEdit>("txtConnString"), QString::fromStdString(connectionString));
         click ? Click("cmdConnect") : QTest::keyClick(Find<QLineEdit>("txtConnString"), Qt::Key_Return);
@@ -131,13 +132,13 @@ struct Fixture {
         editor.launched.clear();
     }
     std::map<std::string, std::string> seen;
+    const TempFolder& folder;
     QSettings settings;
     RecordingInteraction ui;
     MainState state;
     ScriptedFileDialog files;
     ScriptedEditorLauncher editor;
     ScriptedLogon logon;
-    TempFolder folder;
     bool ended = false;
     FaultInjectingConnection* conn = nullptr;
     PaintedTexts painted;
@@ -147,9 +148,11 @@ struct Fixture {
 // Plays tests/fixtures/window/<name>.txt on one window: the words below, one action a line. The first step
 // shows what changed since start-up.
 std::string Play(const std::string& name) {
-    Fixture f;
+    const TempFolder folder;
+    auto f = std::make_unique<Fixture>(folder);
     std::ostringstream startUp;
-    f.Step(startUp);
+    f->Step(startUp);
+    const std::map<std::string, std::string> startedUp = f->seen;
     CasePlayer player;
     const auto on = [&](const char* word, std::function<void(const std::string&)> act) {
         player.On(word, [act](const std::string& a, std::ostream&) { act(a); });
@@ -162,56 +165,56 @@ std::string Play(const std::string& name) {
     };
     // header: the title, menus, tabs and the about box's version; the next step shows every control
     player.On("header", [&](const std::string&, std::ostream& out) {
-        f.seen.clear();
-        out << "title: " << f.window->windowTitle().toStdString()
-            << (f.window->windowIcon().isNull() ? " (no icon)" : "") << "\n";
-        const frmAbout about(f.ui, SysInfoLocator{});
+        f->seen.clear();
+        out << "title: " << f->window->windowTitle().toStdString()
+            << (f->window->windowIcon().isNull() ? " (no icon)" : "") << "\n";
+        const frmAbout about(f->ui, SysInfoLocator{});
         out << "about: "
             << Replaced(about.findChild<QLabel*>("lblVersion")->text().toStdString(), kVersionText,
                         "<version>")
             << "\n";
-        for (const QAction* menu : f.window->menuBar()->actions()) {
+        for (const QAction* menu : f->window->menuBar()->actions()) {
             out << "menu: " << menu->text().toStdString() << "\n";
         }
-        for (int i = 0; i < f.Find<QTabWidget>("SSTab1")->count(); ++i) {
-            out << "tab: " << f.Find<QTabWidget>("SSTab1")->tabText(i).toStdString() << "\n";
+        for (int i = 0; i < f->Find<QTabWidget>("SSTab1")->count(); ++i) {
+            out << "tab: " << f->Find<QTabWidget>("SSTab1")->tabText(i).toStdString() << "\n";
         }
     });
-    player.On("step", [&](const std::string&, std::ostream& out) { f.Step(out); });
-    on("click", [&](const std::string& a) { f.Click(a.c_str()); });
+    player.On("step", [&](const std::string&, std::ostream& out) { f->Step(out); });
+    on("click", [&](const std::string& a) { f->Click(a.c_str()); });
     on("radio",
-       [&](const std::string& a) { QTest::mouseClick(f.Find<QRadioButton>(a.c_str()), Qt::LeftButton); });
+       [&](const std::string& a) { QTest::mouseClick(f->Find<QRadioButton>(a.c_str()), Qt::LeftButton); });
     on("keys", [&](const std::string& a) {
-        QTest::keyClicks(f.Find<QLineEdit>(split(a).first.c_str()), QString::fromStdString(split(a).second));
+        QTest::keyClicks(f->Find<QLineEdit>(split(a).first.c_str()), QString::fromStdString(split(a).second));
     });
     on("backspace",
-       [&](const std::string& a) { QTest::keyClick(f.Find<QLineEdit>(a.c_str()), Qt::Key_Backspace); });
+       [&](const std::string& a) { QTest::keyClick(f->Find<QLineEdit>(a.c_str()), Qt::Key_Backspace); });
     on("paste", [&](const std::string& a) {
-        f.Find<QLineEdit>(split(a).first.c_str())->selectAll();
+        f->Find<QLineEdit>(split(a).first.c_str())->selectAll();
         QApplication::clipboard()->setText(QString::fromStdString(split(a).second));
-        f.Find<QLineEdit>(split(a).first.c_str())->paste();
+        f->Find<QLineEdit>(split(a).first.c_str())->paste();
     });
-    // connect DATABASE: its string, with a password, typed into the box, then Connect; a line only when the
-    // box does not show the string's beginning
+    // connect DATABASE [enter]: its string, with a password, typed into the box, then Connect (or Enter); a
+    // line only when the box does not show the string's beginning
     player.On("connect", [&](const std::string& a, std::ostream& out) {
-        f.Connect(WithPassword("PWD=secret;", a), true);
-        out << (f.Find<QLineEdit>("txtConnString")->cursorPosition() == 0 ? "" : "(not at its beginning)\n");
+        f->Connect(WithPassword("PWD=secret;", FirstWord(a).first), FirstWord(a).second != "enter");
+        out << (f->Find<QLineEdit>("txtConnString")->cursorPosition() == 0 ? "" : "(not at its beginning)\n");
     });
     // tab N, focus WIDGET, key SEQUENCE (as Qt writes one: Up, ctrl+V, 9) to the widget with the focus,
     // clipboard TEXT, menu-paste WIDGET (what the context menu's Paste calls)
-    on("tab", [&](const std::string& a) { f.Find<QTabWidget>("SSTab1")->setCurrentIndex(std::stoi(a)); });
-    on("focus", [&](const std::string& a) { f.Find<QWidget>(a.c_str())->setFocus(); });
+    on("tab", [&](const std::string& a) { f->Find<QTabWidget>("SSTab1")->setCurrentIndex(std::stoi(a)); });
+    on("focus", [&](const std::string& a) { f->Find<QWidget>(a.c_str())->setFocus(); });
     on("key", [&](const std::string& a) {
         QTest::keySequence(QApplication::focusWidget(), QKeySequence(QString::fromStdString(a)));
     });
     on("clipboard",
        [&](const std::string& a) { QApplication::clipboard()->setText(QString::fromStdString(a)); });
     on("menu-paste",
-       [&](const std::string& a) { QMetaObject::invokeMethod(f.Find<QWidget>(a.c_str()), "paste"); });
+       [&](const std::string& a) { QMetaObject::invokeMethod(f->Find<QWidget>(a.c_str()), "paste"); });
     player.On("focused", [&](const std::string&, std::ostream& out) {
         out << "focus: " << QApplication::focusWidget()->objectName().toStdString() << "\n";
     });
-    on("logon-cancel", [&](const std::string&) { f.logon.cancel = true; });
+    on("logon-cancel", [&](const std::string&) { f->logon.cancel = true; });
     // answers WORD...: the answers to the next message boxes
     on("answers", [&](const std::string& a) {
         std::istringstream words(a);
@@ -219,16 +222,16 @@ std::string Play(const std::string& name) {
                                                        {"No", MsgAnswer::No},
                                                        {"Ok", MsgAnswer::Ok},
                                                        {"Cancel", MsgAnswer::Cancel}};
-        f.ui.answers.clear();
+        f->ui.answers.clear();
         for (std::string word; words >> word;) {
-            f.ui.answers.push_back(answers.at(word));
+            f->ui.answers.push_back(answers.at(word));
         }
     });
     on("file",
-       [&](const std::string& a) { f.files.Answer(f.folder.File(a)); });  // the file dialog's next answer
+       [&](const std::string& a) { f->files.Answer(f->folder.File(a)); });  // the file dialog's next answer
     // show FILE: the verdict and summary lines of a report the window wrote
     player.On("show", [&](const std::string& a, std::ostream& out) {
-        std::istringstream report(ReadBytes(f.folder.File(a)));
+        std::istringstream report(ReadBytes(f->folder.File(a)));
         for (std::string line; std::getline(report, line);) {
             const bool shown = line.starts_with("Test Passed: ") || line.starts_with("TEST FAILED >>>> ") ||
                                line.starts_with("-- Total") || line.starts_with("      ");
@@ -237,32 +240,64 @@ std::string Play(const std::string& name) {
     });
     // close accepted|refused and expect ...: a line only when it did not come true
     player.On("close", [&](const std::string& a, std::ostream& out) {
-        out << (f.window->close() == (a == "accepted") ? "" : "(the close was not " + a + ")\n");
+        out << (f->window->close() == (a == "accepted") ? "" : "(the close was not " + a + ")\n");
     });
-    on("exit", [&](const std::string&) { f.window->findChild<QAction*>("mnuFileExit")->trigger(); });
+    on("exit", [&](const std::string&) { f->window->findChild<QAction*>("mnuFileExit")->trigger(); });
     // expect kept (the results and the run), reset (neither) or ended (the program)
     player.On("expect", [&](const std::string& a, std::ostream& out) {
-        const bool run = f.state.g_pTestCollection != nullptr && f.state.g_pTestCollection->Item(1)->WasRun();
-        const bool holds = a == "kept"    ? run && f.state.g_bTestsWereRun && !f.ended
-                           : a == "reset" ? !run && !f.state.g_bTestsWereRun
-                                          : f.ended && f.state.g_pTestCollection == nullptr;
+        const bool run = f->state.g_pTestCollection != nullptr && f->state.g_pTestCollection->Item(1)->WasRun();
+        const bool holds = a == "kept"    ? run && f->state.g_bTestsWereRun && !f->ended
+                           : a == "reset" ? !run && !f->state.g_bTestsWereRun
+                                          : f->ended && f->state.g_pTestCollection == nullptr;
         out << (holds ? "" : "(not " + a + ")\n");
     });
     // stop-before-layers-probe N: the server stops before the Nth probe of the orphaned LAYERS entries
     on("stop-before-layers-probe", [&](const std::string& a) {
-        f.conn->InjectBefore(
+        f->conn->InjectBefore(
             [&f, n = std::stoi(a), probes = 0](const std::string& sql, std::size_t) mutable {
-                return f.state.stsRunFeedback.ends_with("LAYERS entries exist as tables or views") &&
+                return f->state.stsRunFeedback.ends_with("LAYERS entries exist as tables or views") &&
                        sql.find("WHERE 1 = 2") != std::string::npos && ++probes == n;
             },
             [] { PgCluster::Shared().StopServer(); });
     });
     on("start-server", [&](const std::string&) { PgCluster::Shared().StartServer(); });
+    // resize WIDTHxHEIGHT; restart: the next start on the same settings, whose next step shows what differs from
+    // a first start, after the window's size and the report file it proposes
+    on("resize", [&](const std::string& a) {
+        f->window->resize(std::stoi(a), std::stoi(a.substr(a.find('x') + 1)));
+    });
+    player.On("restart", [&](const std::string&, std::ostream& out) {
+        f.reset();  // the program ended
+        f = std::make_unique<Fixture>(folder);
+        f->seen = startedUp;
+        const bool leaked = ReadBytes(folder.File("tabvet.ini")).find("secret") != std::string::npos;
+        out << "size: " << f->window->width() << "x" << f->window->height() << "\n"
+            << "report file: " << f->Masked(QString::fromStdString(f->state.reportFileName)) << "\n"
+            << (leaked ? "(a password in the settings file)\n" : "");
+    });
+    // run-clicking WIDGET: Run Tests, with a click on WIDGET that arrives while the run keeps the window busy
+    on("run-clicking", [&](const std::string& a) {
+        auto* target = f->Find<QPushButton>(a.c_str());
+        f->state.now = [target, clocks = 0]() mutable {
+            if (clocks++ == 0) {  // the run has started: the user clicks, and the click waits in the queue
+                const QPointF at = target->rect().center();
+                for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+                    QCoreApplication::postEvent(target, new QMouseEvent(type, at, target->mapToGlobal(at),
+                                                                        Qt::LeftButton, Qt::LeftButton,
+                                                                        Qt::NoModifier));
+                }
+            }
+            return std::string("<now>");
+        };
+        f->Click("cmdRun");
+        QCoreApplication::processEvents();
+        QTest::qWait(50);
+    });
     // painted N: what the status bar showed of test N since the last time; of a walk's count only the first,
     // as how often it is redrawn depends on the machine's speed
     player.On("painted", [&](const std::string& a, std::ostream& out) {
         static const QRegularExpression redrawn(" \\([1-9][0-9]* of [0-9]+ rows, [0-9:]+\\)$");
-        for (const QString& text : std::exchange(f.painted.texts, {})) {
+        for (const QString& text : std::exchange(f->painted.texts, {})) {
             const bool shown = text.startsWith("Running test " + QString::fromStdString(a) + " of ");
             out << (shown && !redrawn.match(text).hasMatch() ? "painted: " + text.toStdString() + "\n" : "");
         }
@@ -290,62 +325,11 @@ class WindowTest : public QObject {
         QCOMPARE(Play("window_faults"), std::string());
     }
 
-    // The window drops input during an action whatever it is aimed at; a click on Disconnect shows it.
-    void inputDuringARunIsDroppedNotReplayed() {
-        Fixture f;
-        f.Connect(WithPassword("PWD=;"));
-        f.Click("cmdQueryType");
-        auto* target = f.Find<QPushButton>("cmdConnect");
-        int clocks = 0;
-        f.state.now = [&] {
-            if (clocks++ == 0) {  // the run has started: the user clicks, and the click waits in the queue
-                const QPointF at = target->rect().center();
-                for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-                    QCoreApplication::postEvent(
-                        target, new QMouseEvent(type, at, target->mapToGlobal(at), Qt::LeftButton,
-                                                Qt::LeftButton, Qt::NoModifier));
-                }
-            }
-            return std::string("<now>");
-        };
-        QTest::mouseClick(f.Find<QPushButton>("cmdRun"), Qt::LeftButton);
-        const std::string log = f.state.rtbStatus;
-        QCOMPARE(clocks, 2);  // started and finished once
-        QCoreApplication::processEvents();
-        QTest::qWait(50);
-        QCOMPARE(f.state.rtbStatus, log);
-        QVERIFY(f.state.g_pAdoConn != nullptr);
-        QVERIFY(f.ui.shown.empty());
-        QVERIFY(log.ends_with("Test run finished at <now>"));
-    }
-
-    // The other spellings of a password are the unit cases' "mask" lines.
-    void settingsAreRememberedWithoutAPassword() {
-        const TempFolder folder;
-        const std::string typed = WithPassword("Password={se;cret};");
-        {
-            Fixture f(folder.File("tabvet.ini"));
-            f.Connect(typed);
-            QVERIFY(f.state.g_pAdoConn != nullptr);
-            f.files.Answer(folder.File("old.txt"));
-            QTest::mouseClick(f.Find<QPushButton>("cmdViewReport"), Qt::LeftButton);
-            f.window->setGeometry(40, 50, 700, 560);
-            f.window->findChild<QAction*>("mnuFileExit")->trigger();  // confirmed: stores the geometry
-        }
-        const std::string stored = ReadBytes(folder.File("tabvet.ini"));
-        QVERIFY2(stored.find("cret") == std::string::npos, stored.c_str());
-        QVERIFY2(stored.find(folder.Path().string()) != std::string::npos, stored.c_str());
-        Fixture next(folder.File("tabvet.ini"));
-        QCOMPARE(next.state.txtConnString, WithPassword(""));
-        QVERIFY(next.Find<QPushButton>("cmdConnect")->isEnabled());
-        QCOMPARE(next.state.reportFileName, folder.File("Tessel_Diag.txt"));
-        QCOMPARE(next.window->size(), QSize(700, 560));
-    }
-
     // At the minimum size every control of every tab lies inside its parent, overlaps none of its siblings
     // and has at least the room it asks for.
     void nothingOverlapsAtTheMinimumSize() {
-        Fixture f;
+        const TempFolder folder;
+        Fixture f(folder);
         f.window->resize(f.window->minimumSize());
         auto* tabs = f.Find<QTabWidget>("SSTab1");
         for (int tab = 0; tab < tabs->count(); ++tab) {
