@@ -120,28 +120,17 @@ TEST(Editor, ThatCannotStartIsReported) {
     EXPECT_FALSE(launcher.Launch("NoSuchEditor.exe", "C:\\reports\\Tessel_Diag.txt"));
 }
 
-// A registry value under HKEY_LOCAL_MACHINE for one test; the prefix is the tests' own.
-class RegistryValue {
-  public:
-    RegistryValue(const wchar_t* key, const wchar_t* name, const std::wstring& value)
-        : key_(key), name_(name) {
-        HKEY handle = nullptr;
-        EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, key, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &handle,
-                                  nullptr),
-                  ERROR_SUCCESS);
-        EXPECT_EQ(RegSetValueExW(handle, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
-                                 static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t))),
-                  ERROR_SUCCESS);
-        RegCloseKey(handle);
+// Writes a value under HKEY_LOCAL_MACHINE, key included, or removes it; the prefix is the tests' own.
+void SetRegistryValue(const wchar_t* key, const wchar_t* name, const std::optional<fs::path>& value) {
+    if (!value) {
+        RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, key, name);
+        return;
     }
-    ~RegistryValue() { RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, key_, name_); }
-    RegistryValue(const RegistryValue&) = delete;
-    RegistryValue& operator=(const RegistryValue&) = delete;
-
-  private:
-    const wchar_t* key_;
-    const wchar_t* name_;
-};
+    const std::wstring text = value->wstring();
+    EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, name, REG_SZ, text.c_str(),
+                              static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
+              ERROR_SUCCESS);
+}
 
 constexpr const wchar_t* kPathKey = L"SOFTWARE\\Microsoft\\Shared Tools\\MSINFO";
 constexpr const wchar_t* kFolderKey = L"SOFTWARE\\Microsoft\\Shared Tools Location";
@@ -167,15 +156,9 @@ TEST(SysInfo, IsFoundThroughTheRegistry) {
         {"a folder without it", std::nullopt, empty, false},
         {"neither value (Wine's own registry)", std::nullopt, std::nullopt, false},
     };
-    for (const auto& c : cases) {
-        std::optional<RegistryValue> path;
-        std::optional<RegistryValue> location;
-        if (c.pathValue) {
-            path.emplace(kPathKey, L"PATH", c.pathValue->wstring());
-        }
-        if (c.folderValue) {
-            location.emplace(kFolderKey, L"MSINFO", c.folderValue->wstring());
-        }
+    for (const auto& c : cases) {  // the last case leaves neither value behind
+        SetRegistryValue(kPathKey, L"PATH", c.pathValue);
+        SetRegistryValue(kFolderKey, L"MSINFO", c.folderValue);
         testsupport::RecordingInteraction ui;
         const std::optional<std::string> recorded = RecordedCommandLine(folder, [&] {
             StartSysInfo(PlatformSysInfoLocator(), ui);
