@@ -245,7 +245,8 @@ std::string Play(const std::string& name) {
     on("exit", [&](const std::string&) { f->window->findChild<QAction*>("mnuFileExit")->trigger(); });
     // expect kept (the results and the run), reset (neither) or ended (the program)
     player.On("expect", [&](const std::string& a, std::ostream& out) {
-        const bool run = f->state.g_pTestCollection != nullptr && f->state.g_pTestCollection->Item(1)->WasRun();
+        const bool run =
+            f->state.g_pTestCollection != nullptr && f->state.g_pTestCollection->Item(1)->WasRun();
         const bool holds = a == "kept"    ? run && f->state.g_bTestsWereRun && !f->ended
                            : a == "reset" ? !run && !f->state.g_bTestsWereRun
                                           : f->ended && f->state.g_pTestCollection == nullptr;
@@ -261,11 +262,10 @@ std::string Play(const std::string& name) {
             [] { PgCluster::Shared().StopServer(); });
     });
     on("start-server", [&](const std::string&) { PgCluster::Shared().StartServer(); });
-    // resize WIDTHxHEIGHT; restart: the next start on the same settings, whose next step shows what differs from
-    // a first start, after the window's size and the report file it proposes
-    on("resize", [&](const std::string& a) {
-        f->window->resize(std::stoi(a), std::stoi(a.substr(a.find('x') + 1)));
-    });
+    // resize WIDTHxHEIGHT; restart: the next start on the same settings, whose next step shows what differs
+    // from a first start, after the window's size and the report file it proposes
+    on("resize",
+       [&](const std::string& a) { f->window->resize(std::stoi(a), std::stoi(a.substr(a.find('x') + 1))); });
     player.On("restart", [&](const std::string&, std::ostream& out) {
         f.reset();  // the program ended
         f = std::make_unique<Fixture>(folder);
@@ -282,9 +282,9 @@ std::string Play(const std::string& name) {
             if (clocks++ == 0) {  // the run has started: the user clicks, and the click waits in the queue
                 const QPointF at = target->rect().center();
                 for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-                    QCoreApplication::postEvent(target, new QMouseEvent(type, at, target->mapToGlobal(at),
-                                                                        Qt::LeftButton, Qt::LeftButton,
-                                                                        Qt::NoModifier));
+                    QCoreApplication::postEvent(
+                        target, new QMouseEvent(type, at, target->mapToGlobal(at), Qt::LeftButton,
+                                                Qt::LeftButton, Qt::NoModifier));
                 }
             }
             return std::string("<now>");
