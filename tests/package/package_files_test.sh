@@ -31,21 +31,7 @@ done
 unpack "$deb"
 
 # Every file of the package, and nothing else.
-expected="usr/bin/tabvet
-usr/lib/tabvet/libtabvet_main_window.so
-usr/share/applications/tabvet.desktop
-usr/share/bash-completion/completions/tabvet
-usr/share/doc/tabvet/README.md.gz
-usr/share/doc/tabvet/changelog.gz
-usr/share/doc/tabvet/copyright
-usr/share/icons/hicolor/128x128/apps/tabvet.png
-usr/share/icons/hicolor/16x16/apps/tabvet.png
-usr/share/icons/hicolor/24x24/apps/tabvet.png
-usr/share/icons/hicolor/256x256/apps/tabvet.png
-usr/share/icons/hicolor/32x32/apps/tabvet.png
-usr/share/icons/hicolor/48x48/apps/tabvet.png
-usr/share/icons/hicolor/64x64/apps/tabvet.png
-usr/share/man/man1/tabvet.1.gz"
+expected=$(grep -v "^#" "$here/../fixtures/package/files.txt")
 actual=$(cd "$root" && find . -type f -printf '%P\n' | LC_ALL=C sort)
 [ "$actual" = "$expected" ] || fail "files differ from the expected list:
 $(diff <(echo "$expected") <(echo "$actual"))"

@@ -113,60 +113,55 @@ std::pair<std::string, std::string> FirstWord(const std::string& text) {
 
 std::string CasePlayer::Play(const std::string& path) const {
     const std::string file = FixturePath(path);
-    std::vector<std::string> lines = Lines(ReadBytes(file)), head, expected;
-    lines.push_back("== ");  // ends the last case
+    const std::vector<std::string> lines = Lines(ReadBytes(file));
     std::string mismatches, rewritten;
-    int number = 0, expectedLine = 0, cases = 0;
-    for (const std::string& line : lines) {
-        ++number;
-        if (head.empty() && !line.starts_with("== ")) {
-            rewritten += line + "\n";
-        } else if (expectedLine > 0 && !line.starts_with("== ")) {
-            expected.push_back(line);
-        } else if (line == "----") {
-            expectedLine = number + 1;
-        } else if (!line.starts_with("== ")) {
-            head.push_back(line);
+    std::size_t at = 0;
+    for (; at < lines.size() && !lines[at].starts_with("== "); ++at) {
+        rewritten += lines[at] + "\n";  // the comments before the first case
+    }
+    if (at == lines.size()) {
+        return file + ": no cases";
+    }
+    while (at < lines.size()) {
+        std::vector<std::string> head{lines[at]}, expected;
+        while (++at < lines.size() && !lines[at].starts_with("== ") && lines[at] != "----") {
+            head.push_back(lines[at]);
         }
-        if (!line.starts_with("== ")) {
-            continue;
+        const bool dashes = at < lines.size() && lines[at] == "----";
+        const std::size_t expectedLine = at + 2;
+        while (dashes && ++at < lines.size() && !lines[at].starts_with("== ")) {
+            expected.push_back(lines[at]);
         }
-        if (!head.empty()) {
-            ++cases;
-            if (!expected.empty() && expected.back().empty()) {
-                expected.pop_back();  // the blank line before the next case
-            }
+        if (!expected.empty() && expected.back().empty()) {
+            expected.pop_back();  // the blank line before the next case
+        }
 #ifdef _WIN32
-            const bool play = std::find(head.begin(), head.end(), "linux-only") == head.end();
+        const bool play = std::find(head.begin(), head.end(), "linux-only") == head.end();
 #else
-            const bool play = true;
+        const bool play = true;
 #endif
-            const std::vector<std::string> actual = play ? Actual(head) : expected;
-            std::size_t n = 0;
-            while (n < actual.size() && n < expected.size() && actual[n] == expected[n]) {
-                ++n;
-            }
-            if (expectedLine == 0) {
-                mismatches += file + ": no ---- line in " + head[0] + "\n";
-            } else if (actual != expected) {
-                mismatches += file + ":" + std::to_string(expectedLine + static_cast<int>(n)) + ": " +
-                              head[0] + "\n  expected: " + (n < expected.size() ? expected[n] : "<end>") +
-                              "\n  actual:   " + (n < actual.size() ? actual[n] : "<end>") + "\n";
-            }
-            head.push_back("----");
-            head.insert(head.end(), actual.begin(), actual.end());
-            for (const std::string& written : head) {
-                rewritten += written + "\n";
-            }
-            rewritten += "\n";
+        const std::vector<std::string> actual = play ? Actual(head) : expected;
+        std::size_t n = 0;
+        while (n < actual.size() && n < expected.size() && actual[n] == expected[n]) {
+            ++n;
         }
-        head = {line};
-        expected.clear();
-        expectedLine = 0;
+        if (!dashes) {
+            mismatches += file + ": no ---- line in " + head[0] + "\n";
+        } else if (actual != expected) {
+            mismatches += file + ":" + std::to_string(expectedLine + n) + ": " + head[0] +
+                          "\n  expected: " + (n < expected.size() ? expected[n] : "<end>") +
+                          "\n  actual:   " + (n < actual.size() ? actual[n] : "<end>") + "\n";
+        }
+        head.push_back("----");
+        head.insert(head.end(), actual.begin(), actual.end());
+        for (const std::string& written : head) {
+            rewritten += written + "\n";
+        }
+        rewritten += "\n";
     }
     const char* update = std::getenv("TABVET_UPDATE_EXPECTED");
-    if (cases == 0 || update == nullptr || std::string(update) != "1") {
-        return cases == 0 ? file + ": no cases" : mismatches;
+    if (update == nullptr || std::string(update) != "1") {
+        return mismatches;
     }
     WriteBytes(file, rewritten);
     return "";
