@@ -1,6 +1,6 @@
-// What tabvet.exe does differently on Windows, checked on Windows itself (under Wine here): the default
-// report path from TEMP, the report's ANSI code page, Notepad's command line and the registry's
-// system-information program.
+// What tabvet.exe does differently on Windows, checked on Windows itself (under Wine here): the report's ANSI
+// code page, and, played from tests/fixtures/windows/platform.txt, the default report path from TEMP,
+// Notepad's command line and the registry's system-information program.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -8,16 +8,16 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <thread>
-#include <vector>
 
-#include "db/file_path.h"
 #include "report/report_encoding.h"
 #include "report/report_paths.h"
 #include "session/about_box.h"
 #include "session/editor_launcher.h"
+#include "support/case_file.h"
 #include "support/recording_interaction.h"
 #include "support/temp_folder.h"
 
@@ -29,25 +29,6 @@ namespace fs = std::filesystem;
 // Sets or removes an environment variable for the rest of the process.
 void SetEnvironment(const char* name, const std::optional<std::string>& value) {
     _putenv_s(name, value.value_or("").c_str());  // an empty value removes it
-}
-
-TEST(DefaultReportPath, IsTempAndTheFileNameEvenWithoutTemp) {
-    const char* saved = std::getenv("TEMP");
-    const std::optional<std::string> earlier =
-        saved != nullptr ? std::optional<std::string>(saved) : std::nullopt;
-    const struct {
-        std::optional<std::string> temp;
-        std::string expected;
-    } cases[] = {
-        {"C:\\Users\\dba\\AppData\\Local\\Temp", "C:\\Users\\dba\\AppData\\Local\\Temp\\Tessel_Diag.txt"},
-        {"C:\\temp folder\\", "C:\\temp folder\\\\Tessel_Diag.txt"},  // kept as it is, doubled separator too
-        {std::nullopt, "\\Tessel_Diag.txt"},                          // the root of the current drive
-    };
-    for (const auto& c : cases) {
-        SetEnvironment("TEMP", c.temp);
-        EXPECT_EQ(GetDefaultReportFileName(), c.expected) << c.temp.value_or("(unset)");
-    }
-    SetEnvironment("TEMP", earlier);
 }
 
 // The tests run in the code pages 1252 (western) and 1251 (Cyrillic): TABVET_EXPECTED_CODE_PAGE says which
@@ -98,24 +79,6 @@ std::optional<std::string> RecordedCommandLine(const testsupport::TempFolder& fo
     return text;
 }
 
-TEST(Editor, IsNotepadWithThePathUnquotedAfterOneBlank) {
-    ASSERT_TRUE(fs::exists(RecorderPath()));
-    EXPECT_STREQ(EditorProgram(), "Notepad.exe");
-    const testsupport::TempFolder folder;
-    for (const std::string path : {"C:\\reports\\Tessel_Diag.txt", "C:\\my reports\\Tessel Diag.txt",
-                                   "C:\\Berichte\\Pr\xC3\xBC"
-                                   "fung \xD0\x96.txt"}) {
-        SpawnEditorLauncher launcher;
-        EXPECT_EQ(RecordedCommandLine(folder, [&] { return launcher.Launch(EditorProgram(), path); }),
-                  "Notepad.exe " + path);
-    }
-}
-
-TEST(Editor, ThatCannotStartIsReported) {
-    SpawnEditorLauncher launcher;
-    EXPECT_FALSE(launcher.Launch("NoSuchEditor.exe", "C:\\reports\\Tessel_Diag.txt"));
-}
-
 // Writes a value under HKEY_LOCAL_MACHINE, key included, or removes it; the prefix is the tests' own.
 void SetRegistryValue(const wchar_t* key, const wchar_t* name, const std::optional<fs::path>& value) {
     if (!value) {
@@ -130,40 +93,54 @@ void SetRegistryValue(const wchar_t* key, const wchar_t* name, const std::option
 
 constexpr const wchar_t* kPathKey = L"SOFTWARE\\Microsoft\\Shared Tools\\MSINFO";
 constexpr const wchar_t* kFolderKey = L"SOFTWARE\\Microsoft\\Shared Tools Location";
-constexpr const char* kUnavailable = ": System Information Is Unavailable At This Time";
 
-TEST(SysInfo, IsFoundThroughTheRegistry) {
+TEST(Platform, DefaultReportPathEditorAndSysInfo) {
+    ASSERT_TRUE(fs::exists(RecorderPath()));
+    EXPECT_STREQ(EditorProgram(), "Notepad.exe");
     const testsupport::TempFolder folder;
     const fs::path tools = fs::path(folder.Path()) / "Shared Tools";
     fs::create_directories(tools);
     fs::copy_file(RecorderPath(), tools / "MSINFO32.EXE");
-    const fs::path empty = fs::path(folder.Path()) / "empty";
-    fs::create_directories(empty);
+    fs::create_directories(fs::path(folder.Path()) / "empty");
+    const std::map<std::string, std::optional<fs::path>> values{{"program", RecorderPath()},
+                                                                {"tools", tools},
+                                                                {"empty", fs::path(folder.Path()) / "empty"},
+                                                                {"-", {}}};
+    const char* temp = std::getenv("TEMP");
+    const std::optional<std::string> earlierTemp =
+        temp != nullptr ? std::optional<std::string>(temp) : std::nullopt;
 
-    const struct {
-        const char* what;
-        std::optional<fs::path> pathValue;
-        std::optional<fs::path> folderValue;
-        bool starts;
-    } cases[] = {
-        {"the program's path", RecorderPath(), std::nullopt, true},
-        {"the path before the folder", RecorderPath(), empty, true},
-        {"the folder that holds MSINFO32.EXE", std::nullopt, tools, true},
-        {"a folder without it", std::nullopt, empty, false},
-        {"neither value (Wine's own registry)", std::nullopt, std::nullopt, false},
-    };
-    for (const auto& c : cases) {  // the last case leaves neither value behind
-        SetRegistryValue(kPathKey, L"PATH", c.pathValue);
-        SetRegistryValue(kFolderKey, L"MSINFO", c.folderValue);
+    testsupport::CasePlayer player;
+    // temp VALUE: the default report path with TEMP set to VALUE, or without TEMP when VALUE is empty
+    player.On("temp", [&](const std::string& a, std::ostream& out) {
+        SetEnvironment("TEMP", a);
+        out << GetDefaultReportFileName() << "\n";
+    });
+    // launch PROGRAM PATH: the command line the editor launcher started, or "not started"
+    player.On("launch", [&](const std::string& a, std::ostream& out) {
+        const auto [program, path] = testsupport::FirstWord(a);
+        SpawnEditorLauncher launcher;
+        out << RecordedCommandLine(folder, [&] { return launcher.Launch(program, path); })
+                   .value_or("not started")
+            << "\n";
+    });
+    // sysinfo PATH FOLDER: the registry's two values (program, tools, empty, or - for none); "started", or
+    // the boxes shown
+    player.On("sysinfo", [&](const std::string& a, std::ostream& out) {
+        SetRegistryValue(kPathKey, L"PATH", values.at(testsupport::FirstWord(a).first));
+        SetRegistryValue(kFolderKey, L"MSINFO", values.at(testsupport::FirstWord(a).second));
         testsupport::RecordingInteraction ui;
-        const std::optional<std::string> recorded = RecordedCommandLine(folder, [&] {
+        const std::optional<std::string> started = RecordedCommandLine(folder, [&] {
             StartSysInfo(PlatformSysInfoLocator(), ui);
             return ui.shown.empty();
         });
-        EXPECT_EQ(recorded.has_value(), c.starts) << c.what;
-        EXPECT_EQ(ui.Lines(), c.starts ? std::vector<std::string>{} : std::vector<std::string>{kUnavailable})
-            << c.what;
-    }
+        out << (started ? "started\n" : "");
+        for (const std::string& line : ui.Lines()) {
+            out << "box: " << line << "\n";
+        }
+    });
+    EXPECT_EQ(player.Play("windows/platform.txt"), "");
+    SetEnvironment("TEMP", earlierTemp);
 }
 
 }  // namespace
