@@ -1,5 +1,5 @@
-// The main window against a real server, played from the case files tests/fixtures/window/*.txt; then input
-// during a run, remembered settings and the layout at the minimum size. Stops the shared server: runs alone.
+// The main window against a real server, played from the case files tests/fixtures/window/*.txt; then the
+// layout at the minimum size. Stops the shared server: runs alone.
 
 #include <QtTest>
 #include <QtWidgets>
@@ -26,12 +26,6 @@ namespace {
 
 constexpr const char* kHealthy = "gui_window";
 constexpr const char* kNullOwner = "gui_window_null_owner";
-
-// The string of a database with `password` in place of its empty PWD pair (the cluster trusts all).
-std::string WithPassword(const std::string& password, const std::string& database) {
-    std::string text = PgCluster::Shared().ConnectionString(database);
-    return text.replace(text.find("PWD=;"), 5, password);
-}
 
 // Fills the logon dialog as a user would and presses OK, or Cancel.
 struct ScriptedLogon final : LogonDialogPresenter {
@@ -81,12 +75,6 @@ struct Fixture {
         window->show();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
-    }
-    // Types the string into the box, as a user would, and clicks Connect (or presses Enter).
-    void Connect(const std::string& connectionString, bool click) {
-        Find<QLineEdit>("txtConnString")->clear();
-        QTest::keyClicks(Find<QLineEdit>("txtConnString"), QString::fromStdString(connectionString));
-        click ? Click("cmdConnect") : QTest::keyClick(Find<QLineEdit>("txtConnString"), Qt::Key_Return);
     }
     template <typename T>
     T* Find(const char* name) {
@@ -194,11 +182,15 @@ std::string Play(const std::string& name) {
         QApplication::clipboard()->setText(QString::fromStdString(split(a).second));
         f->Find<QLineEdit>(split(a).first.c_str())->paste();
     });
-    // connect DATABASE [enter]: its string, with a password, typed into the box, then Connect (or Enter); a
-    // line only when the box does not show the string's beginning
+    // connect DATABASE [enter]: its string, with a password (the cluster trusts all), typed into the box,
+    // then Connect (or Enter); a line only when the box does not show the string's beginning
     player.On("connect", [&](const std::string& a, std::ostream& out) {
-        f->Connect(WithPassword("PWD=secret;", FirstWord(a).first), FirstWord(a).second != "enter");
-        out << (f->Find<QLineEdit>("txtConnString")->cursorPosition() == 0 ? "" : "(not at its beginning)\n");
+        auto* box = f->Find<QLineEdit>("txtConnString");
+        const std::string text = PgCluster::Shared().ConnectionString(FirstWord(a).first);
+        box->clear();
+        QTest::keyClicks(box, QString::fromStdString(Replaced(text, "PWD=;", "PWD=secret;")));
+        FirstWord(a).second == "enter" ? QTest::keyClick(box, Qt::Key_Return) : f->Click("cmdConnect");
+        out << (box->cursorPosition() == 0 ? "" : "(not at its beginning)\n");
     });
     // tab N, focus WIDGET, key SEQUENCE (as Qt writes one: Up, ctrl+V, 9) to the widget with the focus,
     // clipboard TEXT, menu-paste WIDGET (what the context menu's Paste calls)
