@@ -9,6 +9,7 @@
 
 #include "db/runtime_error.h"
 #include "db/value.h"
+#include "session/main_state.h"
 #include "support/case_file.h"
 #include "support/recording_interaction.h"
 
@@ -52,6 +53,14 @@ inline void PrintBoxes(RecordingInteraction& ui, std::ostream& out) {
             << Readable(lines[i]) << "\n";
     }
     ui.shown.clear();
+}
+
+/// Types MAJOR.MINOR.BUGFIX (parts split at `separator`) into the three version boxes.
+inline void SetVersionBoxes(MainState& state, const std::string& text, const std::string& separator = ".") {
+    const std::vector<std::string> boxes = Split(text, separator);
+    state.txtMajorVersion = boxes.at(0);
+    state.txtMinorVersion = boxes.at(1);
+    state.txtBugfix = boxes.at(2);
 }
 
 /// Rows separated by " / ", cells by '|'; "~" is NULL.

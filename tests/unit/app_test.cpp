@@ -93,10 +93,7 @@ class EdgeCases {
             std::vector<std::string> words = Split(a, " ");
             state_.chkOnlyReportFailures = words[0] == "only-failures";
             words.erase(words.begin(), words.begin() + (state_.chkOnlyReportFailures ? 1 : 0));
-            const std::vector<std::string> version = Split(words[0], ".");
-            state_.txtMajorVersion = version.at(0);
-            state_.txtMinorVersion = version.at(1);
-            state_.txtBugfix = version.at(2);
+            SetVersionBoxes(state_, words[0]);
             state_.selectedDbms = static_cast<DbmsOption>(std::stoi(words[1]));
             const std::vector<std::string> lines = Split(ReadableLines(Written(), "\r\n"), "\n");
             const std::size_t from = words.size() > 3 ? lines.size() - 1 - std::stoul(words[3]) : 0;
@@ -315,9 +312,7 @@ class EdgeCases {
     // earlier run), "none" (an empty catalogue), "findings" (the failed test's findings against a baseline).
     void Outcomes(const std::string& how) {
         state_.selectedDbms = DbmsOption::Oracle;
-        state_.txtMajorVersion = "9";
-        state_.txtMinorVersion = "1";
-        state_.txtBugfix = "0";
+        SetVersionBoxes(state_, "9.1.0");
         record_.started = "2025-02-01T13:04:05.000+01:00";
         record_.finished = "2025-02-01T13:04:06.500+01:00";
         state_.g_pTestCollection = FakeCatalogue({

@@ -39,9 +39,7 @@ class RunCases : public MainView {
             state_.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state_));
             state_.selectedDbms = kServerTypes.at(words[0]).second;
             for (std::size_t w = 1; w < words.size(); ++w) {
-                state_.txtMajorVersion = words[w].substr(0, words[w].find('.'));
-                state_.txtMinorVersion = words[w].substr(words[w].find('.') + 1);
-                state_.txtBugfix = "0";
+                SetVersionBoxes(state_, words[w] + ".0");
                 out << words[w] << ":";
                 for (std::int16_t i = 0; i <= 17; ++i) {
                     out << (ShouldRunTest(state_, i) ? " " + std::to_string(i) : "");
@@ -163,9 +161,7 @@ class RunCases : public MainView {
         conn->Open("");
         state_.g_pAdoConn = std::move(conn);
         state_.selectedDbms = DbmsOption::Oracle;
-        state_.txtMajorVersion = "9";
-        state_.txtMinorVersion = "0";
-        state_.txtBugfix = "0";
+        SetVersionBoxes(state_, "9.0.0");
     }
 
     void Catalogue(const std::string& verdicts) {
