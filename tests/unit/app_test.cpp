@@ -470,15 +470,6 @@ TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMis
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-#ifndef _WIN32
-// Off Windows only the last resort of the system information lookup is reachable.
-TEST(AboutBox, SystemInformationIsUnavailableOffWindows) {
-    RecordingInteraction ui;
-    StartSysInfo(PlatformSysInfoLocator(), ui);
-    EXPECT_EQ(ui.Lines(), std::vector<std::string>{": System Information Is Unavailable At This Time"});
-}
-#endif
-
 // A terminal where the log (standard output) and progress (standard error) share one screen.
 TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
     for (const bool shared : {true, false}) {
