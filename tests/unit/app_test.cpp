@@ -1,6 +1,6 @@
 // The program's edges, as the cases of tests/fixtures/unit/reports.txt, input.txt and results_json.txt: the
-// report and the report step, headless arguments, the results document; then the editor launcher and the
-// terminal.
+// report and the report step, headless arguments, the results document; then the editor launcher, the strict
+// JSON reader's refusals and the terminal.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -343,11 +343,9 @@ class EdgeCases {
             // A missing table with the driver's error, new; a missing index the baseline accepts with a
             // reason; the limit cut the check short. The first test looked at everything and no longer finds
             // what the baseline holds for it.
-            Finding table{.kind = FindingKind::MissingTableOrView};
-            table.identity.Set(IdentityField::Owner, "GIS").Set(IdentityField::Table, "WELLS");
+            Finding table = MakeFinding("missing-table-or-view owner=GIS | table=WELLS");
             table.driverErrors = {AdoError(1, "ERROR: relation \"gis.wells\" does not exist", "42P01")};
-            Finding index{.kind = FindingKind::MissingIndex};
-            index.identity.Set(IdentityField::Column, std::nullopt).Set(IdentityField::Index, "F12_UK1");
+            const Finding index = MakeFinding("missing-index column=~ | index=F12_UK1");
             record_.tests[0].examined = true;
             record_.tests[1] = {.verdict = Verdict::Failed,
                                 .durationMs = 0.25,
@@ -468,6 +466,64 @@ TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMis
     // Split by a shell, it would have made "a" here and "injected.txt" elsewhere.
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
     EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+// The strict JSON reader that baselines go through: every malformed input is refused with what is wrong and
+// where.
+TEST(JsonReader, RefusesEveryMalformedDocumentSayingWhatAndWhere) {
+    const struct {
+        std::string text;
+        std::string error;
+    } cases[] = {
+        {"", "unexpected end of text, a value expected at line 1, column 1"},
+        {"   \n ", "unexpected end of text, a value expected at line 2, column 2"},
+        {"{", "unexpected end of text, a member name expected at line 1, column 2"},
+        {"{\"a\": 1", "unexpected end of text, ',' or '}' expected at line 1, column 8"},
+        {"{\"a\" 1}", "':' expected at line 1, column 6"},
+        {"{\"a\": 1,}", "a member name expected at line 1, column 9"},
+        {"[1, 2,]", "a value expected at line 1, column 7"},
+        {"[1 2]", "',' or ']' expected at line 1, column 4"},
+        {"{a: 1}", "a member name expected at line 1, column 2"},
+        {"{\"a\": 1, \"a\": 2}", "a member name given twice at line 1, column 10"},
+        {"{\"a\": 1} {}", "text after the document at line 1, column 10"},
+        {"{} // note", "text after the document at line 1, column 4"},
+        {"/* note */ {}", "a value expected at line 1, column 1"},
+        {"\xEF\xBB\xBF{}", "a byte order mark at line 1, column 1"},
+        {"'text'", "a value expected at line 1, column 1"},
+        {"True", "a value expected at line 1, column 1"},
+        {"nul", "a value expected at line 1, column 1"},
+        {"01", "a number with a leading zero at line 1, column 2"},
+        {"-", "unexpected end of text, a value expected at line 1, column 2"},
+        {"1.", "unexpected end of text, a digit expected at line 1, column 3"},
+        {"1e+", "unexpected end of text, a digit expected at line 1, column 4"},
+        {".5", "a value expected at line 1, column 1"},
+        {"+1", "a value expected at line 1, column 1"},
+        {"NaN", "a value expected at line 1, column 1"},
+        {"\"open", "unexpected end of text, the string not closed at line 1, column 6"},
+        {"\"a\tb\"", "a control character in a string at line 1, column 3"},
+        {"\"a\nb\"", "a control character in a string at line 1, column 3"},
+        {"\"\\x41\"", "an unknown escape at line 1, column 3"},
+        {"\"\\u12G4\"", "four hexadecimal digits expected after \\u at line 1, column 6"},
+        {"\"\\ud83d\"", "an unpaired surrogate escape at line 1, column 8"},
+        {"\"\\ud83d\\u0041\"", "an unpaired surrogate escape at line 1, column 14"},
+        {"\"\\ude00\"", "an unpaired surrogate escape at line 1, column 8"},
+        {"\"\xC3\"", "invalid UTF-8 at line 1, column 2"},
+        {"\"\xC0\xAF\"", "invalid UTF-8 at line 1, column 2"},
+        {"\"\xED\xA0\x80\"", "invalid UTF-8 at line 1, column 2"},
+        {"\"\xF4\x90\x80\x80\"", "invalid UTF-8 at line 1, column 2"},
+        {"\"\x80\"", "invalid UTF-8 at line 1, column 2"},
+        {std::string(65, '[') + std::string(65, ']'),
+         "arrays and objects nested more than 64 deep at line 1, column 65"},
+        {std::string("[\0]", 3), "a value expected at line 1, column 2"},
+        // Accepted: what a baseline's values read as is in the unit baseline cases.
+        {std::string(64, '[') + std::string(64, ']'), ""},
+        {" {\"\": [true, false, null, {}, []]}\r\n", ""},
+    };
+    for (const auto& c : cases) {
+        const JsonParse parsed = ReadJson(c.text);
+        EXPECT_EQ(parsed.value.has_value(), c.error.empty()) << c.text;
+        EXPECT_EQ(parsed.error, c.error) << c.text;
+    }
 }
 
 // A terminal where the log (standard output) and progress (standard error) share one screen.
