@@ -204,7 +204,7 @@ TEST(OdbcLogon, OkHandsTheStringAndDatabaseToTheWindowWhileListsAndFieldsStay) {
                                   .dataSources = {{.name = "Sales", .driver = "PostgreSQL Unicode"}},
                                   .drivers = {}};
     });
-    state.g_sTslSystemTableDatabase = "PARCELS";
+    state.g_sTslSystemTableDatabase = "Parcels";
     ScriptedPresenter presenter;
     const auto build = [&](const std::function<void(frmODBCLogon&)>& user) {
         presenter.user = user;
@@ -217,11 +217,11 @@ TEST(OdbcLogon, OkHandsTheStringAndDatabaseToTheWindowWhileListsAndFieldsStay) {
                   dialog.txtDatabase += "_2";
                   dialog.OkClick();
               }),
-              "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=PARCELS_2; PARCELS_2");
+              "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=Parcels_2; PARCELS_2");
     // The database is taken from the window at the first showing only.
     state.g_sTslSystemTableDatabase = "OTHER";
     EXPECT_EQ(build([](frmODBCLogon& dialog) {
-                  EXPECT_EQ(dialog.txtDatabase, "PARCELS_2");
+                  EXPECT_EQ(dialog.txtDatabase, "Parcels_2");
                   dialog.DsnChoice(0);
                   EXPECT_TRUE(dialog.txtServerEnabled && dialog.cboDriversEnabled);
                   dialog.cboDriversText = "PostgreSQL Unicode";
@@ -231,7 +231,7 @@ TEST(OdbcLogon, OkHandsTheStringAndDatabaseToTheWindowWhileListsAndFieldsStay) {
                   dialog.txtDatabase = "parcels_3";
                   dialog.CancelClick();
               }),
-              "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=PARCELS_2; OTHER");
+              "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=Parcels_2; OTHER");
     EXPECT_EQ(build([](frmODBCLogon& dialog) {
                   dialog.txtDatabase = "";
                   dialog.OkClick();
