@@ -66,16 +66,11 @@ inline void SetVersionBoxes(MainState& state, const std::string& text, const std
 /// Rows separated by " / ", cells by '|'; "~" is NULL.
 inline std::vector<std::vector<FieldValue>> Cells(const std::string& text) {
     std::vector<std::vector<FieldValue>> rows;
-    for (std::size_t at = 0; at <= text.size() && !text.empty();) {
-        const std::size_t end = std::min(text.find(" / ", at), text.size());
+    for (const std::string& row : text.empty() ? std::vector<std::string>{} : Split(text, " / ")) {
         rows.emplace_back();
-        for (std::size_t cell = at; cell <= end;) {
-            const std::size_t bar = std::min(text.find('|', cell), end);
-            const std::string value = text.substr(cell, bar - cell);
-            rows.back().push_back(value == "~" ? FieldValue{} : FieldValue{value});
-            cell = bar + 1;
+        for (const std::string& cell : Split(row, "|")) {
+            rows.back().push_back(cell == "~" ? FieldValue{} : FieldValue{cell});
         }
-        at = end + 3;
     }
     return rows;
 }
