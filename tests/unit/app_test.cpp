@@ -391,17 +391,16 @@ class EdgeCases {
         if (argument.starts_with("parse")) {
             const ParsedArguments parsed =
                 ParseHeadlessArguments(args, argument.starts_with("parse environment"));
-            const HeadlessOptions o = parsed.options.value_or(HeadlessOptions{});
-            out << (parsed.options
-                        ? "options: " + o.connect + " | " + o.database.value_or("-") + " | " +
-                              o.report.value_or("-") + " | " + o.json.value_or("-") + " | " +
-                              std::to_string(o.onlyFailures) + " | source " +
-                              std::to_string(static_cast<int>(o.connectSource)) + " " + o.connectFile +
-                              " | timeouts " + std::to_string(o.loginTimeout.value_or(15)) + "/" +
-                              std::to_string(o.statementTimeout.value_or(30)) + ", limit " +
-                              std::to_string(o.timeLimit)
-                        : "error: " + parsed.error)
-                << "\n";
+            if (!parsed.options) {
+                out << "error: " << parsed.error << "\n";
+                return;
+            }
+            const HeadlessOptions& o = *parsed.options;
+            out << "options: " << o.connect << " | " << o.database.value_or("-") << " | "
+                << o.report.value_or("-") << " | " << o.json.value_or("-") << " | " << o.onlyFailures
+                << " | source " << static_cast<int>(o.connectSource) << " " << o.connectFile << " | timeouts "
+                << o.loginTimeout.value_or(15) << "/" << o.statementTimeout.value_or(30) << ", limit "
+                << o.timeLimit << "\n";
             return;
         }
         std::ostringstream stdOut, stdErr;

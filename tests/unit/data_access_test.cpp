@@ -2,6 +2,7 @@
 // data_access.txt and conversions.txt; then the logon dialog, remembered settings and detection.
 #include <gtest/gtest.h>
 
+#include <iomanip>
 #include <sstream>
 
 #include "db/conn_error_string.h"
@@ -108,14 +109,12 @@ class DataAccessCases {
         player.On("leading-number",
                   [](const std::string& a, std::ostream& out) { out << LeadingNumber(a) << "\n"; });
         OnValue(player, "to-utf16", [](const std::string& a) {
-            std::string hex;
+            std::ostringstream hex;
             for (const SQLWCHAR unit : ToOdbcWide(a)) {
-                char four[8];
-                std::snprintf(four, sizeof four, "%s%04X", hex.empty() ? "" : " ",
-                              static_cast<unsigned>(unit));
-                hex += four;
+                hex << (hex.tellp() > 0 ? " " : "") << std::hex << std::uppercase << std::setw(4)
+                    << std::setfill('0') << static_cast<unsigned>(unit);
             }
-            return hex;
+            return hex.str();
         });
         OnValue(player, "from-utf16", [](const std::string& a) {
             OdbcWideString units;
