@@ -140,28 +140,24 @@ class DataAccessCases {
             return ConnectionStringValue(FirstWord(a).second.substr(3), Split(FirstWord(a).first, ","));
         });
         // box-edit REAL => SHOWN @ CURSOR: the masked box edited to SHOWN; the real string it becomes.
-        OnValue(player, "box-edit", [](const std::string& a) {
-            RecordingInteraction ui;
-            MainState state(ui, nullptr);
-            state.txtConnString = a.substr(0, a.find(" => "));
+        OnValue(player, "box-edit", [this](const std::string& a) {
+            state_.txtConnString = a.substr(0, a.find(" => "));
             const std::string shown = a.substr(a.find(" => ") + 4, a.rfind(" @ ") - a.find(" => ") - 4);
-            ShownConnectionStringEdited(state, shown, std::stoul(a.substr(a.rfind(" @ ") + 3)));
-            EXPECT_TRUE(state.cmdConnectEnabled);
-            return state.txtConnString;
+            ShownConnectionStringEdited(state_, shown, std::stoul(a.substr(a.rfind(" @ ") + 3)));
+            EXPECT_TRUE(state_.cmdConnectEnabled);
+            return state_.txtConnString;
         });
         // version-edit major|minor|bugfix BOXES TEXT: TEXT put into one box of MAJOR|MINOR|BUGFIX; taken or
         // not, and the boxes after.
-        OnValue(player, "version-edit", [](const std::string& a) {
+        OnValue(player, "version-edit", [this](const std::string& a) {
             const std::vector<std::string> words = Split(a, " ");
-            RecordingInteraction ui;
-            MainState state(ui, nullptr);
-            SetVersionBoxes(state, words[1], "|");
+            SetVersionBoxes(state_, words[1], "|");
             const VersionBox box = words[0] == "major"   ? VersionBox::Major
                                    : words[0] == "minor" ? VersionBox::Minor
                                                          : VersionBox::Bugfix;
-            const bool taken = VersionBoxEdited(state, box, a.substr(words[0].size() + words[1].size() + 2));
-            return (taken ? "taken: " : "refused: ") + state.txtMajorVersion + "|" + state.txtMinorVersion +
-                   "|" + state.txtBugfix;
+            const bool taken = VersionBoxEdited(state_, box, a.substr(words[0].size() + words[1].size() + 2));
+            return (taken ? "taken: " : "refused: ") + state_.txtMajorVersion + "|" + state_.txtMinorVersion +
+                   "|" + state_.txtBugfix;
         });
     }
 
@@ -173,6 +169,7 @@ class DataAccessCases {
     ScriptedConnection conn_;
     clsConnErrorString formatter_{ui_};
     Recordset rs_;
+    MainState state_{ui_, nullptr};  // the connection-string and version boxes
 };
 
 TEST(DataAccessCases, ConnectionStringsStatementsNamesErrorTextsAndCursors) {
