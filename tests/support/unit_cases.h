@@ -9,6 +9,7 @@
 
 #include "db/runtime_error.h"
 #include "db/value.h"
+#include "session/main_state.h"
 #include "support/case_file.h"
 #include "support/recording_interaction.h"
 
@@ -54,19 +55,22 @@ inline void PrintBoxes(RecordingInteraction& ui, std::ostream& out) {
     ui.shown.clear();
 }
 
+/// Types MAJOR.MINOR.BUGFIX (parts split at `separator`) into the three version boxes.
+inline void SetVersionBoxes(MainState& state, const std::string& text, const std::string& separator = ".") {
+    const std::vector<std::string> boxes = Split(text, separator);
+    state.txtMajorVersion = boxes.at(0);
+    state.txtMinorVersion = boxes.at(1);
+    state.txtBugfix = boxes.at(2);
+}
+
 /// Rows separated by " / ", cells by '|'; "~" is NULL.
 inline std::vector<std::vector<FieldValue>> Cells(const std::string& text) {
     std::vector<std::vector<FieldValue>> rows;
-    for (std::size_t at = 0; at <= text.size() && !text.empty();) {
-        const std::size_t end = std::min(text.find(" / ", at), text.size());
+    for (const std::string& row : text.empty() ? std::vector<std::string>{} : Split(text, " / ")) {
         rows.emplace_back();
-        for (std::size_t cell = at; cell <= end;) {
-            const std::size_t bar = std::min(text.find('|', cell), end);
-            const std::string value = text.substr(cell, bar - cell);
-            rows.back().push_back(value == "~" ? FieldValue{} : FieldValue{value});
-            cell = bar + 1;
+        for (const std::string& cell : Split(row, "|")) {
+            rows.back().push_back(cell == "~" ? FieldValue{} : FieldValue{cell});
         }
-        at = end + 3;
     }
     return rows;
 }

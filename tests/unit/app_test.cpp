@@ -1,6 +1,6 @@
 // The program's edges, as the cases of tests/fixtures/unit/reports.txt, input.txt and results_json.txt: the
-// report and the report step, headless arguments, the results document; then the editor launcher and the
-// terminal.
+// report and the report step, headless arguments, the results document; then the editor launcher, the strict
+// JSON reader's refusals and the terminal.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -93,10 +93,7 @@ class EdgeCases {
             std::vector<std::string> words = Split(a, " ");
             state_.chkOnlyReportFailures = words[0] == "only-failures";
             words.erase(words.begin(), words.begin() + (state_.chkOnlyReportFailures ? 1 : 0));
-            const std::vector<std::string> version = Split(words[0], ".");
-            state_.txtMajorVersion = version.at(0);
-            state_.txtMinorVersion = version.at(1);
-            state_.txtBugfix = version.at(2);
+            SetVersionBoxes(state_, words[0]);
             state_.selectedDbms = static_cast<DbmsOption>(std::stoi(words[1]));
             const std::vector<std::string> lines = Split(ReadableLines(Written(), "\r\n"), "\n");
             const std::size_t from = words.size() > 3 ? lines.size() - 1 - std::stoul(words[3]) : 0;
@@ -315,9 +312,7 @@ class EdgeCases {
     // earlier run), "none" (an empty catalogue), "findings" (the failed test's findings against a baseline).
     void Outcomes(const std::string& how) {
         state_.selectedDbms = DbmsOption::Oracle;
-        state_.txtMajorVersion = "9";
-        state_.txtMinorVersion = "1";
-        state_.txtBugfix = "0";
+        SetVersionBoxes(state_, "9.1.0");
         record_.started = "2025-02-01T13:04:05.000+01:00";
         record_.finished = "2025-02-01T13:04:06.500+01:00";
         state_.g_pTestCollection = FakeCatalogue({
@@ -348,11 +343,9 @@ class EdgeCases {
             // A missing table with the driver's error, new; a missing index the baseline accepts with a
             // reason; the limit cut the check short. The first test looked at everything and no longer finds
             // what the baseline holds for it.
-            Finding table{.kind = FindingKind::MissingTableOrView};
-            table.identity.Set(IdentityField::Owner, "GIS").Set(IdentityField::Table, "WELLS");
+            Finding table = MakeFinding("missing-table-or-view owner=GIS | table=WELLS");
             table.driverErrors = {AdoError(1, "ERROR: relation \"gis.wells\" does not exist", "42P01")};
-            Finding index{.kind = FindingKind::MissingIndex};
-            index.identity.Set(IdentityField::Column, std::nullopt).Set(IdentityField::Index, "F12_UK1");
+            const Finding index = MakeFinding("missing-index column=~ | index=F12_UK1");
             record_.tests[0].examined = true;
             record_.tests[1] = {.verdict = Verdict::Failed,
                                 .durationMs = 0.25,
@@ -398,17 +391,16 @@ class EdgeCases {
         if (argument.starts_with("parse")) {
             const ParsedArguments parsed =
                 ParseHeadlessArguments(args, argument.starts_with("parse environment"));
-            const HeadlessOptions o = parsed.options.value_or(HeadlessOptions{});
-            out << (parsed.options
-                        ? "options: " + o.connect + " | " + o.database.value_or("-") + " | " +
-                              o.report.value_or("-") + " | " + o.json.value_or("-") + " | " +
-                              std::to_string(o.onlyFailures) + " | source " +
-                              std::to_string(static_cast<int>(o.connectSource)) + " " + o.connectFile +
-                              " | timeouts " + std::to_string(o.loginTimeout.value_or(15)) + "/" +
-                              std::to_string(o.statementTimeout.value_or(30)) + ", limit " +
-                              std::to_string(o.timeLimit)
-                        : "error: " + parsed.error)
-                << "\n";
+            if (!parsed.options) {
+                out << "error: " << parsed.error << "\n";
+                return;
+            }
+            const HeadlessOptions& o = *parsed.options;
+            out << "options: " << o.connect << " | " << o.database.value_or("-") << " | "
+                << o.report.value_or("-") << " | " << o.json.value_or("-") << " | " << o.onlyFailures
+                << " | source " << static_cast<int>(o.connectSource) << " " << o.connectFile << " | timeouts "
+                << o.loginTimeout.value_or(15) << "/" << o.statementTimeout.value_or(30) << ", limit "
+                << o.timeLimit << "\n";
             return;
         }
         std::ostringstream stdOut, stdErr;
@@ -475,38 +467,83 @@ TEST(SpawnEditorLauncher, StartsTheProgramWithThePathAsOneArgumentAndReportsAMis
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-#ifndef _WIN32
-// Off Windows only the last resort of the system information lookup is reachable.
-TEST(AboutBox, SystemInformationIsUnavailableOffWindows) {
-    RecordingInteraction ui;
-    StartSysInfo(PlatformSysInfoLocator(), ui);
-    EXPECT_EQ(ui.Lines(), std::vector<std::string>{": System Information Is Unavailable At This Time"});
-}
-#endif
-
-// A terminal where the log (standard output) and progress (standard error) share one screen.
-TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
-    for (const bool shared : {true, false}) {
-        RecordingInteraction ui;
-        MainState state(ui, NewOdbcConnection);
-        std::ostringstream out, err;
-        ConsoleView view(state, out, shared ? out : err);
-        state.AttachView(view);
-        SetStatusWindow(state, "\r\nNew Test Run started at T\r\n", true);
-        SetRunStatusBarText(state, "Running test 1 of 1: A");
-        SetStatusWindow(state, "one\r\ntwo", true);
-        SetRunStatusBarText(state, "Testing complete.");
-        view.FinishLog();
-        view.FinishLog();
-        EXPECT_EQ(out.str(),
-                  shared
-                      ? "\nNew Test Run started at T\nRunning test 1 of 1: A\none\ntwo\nTesting complete.\n"
-                      : "\nNew Test Run started at T\none\ntwo\n");
-        EXPECT_EQ(err.str(), shared ? "" : "Running test 1 of 1: A\nTesting complete.\n");
+// The strict JSON reader that baselines go through: every malformed input is refused with what is wrong and
+// where.
+TEST(JsonReader, RefusesEveryMalformedDocumentSayingWhatAndWhere) {
+    const struct {
+        std::string text;
+        std::string error;
+    } cases[] = {
+        {"", "unexpected end of text, a value expected at line 1, column 1"},
+        {"   \n ", "unexpected end of text, a value expected at line 2, column 2"},
+        {"{", "unexpected end of text, a member name expected at line 1, column 2"},
+        {"{\"a\": 1", "unexpected end of text, ',' or '}' expected at line 1, column 8"},
+        {"{\"a\" 1}", "':' expected at line 1, column 6"},
+        {"{\"a\": 1,}", "a member name expected at line 1, column 9"},
+        {"[1, 2,]", "a value expected at line 1, column 7"},
+        {"[1 2]", "',' or ']' expected at line 1, column 4"},
+        {"{a: 1}", "a member name expected at line 1, column 2"},
+        {"{\"a\": 1, \"a\": 2}", "a member name given twice at line 1, column 10"},
+        {"{\"a\": 1} {}", "text after the document at line 1, column 10"},
+        {"{} // note", "text after the document at line 1, column 4"},
+        {"/* note */ {}", "a value expected at line 1, column 1"},
+        {"\xEF\xBB\xBF{}", "a byte order mark at line 1, column 1"},
+        {"'text'", "a value expected at line 1, column 1"},
+        {"True", "a value expected at line 1, column 1"},
+        {"nul", "a value expected at line 1, column 1"},
+        {"01", "a number with a leading zero at line 1, column 2"},
+        {"-", "unexpected end of text, a value expected at line 1, column 2"},
+        {"1.", "unexpected end of text, a digit expected at line 1, column 3"},
+        {"1e+", "unexpected end of text, a digit expected at line 1, column 4"},
+        {".5", "a value expected at line 1, column 1"},
+        {"+1", "a value expected at line 1, column 1"},
+        {"NaN", "a value expected at line 1, column 1"},
+        {"\"open", "unexpected end of text, the string not closed at line 1, column 6"},
+        {"\"a\tb\"", "a control character in a string at line 1, column 3"},
+        {"\"a\nb\"", "a control character in a string at line 1, column 3"},
+        {"\"\\x41\"", "an unknown escape at line 1, column 3"},
+        {"\"\\u12G4\"", "four hexadecimal digits expected after \\u at line 1, column 6"},
+        {"\"\\ud83d\"", "an unpaired surrogate escape at line 1, column 8"},
+        {"\"\\ud83d\\u0041\"", "an unpaired surrogate escape at line 1, column 14"},
+        {"\"\\ude00\"", "an unpaired surrogate escape at line 1, column 8"},
+        {"\"\xC3\"", "invalid UTF-8 at line 1, column 2"},
+        {"\"\xC0\xAF\"", "invalid UTF-8 at line 1, column 2"},
+        {"\"\xED\xA0\x80\"", "invalid UTF-8 at line 1, column 2"},
+        {"\"\xF4\x90\x80\x80\"", "invalid UTF-8 at line 1, column 2"},
+        {"\"\x80\"", "invalid UTF-8 at line 1, column 2"},
+        {std::string(65, '[') + std::string(65, ']'),
+         "arrays and objects nested more than 64 deep at line 1, column 65"},
+        {std::string("[\0]", 3), "a value expected at line 1, column 2"},
+        // Accepted: what a baseline's values read as is in the unit baseline cases.
+        {std::string(64, '[') + std::string(64, ']'), ""},
+        {" {\"\": [true, false, null, {}, []]}\r\n", ""},
+    };
+    for (const auto& c : cases) {
+        const JsonParse parsed = ReadJson(c.text);
+        EXPECT_EQ(parsed.value.has_value(), c.error.empty()) << c.text;
+        EXPECT_EQ(parsed.error, c.error) << c.text;
     }
 }
 
-// Last: it changes the time zone of the process.
+// A terminal where the log (standard output) and progress (standard error) share one screen; the two
+// streams apart are the scenarios' "show stdout" and "show stderr".
+TEST(ConsoleView, TheLogIsPrintedOnceAndProgressNeverLandsOnTheEndOfALogLine) {
+    RecordingInteraction ui;
+    MainState state(ui, NewOdbcConnection);
+    std::ostringstream screen;
+    ConsoleView view(state, screen, screen);
+    state.AttachView(view);
+    SetStatusWindow(state, "\r\nNew Test Run started at T\r\n", true);
+    SetRunStatusBarText(state, "Running test 1 of 1: A");
+    SetStatusWindow(state, "one\r\ntwo", true);
+    SetRunStatusBarText(state, "Testing complete.");
+    view.FinishLog();
+    view.FinishLog();
+    EXPECT_EQ(screen.str(),
+              "\nNew Test Run started at T\nRunning test 1 of 1: A\none\ntwo\nTesting complete.\n");
+}
+
+// It changes the time zone of the process; no other unit test reads the local time.
 TEST(EdgeCases, TheResultsDocumentItsStringsAndTimes) {
     EXPECT_EQ(EdgeCases().player.Play("unit/results_json.txt"), "");
 }

@@ -2,6 +2,7 @@
 // data_access.txt and conversions.txt; then the logon dialog, remembered settings and detection.
 #include <gtest/gtest.h>
 
+#include <iomanip>
 #include <sstream>
 
 #include "db/conn_error_string.h"
@@ -108,14 +109,12 @@ class DataAccessCases {
         player.On("leading-number",
                   [](const std::string& a, std::ostream& out) { out << LeadingNumber(a) << "\n"; });
         OnValue(player, "to-utf16", [](const std::string& a) {
-            std::string hex;
+            std::ostringstream hex;
             for (const SQLWCHAR unit : ToOdbcWide(a)) {
-                char four[8];
-                std::snprintf(four, sizeof four, "%s%04X", hex.empty() ? "" : " ",
-                              static_cast<unsigned>(unit));
-                hex += four;
+                hex << (hex.tellp() > 0 ? " " : "") << std::hex << std::uppercase << std::setw(4)
+                    << std::setfill('0') << static_cast<unsigned>(unit);
             }
-            return hex;
+            return hex.str();
         });
         OnValue(player, "from-utf16", [](const std::string& a) {
             OdbcWideString units;
@@ -141,31 +140,24 @@ class DataAccessCases {
             return ConnectionStringValue(FirstWord(a).second.substr(3), Split(FirstWord(a).first, ","));
         });
         // box-edit REAL => SHOWN @ CURSOR: the masked box edited to SHOWN; the real string it becomes.
-        OnValue(player, "box-edit", [](const std::string& a) {
-            RecordingInteraction ui;
-            MainState state(ui, nullptr);
-            state.txtConnString = a.substr(0, a.find(" => "));
+        OnValue(player, "box-edit", [this](const std::string& a) {
+            state_.txtConnString = a.substr(0, a.find(" => "));
             const std::string shown = a.substr(a.find(" => ") + 4, a.rfind(" @ ") - a.find(" => ") - 4);
-            ShownConnectionStringEdited(state, shown, std::stoul(a.substr(a.rfind(" @ ") + 3)));
-            EXPECT_TRUE(state.cmdConnectEnabled);
-            return state.txtConnString;
+            ShownConnectionStringEdited(state_, shown, std::stoul(a.substr(a.rfind(" @ ") + 3)));
+            EXPECT_TRUE(state_.cmdConnectEnabled);
+            return state_.txtConnString;
         });
         // version-edit major|minor|bugfix BOXES TEXT: TEXT put into one box of MAJOR|MINOR|BUGFIX; taken or
         // not, and the boxes after.
-        OnValue(player, "version-edit", [](const std::string& a) {
+        OnValue(player, "version-edit", [this](const std::string& a) {
             const std::vector<std::string> words = Split(a, " ");
-            const std::vector<std::string> boxes = Split(words[1], "|");
-            RecordingInteraction ui;
-            MainState state(ui, nullptr);
-            state.txtMajorVersion = boxes[0];
-            state.txtMinorVersion = boxes[1];
-            state.txtBugfix = boxes[2];
+            SetVersionBoxes(state_, words[1], "|");
             const VersionBox box = words[0] == "major"   ? VersionBox::Major
                                    : words[0] == "minor" ? VersionBox::Minor
                                                          : VersionBox::Bugfix;
-            const bool taken = VersionBoxEdited(state, box, a.substr(words[0].size() + words[1].size() + 2));
-            return (taken ? "taken: " : "refused: ") + state.txtMajorVersion + "|" + state.txtMinorVersion +
-                   "|" + state.txtBugfix;
+            const bool taken = VersionBoxEdited(state_, box, a.substr(words[0].size() + words[1].size() + 2));
+            return (taken ? "taken: " : "refused: ") + state_.txtMajorVersion + "|" + state_.txtMinorVersion +
+                   "|" + state_.txtBugfix;
         });
     }
 
@@ -177,6 +169,7 @@ class DataAccessCases {
     ScriptedConnection conn_;
     clsConnErrorString formatter_{ui_};
     Recordset rs_;
+    MainState state_{ui_, nullptr};  // the connection-string and version boxes
 };
 
 TEST(DataAccessCases, ConnectionStringsStatementsNamesErrorTextsAndCursors) {
@@ -187,53 +180,6 @@ TEST(DataAccessCases, ConnectionStringsStatementsNamesErrorTextsAndCursors) {
 // input must become U+FFFD rather than stop a run.
 TEST(DataAccessCases, ConversionsThatDecideWhetherACheckReadsAValueOrEndsTheRun) {
     EXPECT_EQ(DataAccessCases().player.Play("unit/conversions.txt"), "");
-    std::string text;
-    for (int i = 0; i < 5000; ++i) {
-        text += i % 7 == 0 ? "\xC3\xA9" : (i % 11 == 0 ? "\xF0\x9F\x98\x80" : "x");
-    }
-    const OdbcWideString wide = ToOdbcWide(text);
-    EXPECT_EQ(FromOdbcWide(wide.data(), wide.size()), text);
-}
-
-DriverManagerLists OneDsn() {
-    return {.environmentAllocated = true,
-            .dataSources = {{.name = "Sales", .driver = "PostgreSQL Unicode"}},
-            .drivers = {}};
-}
-
-TEST(OdbcLogon, OkAssemblesTheStringAndCancelAfterOkEmptiesItWhileListsAndFieldsStay) {
-    const struct {
-        int dsnIndex;  // 0 is "(None)"
-        const char *uid, *pwd, *database, *expected;
-    } cases[] = {
-        {0, "tsl", "kqv", "", "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv;"},
-        {1, "", "", "roads", "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=roads;"},
-    };
-    for (const auto& c : cases) {
-        frmODBCLogon dialog(OneDsn);
-        dialog.Show("");
-        dialog.DsnChoice(c.dsnIndex);
-        EXPECT_EQ(dialog.txtServerEnabled && dialog.cboDriversEnabled, c.dsnIndex == 0);
-        dialog.cboDriversText = "PostgreSQL Unicode";
-        dialog.txtServer = "gisdb01";
-        dialog.txtUID = c.uid;
-        dialog.txtPWD = c.pwd;
-        dialog.txtDatabase = c.database;
-        dialog.OkClick();
-        EXPECT_EQ(dialog.ConnectionString(), c.expected);
-        EXPECT_FALSE(dialog.Visible());
-    }
-    int reads = 0;
-    frmODBCLogon dialog([&] { return ++reads, OneDsn(); });
-    dialog.Show("PARCELS");
-    dialog.DsnChoice(1);
-    dialog.OkClick();
-    dialog.Show("OTHER");  // the database is taken from the main window at the first showing only
-    EXPECT_EQ(dialog.txtDatabase, "PARCELS");
-    EXPECT_EQ(dialog.cboDSNList, (std::vector<std::string>{"(None)", "Sales"}));
-    dialog.CancelClick();
-    EXPECT_EQ(dialog.ConnectionString(), "");
-    EXPECT_EQ(reads, 1);
 }
 
 // Stands in for the window: while the dialog is shown, the test acts as the user.
@@ -242,24 +188,54 @@ struct ScriptedPresenter final : LogonDialogPresenter {
     void ShowModal(frmODBCLogon& dialog) override { user(dialog); }
 };
 
-// The blank and the canned string are in the window's case file; the dialog's string and database reach
-// the window on OK only.
-TEST(ConnectionSteps, TheLogonDialogHandsItsStringAndDatabaseToTheWindowOnlyOnOk) {
+// A driver without a password and Cancel after OK are the window's cases, real data sources the driver
+// lists test's. Here: a data source, a password, no database, and what reaches the window when.
+TEST(OdbcLogon, OkHandsTheStringAndDatabaseToTheWindowWhileListsAndFieldsStay) {
     RecordingInteraction ui;
     MainState state(ui, NewOdbcConnection);
-    state.odbcLogon = frmODBCLogon([] { return DriverManagerLists{}; });
+    int reads = 0;
+    state.odbcLogon = frmODBCLogon([&] {
+        ++reads;
+        return DriverManagerLists{.environmentAllocated = true,
+                                  .dataSources = {{.name = "Sales", .driver = "PostgreSQL Unicode"}},
+                                  .drivers = {}};
+    });
+    state.g_sTslSystemTableDatabase = "Parcels";
     ScriptedPresenter presenter;
-    for (const bool ok : {true, false}) {
-        presenter.user = [ok](frmODBCLogon& dialog) {
-            dialog.cboDriversText = "D";
-            dialog.txtServer = "s";
-            dialog.txtDatabase = ok ? "Parcels_2" : "other";
-            ok ? dialog.OkClick() : dialog.CancelClick();
-        };
+    const auto build = [&](const std::function<void(frmODBCLogon&)>& user) {
+        presenter.user = user;
         BuildStringClick(state, presenter);
-        EXPECT_EQ(state.txtConnString + " " + state.g_sTslSystemTableDatabase,
-                  "PROVIDER=MSDASQL;Driver=D;Server=s;UID=;PWD=;Database=Parcels_2; PARCELS_2");
-    }
+        return state.txtConnString + " " + state.g_sTslSystemTableDatabase;
+    };
+    EXPECT_EQ(build([](frmODBCLogon& dialog) {
+                  dialog.DsnChoice(1);
+                  EXPECT_FALSE(dialog.txtServerEnabled || dialog.cboDriversEnabled);
+                  dialog.txtDatabase += "_2";
+                  dialog.OkClick();
+              }),
+              "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=Parcels_2; PARCELS_2");
+    // The database is taken from the window at the first showing only.
+    state.g_sTslSystemTableDatabase = "OTHER";
+    EXPECT_EQ(build([](frmODBCLogon& dialog) {
+                  EXPECT_EQ(dialog.txtDatabase, "Parcels_2");
+                  dialog.DsnChoice(0);
+                  EXPECT_TRUE(dialog.txtServerEnabled && dialog.cboDriversEnabled);
+                  dialog.cboDriversText = "PostgreSQL Unicode";
+                  dialog.txtServer = "gisdb01";
+                  dialog.txtUID = "tsl";
+                  dialog.txtPWD = "kqv";
+                  dialog.txtDatabase = "parcels_3";
+                  dialog.CancelClick();
+              }),
+              "PROVIDER=MSDASQL;DSN=Sales;UID=;PWD=;Database=Parcels_2; OTHER");
+    EXPECT_EQ(build([](frmODBCLogon& dialog) {
+                  dialog.txtDatabase = "";
+                  dialog.OkClick();
+              }),
+              "PROVIDER=MSDASQL;Driver=PostgreSQL Unicode;Server=gisdb01;UID=tsl;PWD=kqv; ");
+    EXPECT_EQ(state.odbcLogon.cboDSNList, (std::vector<std::string>{"(None)", "Sales"}));
+    EXPECT_EQ(reads, 1);
+    EXPECT_FALSE(state.odbcLogon.Visible());
 }
 
 TEST(RememberedSettings, NoStringWithoutAConnectionAndTheFolderOnlyWhileItExists) {

@@ -8,10 +8,10 @@
 #include "checks/catalogue.h"
 #include "checks/compressed_binary_index_check.h"
 #include "db/odbc_connection.h"
+#include "framework/test_environment.h"
 #include "framework/version_rules.h"
 #include "report/finding_key.h"
 #include "session/run_step.h"
-#include "support/check_environment.h"
 #include "support/fake_test.h"
 #include "support/scripted_connection.h"
 #include "support/unit_cases.h"
@@ -27,6 +27,22 @@ const std::map<std::string, std::pair<std::int32_t, DbmsOption>> kServerTypes = 
     {"sqlserver", {dbtype::kSqlServer, DbmsOption::SqlServer}},
     {"informix", {dbtype::kInformix, DbmsOption::Informix}}};
 
+// What a check needs from the main window: a namer set up for one server type (not with kNotSetUp), and a
+// recorder for the boxes it shows.
+class CheckEnvironment final : public TestEnvironment {
+  public:
+    CheckEnvironment(std::int32_t code, const std::string& database) {
+        if (code != dbtype::kNotSetUp) {
+            namer.Setup(code, database);
+        }
+    }
+    const clsQualDbObjName& Namer() const override { return namer; }
+    IUserInteraction& Ui() const override { return ui; }
+
+    mutable RecordingInteraction ui;
+    clsQualDbObjName namer{ui};
+};
+
 // The words of the run and check cases; every case file gets a player of its own.
 class RunCases : public MainView {
   public:
@@ -39,9 +55,7 @@ class RunCases : public MainView {
             state_.g_pTestCollection = std::make_unique<clsAdoTestCollection>(CreateCatalogueTests(state_));
             state_.selectedDbms = kServerTypes.at(words[0]).second;
             for (std::size_t w = 1; w < words.size(); ++w) {
-                state_.txtMajorVersion = words[w].substr(0, words[w].find('.'));
-                state_.txtMinorVersion = words[w].substr(words[w].find('.') + 1);
-                state_.txtBugfix = "0";
+                SetVersionBoxes(state_, words[w] + ".0");
                 out << words[w] << ":";
                 for (std::int16_t i = 0; i <= 17; ++i) {
                     out << (ShouldRunTest(state_, i) ? " " + std::to_string(i) : "");
@@ -133,7 +147,7 @@ class RunCases : public MainView {
                                 std::to_string(eflags), "40", "0",
                                 words[0] == "no-rowid" ? FieldValue{} : FieldValue{"OBJECTID"}});
             }
-            CheckEnvironment env(dbtype::kOracle);
+            CheckEnvironment env(dbtype::kOracle, kNoDatabaseName);
             ScriptedConnection conn;
             conn.Open("");
             conn.Answer(CompressedBinaryWalkStatement("TSL.LAYERS", "TSL.TABLE_REGISTRY"), Rows(8, rows));
@@ -163,9 +177,7 @@ class RunCases : public MainView {
         conn->Open("");
         state_.g_pAdoConn = std::move(conn);
         state_.selectedDbms = DbmsOption::Oracle;
-        state_.txtMajorVersion = "9";
-        state_.txtMinorVersion = "0";
-        state_.txtBugfix = "0";
+        SetVersionBoxes(state_, "9.0.0");
     }
 
     void Catalogue(const std::string& verdicts) {
@@ -226,11 +238,7 @@ class RunCases : public MainView {
     void Check(const std::string& className, const std::string& layout, const std::string& how,
                const std::string& cells, std::ostream& out) {
         const std::int32_t code = layout == "unset" ? dbtype::kNotSetUp : kServerTypes.at(layout).first;
-        const auto environment = code == dbtype::kNotSetUp
-                                     ? std::make_unique<CheckEnvironment>()
-                                     : std::make_unique<CheckEnvironment>(
-                                           code, code == dbtype::kOracle ? kNoDatabaseName : "GISDB");
-        CheckEnvironment& env = *environment;
+        CheckEnvironment env(code, code == dbtype::kOracle ? kNoDatabaseName : "GISDB");
         std::unique_ptr<IAdoTest> test = CreateCheck(className, env);
         ScriptedConnection conn;
         conn.Open("");
