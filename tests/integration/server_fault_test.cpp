@@ -1,10 +1,12 @@
 // The server stopped or tabvet's session ended under a run, at exact points and before every statement in
 // turn: the run finishes, earlier tests keep their healthy verdicts, later ones report the driver's error,
-// the report holds everything, and the same model reconnects. SessionFaultSweep leaves the server up.
+// the report holds everything, and the same model reconnects; a run's extra connections ended under it change
+// nothing. SessionFaultSweep leaves the server up.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
+#include <thread>
 
 #include "db/odbc_connection.h"
 #include "db/recordset.h"
@@ -236,6 +238,36 @@ int SweepEveryStatement(const std::string& database, const std::function<void(co
 
 TEST(SessionFaultSweep, SessionEndedBeforeEachStatementInTurn) {
     EXPECT_GT(SweepEveryStatement("fault_sweep", EndSession, [] {}), 40);
+}
+
+// The extra connections of a run, ended by another session just before the index analysis walks its layers:
+// the probes run ahead on them fail with a lost connection, and the run sends them again on its own.
+TEST(SessionFaultSweep, ExtraConnectionsEndedDuringARunChangeNothing) {
+    const Healthy healthy = HealthyRun((Cluster(), "fault_sweep"));
+    Session session("fault_sweep");
+    session.state.jobs = 4;
+    session.Connect();
+    session.conn->AllowProbeConnections();
+    const std::string others =
+        "FROM pg_stat_activity WHERE datname = 'fault_sweep' AND backend_type = 'client "
+        "backend' AND pid <> " +
+        session.conn->BackendPid();
+    session.conn->InjectBefore(
+        [](const std::string& sql, std::size_t) { return sql.find("bitand(") != std::string::npos; },
+        [&] {
+            // They open one after the other in the background: all three are awaited.
+            for (int tries = 0;
+                 tries < 200 && Cluster().QueryValue("postgres", "SELECT count(*) " + others) != "3";
+                 ++tries) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            }
+            EXPECT_EQ(
+                Cluster().QueryValue("postgres", "SELECT count(pg_terminate_backend(pid, 10000)) " + others),
+                "3");
+        });
+    EXPECT_EQ(session.Run(), healthy.verdicts);
+    EXPECT_TRUE(session.conn->Injected());
+    session.Disconnect();
 }
 
 // About two seconds per statement: scripts/fault_suite.sh runs it.

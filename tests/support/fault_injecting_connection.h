@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,14 @@ class FaultInjectingConnection final : public Connection {
         return inner_.Query("SELECT pg_backend_pid()", table) && !table.cells.empty() ? *table.cells[0] : "";
     }
 
+    /// Lets a run open extra connections for its probes: plain ones, which no fault strikes.
+    void AllowProbeConnections() { probes_ = true; }
+
     void Close() override { inner_.Close(); }
     int State() const override { return inner_.State(); }
+    std::unique_ptr<Connection> NewProbeConnection() const override {
+        return probes_ ? inner_.NewProbeConnection() : nullptr;
+    }
 
   protected:
     bool DoOpen(const std::string& connectionString) override {
@@ -64,6 +71,7 @@ class FaultInjectingConnection final : public Connection {
     Trigger trigger_;
     std::function<void()> fault_;
     bool injected_ = false;
+    bool probes_ = false;
     std::vector<std::string> sent_;
 };
 
