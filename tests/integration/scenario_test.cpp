@@ -34,8 +34,9 @@
 //                                         are masked
 //   unordered                             later "both" runs compare their lines in sorted order
 //   same ARG... || MORE...                the run with ARG... and each MORE added in turn ("terminal": the
-//                                         default, standard error a terminal): prints the first, then nothing
-//                                         when the others give the same outputs and statements
+//                                         default, standard error a terminal): prints the first as brief-run
+//                                         does, then nothing when the others give the same outputs and
+//                                         statements
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -531,7 +532,7 @@ class Scenario {
             std::ostringstream ignored;
             const bool terminal = runs[i] == "terminal";
             const int status =
-                Run(runs[0] + (terminal ? "" : " " + runs[i]) + " --report {report} --json {json}", false,
+                Run(runs[0] + (terminal ? "" : " " + runs[i]) + " --report {report} --json {json}", true,
                     i == 1 ? out : ignored, -1, terminal);
             lock_.reset();
             const std::string outputs = Masked(Outputs(status));
