@@ -124,9 +124,9 @@ Healthy HealthyRun(const std::string& database) {
     return healthy;
 }
 
-// Runs with `fault` before the first statement `trigger` picks. Before the test it struck every verdict is the
-// healthy one; from it on every test failed with the lost connection. The server's own farewell is in the log
-// exactly once, then only the loss; the report holds every test.
+// Runs with `fault` before the first statement `trigger` picks. Before the test it struck every verdict is
+// the healthy one; from it on every test failed with the lost connection. The server's own farewell is in the
+// log exactly once, then only the loss; the report holds every test.
 void RunWithFault(Session& session, const Healthy& healthy, FaultInjectingConnection::Trigger trigger,
                   const std::function<void(const std::string& pid)>& fault) {
     const std::string pid = session.conn->BackendPid();
