@@ -16,7 +16,7 @@
 //                                         whether fingerprinted databases stayed unchanged
 //   sigterm N ARG...                      the same run of the built program in a process of its own, sent
 //                                         N SIGTERMs once it waits (for a lock or for {silent})
-//   lock NAME TABLE...                    another session locks the tables until the next program run ends,
+//   lock NAME TABLE[, TABLE...]           another session locks the tables until the next program run ends,
 //                                         or over each run of the next "same"
 //   show WHAT                             more of the last run: stdout, stderr, report, json, statements,
 //                                         details N... (result details), refused (statements not sent),
@@ -229,26 +229,22 @@ struct SilentServer {
     int port = 0;
 };
 
-// Another session holds an exclusive lock on tables from construction until destruction.
+// Another session holds an exclusive lock on tables ("a, b") from construction until destruction.
 class Lock {
   public:
     Lock(const PgCluster& pg, std::string db, const std::string& tables) : pg_(pg), db_(std::move(db)) {
-        const std::vector<std::string> names = Split(tables, " ");
-        holder_ = std::thread([this, names] {
+        holder_ = std::thread([this, tables] {
             try {
-                pg_.Execute(db_, "LOCK TABLE " + Joined(names, ", ") +
-                                     " IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(120)");
+                pg_.Execute(db_, "LOCK TABLE " + tables + " IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(120)");
             } catch (const std::exception&) {
                 // Ended by the destructor.
             }
         });
         locked_ =
-            "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND granted AND relation = "
-            "ANY ('{" +
-            Joined(names, ",") +
-            "}'::regclass[]) AND database = (SELECT oid FROM pg_database "
-            "WHERE datname = current_database())";
-        AwaitLocked(std::to_string(names.size()));
+            "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND granted AND database = "
+            "(SELECT oid FROM pg_database WHERE datname = current_database()) AND relation = ANY ('{" +
+            tables + "}'::regclass[])";
+        AwaitLocked(std::to_string(std::count(tables.begin(), tables.end(), ',') + 1));
     }
     ~Lock() {
         pg_.QueryValue(db_,
@@ -265,10 +261,6 @@ class Lock {
     }
 
   private:
-    static std::string Joined(const std::vector<std::string>& names, const std::string& separator) {
-        return std::accumulate(std::next(names.begin()), names.end(), names.front(),
-                               [&](const std::string& a, const std::string& b) { return a + separator + b; });
-    }
     void AwaitLocked(const std::string& count) const {
         while (pg_.QueryValue(db_, locked_) != count) {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
