@@ -119,7 +119,7 @@ Healthy HealthyRun(const std::string& database) {
     Session session(database);
     session.Connect();
     const Verdicts verdicts = session.Run();
-    const Healthy healthy{verdicts, session.conn->Sent().size()};
+    const Healthy healthy{verdicts, session.conn->Sent()};
     session.Disconnect();  // frees the connection
     return healthy;
 }
