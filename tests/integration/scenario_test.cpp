@@ -414,8 +414,7 @@ class Scenario {
         std::ostringstream stdOut, stdErr;
         const int status = signals < 0 ? RunHeadless(args, stdOut, stdErr, terminal)
                                        : RunProgram(args, signals, stdOut, stdErr);
-        // On a terminal the count of walked rows is drawn and blanked out again, which leaves what a file
-        // gets.
+        // A terminal gets the count of walked rows drawn, then blanked out: without it, what a file gets.
         static const std::regex drawnThenBlanked("(\r[0-9]+ of [0-9]+ rows, [0-9]+:[0-9]{2} *)+\r +\r");
         const std::string err = std::regex_replace(stdErr.str(), drawnThenBlanked, "");
         EXPECT_EQ(terminal, err != stdErr.str()) << "count of walked rows drawn";
@@ -516,6 +515,7 @@ class Scenario {
     // later run may trace more statements after the first one's.
     void Same(const std::string& argument, std::ostream& out) {
         const std::vector<std::string> runs = Split(argument, " || ");
+        ASSERT_GE(runs.size(), 3u) << "two runs at least: " << argument;
         std::string first, firstStatements;
         for (std::size_t i = 1; i < runs.size(); ++i) {
             if (i > 1 && !locked_.empty()) {
@@ -540,6 +540,7 @@ class Scenario {
         locked_.clear();
     }
 
+    // The last run's exit status and outputs as one text.
     std::string Outputs(int status) const {
         return "exit " + std::to_string(status) + "\n--- stdout\n" + last_.out + "--- stderr\n" + last_.err +
                "--- report\n" + last_.report + "--- json\n" + last_.json;
