@@ -16,7 +16,8 @@
 //                                         whether fingerprinted databases stayed unchanged
 //   sigterm N ARG...                      the same run of the built program in a process of its own, sent
 //                                         N SIGTERMs once it waits (for a lock or for {silent})
-//   lock NAME TABLE                       another session locks TABLE until the next program run ends
+//   lock NAME TABLE[, TABLE...]           another session locks the tables until the next program run ends,
+//                                         or over each run of the next "same"
 //   show WHAT                             more of the last run: stdout, stderr, report, json, statements,
 //                                         details N... (result details), refused (statements not sent),
 //                                         findings, target (from the JSON results); first|last K shortens
@@ -32,6 +33,10 @@
 //                                         output, report, JSON, statements), once the drivers' own messages
 //                                         are masked
 //   unordered                             later "both" runs compare their lines in sorted order
+//   same ARG... || MORE...                the run with ARG... and each MORE added in turn ("terminal": the
+//                                         default, standard error a terminal): prints the first as brief-run
+//                                         does, then nothing when the others give the same outputs and
+//                                         statements
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -224,29 +229,29 @@ struct SilentServer {
     int port = 0;
 };
 
-// Another session holds an exclusive lock on a table from construction until destruction.
+// Another session holds an exclusive lock on tables ("a, b") from construction until destruction.
 class Lock {
   public:
-    Lock(const PgCluster& pg, std::string db, const std::string& table) : pg_(pg), db_(std::move(db)) {
-        holder_ = std::thread([this, table] {
+    Lock(const PgCluster& pg, std::string db, const std::string& tables) : pg_(pg), db_(std::move(db)) {
+        holder_ = std::thread([this, tables] {
             try {
-                pg_.Execute(db_, "LOCK TABLE " + table + " IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(120)");
+                pg_.Execute(db_, "LOCK TABLE " + tables + " IN ACCESS EXCLUSIVE MODE; SELECT pg_sleep(120)");
             } catch (const std::exception&) {
                 // Ended by the destructor.
             }
         });
-        while (pg_.QueryValue(db_,
-                              "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND "
-                              "granted AND relation = '" +
-                                  table + "'::regclass") != "1") {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
+        locked_ =
+            "SELECT count(*) FROM pg_locks WHERE mode = 'AccessExclusiveLock' AND granted AND database = "
+            "(SELECT oid FROM pg_database WHERE datname = current_database()) AND relation = ANY ('{" +
+            tables + "}'::regclass[])";
+        AwaitLocked(std::to_string(std::count(tables.begin(), tables.end(), ',') + 1));
     }
     ~Lock() {
         pg_.QueryValue(db_,
                        "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE query LIKE "
                        "'LOCK TABLE%' AND datname = current_database() AND pid <> pg_backend_pid()");
         holder_.join();
+        AwaitLocked("0");  // an ended holder's locks outlive its client for a moment
     }
     // A statement of another session waits for this lock.
     bool Blocking() const {
@@ -256,8 +261,15 @@ class Lock {
     }
 
   private:
+    void AwaitLocked(const std::string& count) const {
+        while (pg_.QueryValue(db_, locked_) != count) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }
+
     const PgCluster& pg_;
     std::string db_;
+    std::string locked_;
     std::thread holder_;
 };
 
@@ -302,6 +314,11 @@ class Scenario {
         });
         player_.On("lock", [this](const std::string& a, std::ostream&) {
             lock_.emplace(pg_, FirstWord(a).first, FirstWord(a).second);
+            locked_ = a;
+        });
+        player_.On("same", [this](const std::string& a, std::ostream& out) {
+            again_ = [this, a](std::ostream& o) { Same(a, o); };
+            again_(out);
         });
         player_.On("rebuild", [this](const std::string& a, std::ostream&) { Rebuild(rebuild_ = a); });
         player_.On("null", [this](const std::string& a, std::ostream& out) {
@@ -377,7 +394,8 @@ class Scenario {
     }
 
     // In this process, or (signals >= 0) the built program sent that many SIGTERMs.
-    int Run(const std::string& argument, bool brief, std::ostream& out, int signals = -1) {
+    int Run(const std::string& argument, bool brief, std::ostream& out, int signals = -1,
+            bool terminal = false) {
         lastRun_ = argument;
         std::vector<std::string> before;
         for (const std::string& name : fingerprinted_) {
@@ -394,10 +412,14 @@ class Scenario {
         std::vector<std::string> args = Words(argument + (json == "{json}" ? "" : " --json {verdicts}"));
         const auto traced = fs::exists(kTrace) ? fs::file_size(kTrace) : 0;
         std::ostringstream stdOut, stdErr;
-        const int status =
-            signals < 0 ? RunHeadless(args, stdOut, stdErr) : RunProgram(args, signals, stdOut, stdErr);
+        const int status = signals < 0 ? RunHeadless(args, stdOut, stdErr, terminal)
+                                       : RunProgram(args, signals, stdOut, stdErr);
+        // A terminal gets the count of walked rows drawn, then blanked out: without it, what a file gets.
+        static const std::regex drawnThenBlanked("(\r[0-9]+ of [0-9]+ rows, [0-9]+:[0-9]{2} *)+\r +\r");
+        const std::string err = std::regex_replace(stdErr.str(), drawnThenBlanked, "");
+        EXPECT_EQ(terminal, err != stdErr.str()) << "count of walked rows drawn";
         last_ = {.out = stdOut.str(),
-                 .err = stdErr.str(),
+                 .err = err,
                  .report = ReadBytes(vars_["{report}"]),
                  .json = ReadBytes(vars_[json]),
                  .statements = fs::exists(kTrace) ? ReadBytes(kTrace).substr(traced) : "",
@@ -419,9 +441,9 @@ class Scenario {
         last_.results = parsed.value.value_or(JsonValue{});
         out << "exit " << status << (brief ? "" : "\n");
         // Standard error without the progress lines, the usage shortened.
-        std::vector<std::string> err = Split(Replaced(last_.err, HeadlessUsage(), "<usage>\n"), "\n");
-        err.pop_back();
-        for (const std::string& line : err) {
+        std::vector<std::string> errLines = Split(Replaced(last_.err, HeadlessUsage(), "<usage>\n"), "\n");
+        errLines.pop_back();
+        for (const std::string& line : errLines) {
             const bool progress = line.starts_with("Running test ") || line == "Testing complete.";
             out << (progress || brief ? "" : Readable(line) + "\n");
         }
@@ -488,6 +510,42 @@ class Scenario {
         EXPECT_EQ(my, pg) << argument;
     }
 
+    // The common arguments, then each alternative added to them; under a "lock", each run waits for it anew.
+    // A stop (exit 4) leaves probes run ahead unused, which the trace gets after what the run used: then a
+    // later run may trace more statements after the first one's.
+    void Same(const std::string& argument, std::ostream& out) {
+        const std::vector<std::string> runs = Split(argument, " || ");
+        ASSERT_GE(runs.size(), 3u) << "two runs at least: " << argument;
+        std::string first, firstStatements;
+        for (std::size_t i = 1; i < runs.size(); ++i) {
+            if (i > 1 && !locked_.empty()) {
+                lock_.emplace(pg_, FirstWord(locked_).first, FirstWord(locked_).second);
+            }
+            std::ostringstream ignored;
+            const bool terminal = runs[i] == "terminal";
+            const int status =
+                Run(runs[0] + (terminal ? "" : " " + runs[i]) + " --report {report} --json {json}", true,
+                    i == 1 ? out : ignored, -1, terminal);
+            lock_.reset();
+            const std::string outputs = Masked(Outputs(status));
+            if (i == 1) {
+                first = outputs;
+                firstStatements = last_.statements;
+            }
+            EXPECT_EQ(outputs, first) << runs[i];
+            EXPECT_TRUE(status == 4 ? last_.statements.starts_with(firstStatements)
+                                    : last_.statements == firstStatements)
+                << "statements of " << runs[i];
+        }
+        locked_.clear();
+    }
+
+    // The last run's exit status and outputs as one text.
+    std::string Outputs(int status) const {
+        return "exit " + std::to_string(status) + "\n--- stdout\n" + last_.out + "--- stderr\n" + last_.err +
+               "--- report\n" + last_.report + "--- json\n" + last_.json;
+    }
+
     // A run's exit status, outputs and statements as one text, the drivers' messages and times masked;
     // sorted by line after "unordered". A hostile name can parse on one server and not on the other (an
     // empty owner in `.ROADS`): the kind of a failed probe follows the server's SQLSTATE, so there it
@@ -498,9 +556,8 @@ class Scenario {
         std::vector<std::string> sent = Split(last_.statements, "\n");
         sent.pop_back();
         std::transform(sent.begin(), sent.end(), sent.begin(), bench::UnescapeTraceLine);
-        std::string text = "exit " + std::to_string(status) + "\n--- stdout\n" + last_.out + "--- stderr\n" +
-                           last_.err + "--- report\n" + last_.report + "--- json\n" + last_.json;
-        text = MaskDriverMessages(text, connect, sent) + "--- statements\n" + last_.statements;
+        std::string text =
+            MaskDriverMessages(Outputs(status), connect, sent) + "--- statements\n" + last_.statements;
         text = Masked(text);
         if (!unordered_) {
             return text;
@@ -566,6 +623,7 @@ class Scenario {
         waitpid(pid, &status, 0);
         std::for_each(accepted.begin(), accepted.end(), close);
         lock_.reset();
+        locked_.clear();
         out << ReadBytes(folder_.File("out"));
         err << ReadBytes(folder_.File("err"));
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
@@ -712,6 +770,7 @@ class Scenario {
     std::string definitions_;                                // of what the last copy made on MariaDB
     std::vector<std::string> copied_;                        // the databases it made there
     bool unordered_ = false;
+    std::string locked_;  // the arguments of the last "lock", until a "same" has used them
     CasePlayer player_;
 };
 

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "db/connection.h"
 #include "db/odbc_connection.h"
@@ -24,8 +24,8 @@ class FaultInjectingConnection final : public Connection {
         injected_ = false;
     }
     bool Injected() const { return injected_; }
-    /// Every statement that reached the driver, in order.
-    const std::vector<std::string>& Sent() const { return sent_; }
+    /// How many statements reached the driver.
+    std::size_t Sent() const { return sent_; }
 
     /// The server process behind this session, read on the session itself (not counted as a statement).
     std::string BackendPid() {
@@ -33,8 +33,14 @@ class FaultInjectingConnection final : public Connection {
         return inner_.Query("SELECT pg_backend_pid()", table) && !table.cells.empty() ? *table.cells[0] : "";
     }
 
+    /// Lets a run open extra connections for its probes: plain ones, which no fault strikes.
+    void AllowProbeConnections() { probes_ = true; }
+
     void Close() override { inner_.Close(); }
     int State() const override { return inner_.State(); }
+    std::unique_ptr<Connection> NewProbeConnection() const override {
+        return probes_ ? inner_.NewProbeConnection() : nullptr;
+    }
 
   protected:
     bool DoOpen(const std::string& connectionString) override {
@@ -43,8 +49,8 @@ class FaultInjectingConnection final : public Connection {
         return opened;
     }
     bool DoQuery(const std::string& sql, ResultTable& out) override {
-        sent_.push_back(sql);
-        if (!injected_ && trigger_ && trigger_(sql, sent_.size())) {
+        ++sent_;
+        if (!injected_ && trigger_ && trigger_(sql, sent_)) {
             injected_ = true;
             fault_();
         }
@@ -64,7 +70,8 @@ class FaultInjectingConnection final : public Connection {
     Trigger trigger_;
     std::function<void()> fault_;
     bool injected_ = false;
-    std::vector<std::string> sent_;
+    bool probes_ = false;
+    std::size_t sent_ = 0;
 };
 
 }  // namespace tabvet::testsupport
